@@ -1,0 +1,43 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace boardsim {
+
+/// Appends one JSON object a line to the file that BOARDSIM_LOG names, each with one write, so that what was
+/// logged survives a crash. Any thread may call any function.
+class CallLog
+{
+public:
+    using Record = nlohmann::ordered_json;
+
+    CallLog() = default;
+    CallLog(const CallLog &) = delete;
+    CallLog &operator=(const CallLog &) = delete;
+    ~CallLog();
+
+    /// Reads the environment: opens the file named there instead of the one in use. One that cannot be opened
+    /// gives one line on standard error, and nothing is logged.
+    void open();
+    /// open(), but only before anything was opened.
+    void openOnce();
+
+    void addCall(const char *name, const Record &arguments, const Record &result);
+    void addMark(const std::string &text);
+
+private:
+    void openLocked();
+    void append(const Record &record);
+
+    std::mutex m_mutex;
+    bool m_opened = false;
+    int m_file = -1;
+};
+
+/// "0a1b" for two bytes; an empty text for a null pointer or a length below one.
+std::string hexText(const void *data, int length);
+
+} // namespace boardsim

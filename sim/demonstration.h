@@ -1,0 +1,8 @@
+#pragma once
+
+namespace boardsim {
+
+/// The text of demonstration.jsonl, played where no scenario is named.
+extern const char *const demonstration;
+
+} // namespace boardsim

@@ -1,0 +1,93 @@
+# Makes simulated driver libraries, each named libzorvicboardex.so.1 in a folder of its own.
+
+# Every function that the board driver has, without the prefix "zorvic".
+set(exports
+    Attach
+    Detach
+    Interface
+    SetCallback
+    ClearCallback
+    SendCommand
+    WritePacket
+    SetXferMask
+    GetDeviceCount
+    EnumDeviceInfo
+    SetPnpCallback
+    SetPointingDeviceDestination
+    SetPointingDeviceDestinationEx
+    GetPointingDeviceDestination
+    OpenSynchronousChannel
+    CloseSynchronousChannel
+    ReadSynchronousPacket
+    SetCalibrationMode
+    SetCalibrationData
+    SetCalibrationDataEx
+    GetCalibrationPoints
+    SetWirelessCalibrationData
+    LibraryVersionNumber
+    Lock
+    Unlock
+    SerialConnect
+    SerialDisconnect
+    SerialGetConnected
+    SerialSetStartupMode
+    SerialGetStartupMode
+    SetDoubleClickDistance
+    SetDriverDebugMode
+    Echo
+    Inject
+    SendTouchPacketToSystem
+    SetTouchDestination
+    SetTouchDestinationEx
+    GetTouchDestination
+    SetTouchEnabled
+    GetTouchEnabled
+    SetTouchSystemRedirectionEnabled
+    GetTouchSystemRedirectionEnabled
+    SetLATEDetection
+    GetLATEDetection
+    IsSomethingOnBoard
+    SetTwoFingerScroll
+    ReverseButtons
+)
+set_property(GLOBAL PROPERTY BOARDSIM_EXPORTS ${exports})
+set_property(GLOBAL PROPERTY BOARDSIM_SOURCE_DIR ${CMAKE_CURRENT_LIST_DIR})
+
+# boardsim_driver(<target> FOLDER <folder> [WITHOUT <function>...])
+# Adds the library <folder>/libzorvicboardex.so.1, which exports all functions but those named, which are left
+# out as in an older driver. May be called from any directory. The names are those of the property
+# BOARDSIM_EXPORTS (global), or "*" for all of them.
+function(boardsim_driver target)
+    cmake_parse_arguments(PARSE_ARGV 1 driver "" "FOLDER" "WITHOUT")
+    get_property(exports GLOBAL PROPERTY BOARDSIM_EXPORTS)
+    foreach(name IN LISTS driver_WITHOUT)
+        if(NOT name STREQUAL "*" AND NOT name IN_LIST exports)
+            message(FATAL_ERROR "${target}: the driver has no function ${name}")
+        endif()
+    endforeach()
+    if("*" IN_LIST driver_WITHOUT)
+        set(exports "")
+    elseif(driver_WITHOUT)
+        list(REMOVE_ITEM exports ${driver_WITHOUT})
+    endif()
+
+    set(BOARDSIM_GLOBAL "")
+    foreach(name IN LISTS exports)
+        string(APPEND BOARDSIM_GLOBAL "    zorvic${name};\n")
+    endforeach()
+    if(exports)
+        string(PREPEND BOARDSIM_GLOBAL "global:\n")
+    endif()
+    set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+    get_property(source GLOBAL PROPERTY BOARDSIM_SOURCE_DIR)
+    configure_file(${source}/exports.map.in ${map} @ONLY)
+
+    add_library(${target} SHARED)
+    target_link_libraries(${target} PRIVATE boardsim_exports boardsim)
+    set_target_properties(${target} PROPERTIES
+        PREFIX lib OUTPUT_NAME zorvicboardex SUFFIX .so.1 # CMake takes the soname from the file name
+        LINKER_LANGUAGE CXX
+        LINK_DEPENDS ${map}
+        LIBRARY_OUTPUT_DIRECTORY ${driver_FOLDER})
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
+endfunction()

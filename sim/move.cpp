@@ -1,0 +1,72 @@
+#include "move.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace boardsim {
+
+namespace {
+
+constexpr std::int64_t microsecondsPerSecond = 1'000'000;
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+
+int rounded(double position)
+{
+    return std::clamp(static_cast<int>(std::lround(position)), 0, maxPosition);
+}
+
+std::vector<Bytes> reportsAt(const Move &move, double fraction, bool down)
+{
+    std::vector<Bytes> reports;
+    std::vector<TouchContact> touches;
+    std::vector<EraseContact> erasers;
+    for (const MovingContact &contact : move.contacts) {
+        const Point point = pointOn(contact.path, fraction);
+        const int x = rounded(point.x);
+        const int y = rounded(point.y);
+        switch (contact.kind) {
+        case MovingContact::Kind::pen:
+            reports.push_back(penReport(
+                {contact.id, x, y, down && contact.tip, down && contact.button, down && contact.bit2}));
+            break;
+        case MovingContact::Kind::touch:
+            touches.push_back({contact.id, x, y, contact.extent, down});
+            break;
+        case MovingContact::Kind::erase:
+            erasers.push_back({contact.id, x, y, contact.width, contact.height, down});
+            break;
+        }
+    }
+    if (!touches.empty())
+        reports.push_back(touchReport(touches));
+    if (!erasers.empty())
+        reports.push_back(eraseReport(erasers));
+    return reports;
+}
+
+} // namespace
+
+std::int64_t sampleCount(const Move &move)
+{
+    return std::max<std::int64_t>(1, move.rate * move.time / microsecondsPerSecond);
+}
+
+std::chrono::nanoseconds sampleTime(const Move &move, std::int64_t sample)
+{
+    // Whole seconds apart: sample times 10^9 would not fit for the longest moves.
+    const std::int64_t fraction = sample % move.rate * nanosecondsPerSecond / move.rate;
+    return std::chrono::nanoseconds(sample / move.rate * nanosecondsPerSecond + fraction);
+}
+
+std::vector<Bytes> sampleReports(const Move &move, std::int64_t sample)
+{
+    const std::int64_t last = sampleCount(move) - 1;
+    return reportsAt(move, last > 0 ? static_cast<double>(sample) / static_cast<double>(last) : 1, true);
+}
+
+std::vector<Bytes> liftReports(const Move &move)
+{
+    return reportsAt(move, 1, false);
+}
+
+} // namespace boardsim

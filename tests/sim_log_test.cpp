@@ -1,0 +1,120 @@
+#include "support/driver_library.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+using namespace driver_testing;
+
+TEST_F(ADriver, LogsEachCallWithItsArgumentsAndItsResult)
+{
+    use("");
+    Receiver receiver;
+
+    attach();
+    receive(1, receiver);
+    write(1, std::string(":Q\0\xff", 4));
+    const unsigned char data[] = {9, 0x21};
+    call<void(int, int, const unsigned char *)>("zorvicSendTouchPacketToSystem", 1, 2, data);
+    call<int(int, const char *)>("zorvicSendCommand", 9, ":VL1\r");
+    detach();
+
+    std::vector<nlohmann::json> calls;
+    for (nlohmann::json record : log()) {
+        if (!record.contains("export"))
+            continue;
+        EXPECT_EQ(record["thread"], gettid());
+        EXPECT_TRUE(record["time"].is_number_integer());
+        EXPECT_EQ(record.size(), 5u);
+        calls.push_back({record["export"], record["arguments"], record["result"]});
+    }
+    char function[32];
+    char context[32];
+    std::snprintf(function, sizeof function, "%p", reinterpret_cast<void *>(&Receiver::callback));
+    std::snprintf(context, sizeof context, "%p", static_cast<void *>(&receiver));
+    using nlohmann::json;
+    const std::vector<json> expected{
+        {"zorvicAttach", json::object(), true},
+        {"zorvicSetCallback", {{"board", 1}, {"callback", function}, {"context", context}}, nullptr},
+        {"zorvicWritePacket", {{"board", 1}, {"data", "3a5100ff"}, {"length", 4}}, 4},
+        {"zorvicSendTouchPacketToSystem", {{"board", 1}, {"data", "0921"}, {"length", 2}}, nullptr},
+        {"zorvicSendCommand", {{"board", 9}, {"command", ":VL1\r"}}, -1},
+        {"zorvicDetach", json::object(), nullptr},
+    };
+    EXPECT_EQ(calls, expected);
+}
+
+TEST_F(ADriver, LogsTimesOfTheMonotonicClockInMicroseconds)
+{
+    const auto now = [] {
+        timespec time;
+        clock_gettime(CLOCK_MONOTONIC, &time);
+        return static_cast<long long>(time.tv_sec) * 1'000'000 + time.tv_nsec / 1000;
+    };
+    use("");
+
+    const long long before = now();
+    device_count();
+    const long long after = now();
+
+    ASSERT_EQ(log().size(), 1u) << "the log is there before the driver is attached";
+    EXPECT_GE(log()[0]["time"].get<long long>(), before);
+    EXPECT_LE(log()[0]["time"].get<long long>(), after);
+}
+
+TEST_F(ADriver, LogsMarksOnItsOwnThread)
+{
+    use(mark("here"));
+
+    const Attached attached(*this);
+
+    ASSERT_TRUE(eventually([&] { return marks("here") == 1; }));
+    for (const nlohmann::json &record : log()) {
+        if (record.contains("mark")) {
+            EXPECT_EQ(record.size(), 3u);
+            EXPECT_NE(record["thread"], gettid());
+        }
+    }
+}
+
+TEST_F(ADriver, LogsACommandThatIsNoText)
+{
+    use("");
+    const Attached attached(*this);
+
+    call<int(int, const char *)>("zorvicSendCommand", 1, "\xff\xfe");
+
+    EXPECT_EQ(log().back()["export"], "zorvicSendCommand");
+    EXPECT_EQ(log().back()["result"], 2);
+}
+
+TEST_F(ADriver, ChangesToTheLogNamedWhenItIsAttached)
+{
+    use("");
+    device_count();
+    setenv("BOARDSIM_LOG", path("second.jsonl").c_str(), 1);
+
+    const Attached attached(*this);
+    device_count();
+
+    EXPECT_EQ(log().size(), 1u);
+    EXPECT_TRUE(std::filesystem::exists(path("second.jsonl")));
+}
+
+TEST_F(ADriver, WorksWithoutALogThatCannotBeOpened)
+{
+    use("");
+    setenv("BOARDSIM_LOG", "/nowhere/log.jsonl", 1);
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(device_count(), 0);
+    EXPECT_EQ(device_count(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "/nowhere/log.jsonl:0: the log cannot be opened: No such file or directory\n");
+}

@@ -1,0 +1,268 @@
+#include "player.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+using namespace boardsim;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// A stage whose clock jumps to each deadline, so that no test waits; writes down what is played, with the
+/// time since the start.
+class Rehearsal : public Stage
+{
+public:
+    struct Event
+    {
+        std::chrono::microseconds time;
+        std::string what;
+
+        bool operator==(const Event &other) const { return time == other.time && what == other.what; }
+    };
+
+    Clock::time_point now() override { return m_now; }
+    bool waitUntil(Clock::time_point deadline) override
+    {
+        if (m_stop && m_stop())
+            return false;
+        m_now = std::max(m_now, deadline);
+        return true;
+    }
+    void deliver(int board, const Bytes &report) override
+    {
+        add("report of " + std::to_string(report.size()) + " bytes for " + std::to_string(board));
+    }
+    void plug(int board, bool plugged) override
+    {
+        add((plugged ? "plug " : "unplug ") + std::to_string(board));
+    }
+    void mark(const std::string &text) override { add("mark " + text); }
+
+    /// Stops the play when @p condition, asked before each wait, holds.
+    void stop_when(std::function<bool()> condition) { m_stop = std::move(condition); }
+    /// What each delivery takes.
+    void set_delay(std::chrono::microseconds delay) { m_delay = delay; }
+
+    std::vector<Event> events;
+
+private:
+    void add(const std::string &what)
+    {
+        events.push_back({std::chrono::duration_cast<std::chrono::microseconds>(m_now - m_start), what});
+        m_now += m_delay;
+    }
+
+    const Clock::time_point m_start = Clock::time_point(1h);
+    Clock::time_point m_now = m_start;
+    std::chrono::microseconds m_delay = 0us;
+    std::function<bool()> m_stop;
+};
+
+std::ostream &operator<<(std::ostream &out, const Rehearsal::Event &event)
+{
+    return out << event.time.count() << " us: " << event.what;
+}
+
+Scenario scenario(const std::string &lines)
+{
+    std::istringstream in("{\"type\":\"scenario\",\"version\":1}\n"
+                          "{\"type\":\"device\",\"kind\":1,\"board\":1,\"info\":\"\"}\n"
+                          + lines);
+    std::string error;
+    std::optional<Scenario> read = readScenario(in, "play", error);
+    EXPECT_EQ(error, "");
+    return read ? *read : Scenario();
+}
+
+const std::string raw_line = "{\"type\":\"raw\",\"board\":1,\"hex\":\"00\"}\n";
+
+std::string touch_move(int rate, long time, const std::string &more = "")
+{
+    return R"({"type":"move","board":1,"rate":)" + std::to_string(rate) + R"(,"time":)" + std::to_string(time)
+        + R"(,"contacts":[{"kind":"touch","id":0,"line":[[0,0],[9,9]],"extent":1}])" + more + "}\n";
+}
+
+using Events = std::vector<Rehearsal::Event>;
+const std::string touch_report = "report of 9 bytes for 1";
+
+} // namespace
+
+TEST(APlayer, PlaysEachKindOfStepInOrder)
+{
+    const Scenario played =
+        scenario(raw_line + "{\"type\":\"wait\",\"time\":500}\n{\"type\":\"unplug\",\"board\":1}\n"
+                 + "{\"type\":\"wait\",\"time\":250}\n{\"type\":\"plug\",\"board\":1}\n"
+                 + "{\"type\":\"mark\",\"text\":\"done\"}\n");
+    Rehearsal stage;
+
+    EXPECT_TRUE(Player(played, stage).play());
+
+    EXPECT_EQ(
+        stage.events,
+        (Events{
+            {0us, "report of 1 bytes for 1"}, {500us, "unplug 1"}, {750us, "plug 1"}, {750us, "mark done"}}));
+}
+
+TEST(APlayer, MovesAtItsRateAndLiftsAtTheEndOfTheTime)
+{
+    const Scenario played = scenario(touch_move(4, 1'000'000) + "{\"type\":\"mark\",\"text\":\"after\"}");
+    Rehearsal stage;
+
+    EXPECT_TRUE(Player(played, stage).play());
+
+    EXPECT_EQ(stage.events,
+              (Events{{0us, touch_report},
+                      {250'000us, touch_report},
+                      {500'000us, touch_report},
+                      {750'000us, touch_report},
+                      {1'000'000us, touch_report},
+                      {1'000'000us, "mark after"}}));
+}
+
+TEST(APlayer, DoesNotLiftWhereToldSo)
+{
+    const Scenario played =
+        scenario(touch_move(2, 1'000'000, ",\"lift\":false") + "{\"type\":\"mark\",\"text\":\"after\"}");
+    Rehearsal stage;
+
+    EXPECT_TRUE(Player(played, stage).play());
+
+    EXPECT_EQ(stage.events,
+              (Events{{0us, touch_report}, {500'000us, touch_report}, {1'000'000us, "mark after"}}));
+}
+
+TEST(APlayer, CatchesUpWhenTheProgramIsSlow)
+{
+    const Scenario played =
+        scenario(touch_move(20'000, 500'000, ",\"lift\":false") + "{\"type\":\"wait\",\"time\":500000}\n"
+                 + "{\"type\":\"mark\",\"text\":\"after\"}");
+    Rehearsal stage;
+    stage.set_delay(60us); // longer than the 50 us between two reports
+
+    EXPECT_TRUE(Player(played, stage).play());
+
+    ASSERT_EQ(stage.events.size(), 10'001u);
+    EXPECT_EQ(stage.events.back(), (Rehearsal::Event{1'000'000us, "mark after"}));
+}
+
+TEST(APlayer, RepeatsNestedBlocks)
+{
+    const Scenario played =
+        scenario("{\"type\":\"repeat\",\"count\":3}\n{\"type\":\"mark\",\"text\":\"outer\"}\n"
+                 "{\"type\":\"repeat\",\"count\":2}\n{\"type\":\"mark\",\"text\":\"inner\"}\n"
+                 "{\"type\":\"end\"}\n{\"type\":\"end\"}\n{\"type\":\"mark\",\"text\":\"after\"}");
+    Rehearsal stage;
+
+    EXPECT_TRUE(Player(played, stage).play());
+
+    std::string order;
+    for (const Rehearsal::Event &event : stage.events)
+        order += event.what.substr(5, 1);
+    EXPECT_EQ(order, "oiioiioiia");
+}
+
+TEST(APlayer, PlaysACountedBlockWithoutPause)
+{
+    const Scenario played =
+        scenario("{\"type\":\"repeat\",\"count\":1000}\n" + raw_line + "{\"type\":\"end\"}");
+    Rehearsal stage;
+
+    EXPECT_TRUE(Player(played, stage).play());
+
+    ASSERT_EQ(stage.events.size(), 1000u);
+    EXPECT_EQ(stage.events.back().time, 0us);
+}
+
+TEST(APlayer, GivesEachRoundOfAnEndlessBlockAMillisecondAtLeast)
+{
+    const Scenario played = scenario("{\"type\":\"repeat\"}\n" + raw_line + "{\"type\":\"end\"}");
+    Rehearsal stage;
+    stage.stop_when([&] { return stage.events.size() == 4; });
+
+    EXPECT_FALSE(Player(played, stage).play());
+
+    ASSERT_EQ(stage.events.size(), 4u);
+    EXPECT_EQ(stage.events.back().time, 3'000us);
+}
+
+TEST(APlayer, KeepsTheTimeOfAnEndlessBlockThatTakesLonger)
+{
+    const Scenario played = scenario("{\"type\":\"repeat\"}\n" + raw_line
+                                     + "{\"type\":\"wait\",\"time\":7000}\n{\"type\":\"end\"}");
+    Rehearsal stage;
+    stage.stop_when([&] { return stage.events.size() == 3; });
+
+    EXPECT_FALSE(Player(played, stage).play());
+
+    EXPECT_EQ(stage.events.back().time, 14'000us);
+}
+
+TEST(APlayer, StopsInAnEndlessBlockWithNothingInside)
+{
+    const Scenario played =
+        scenario("{\"type\":\"repeat\"}\n{\"type\":\"repeat\"}\n{\"type\":\"end\"}\n{\"type\":\"end\"}");
+    Rehearsal stage;
+    int waits = 0;
+    stage.stop_when([&] { return ++waits == 1000; });
+
+    EXPECT_FALSE(Player(played, stage).play());
+
+    EXPECT_TRUE(stage.events.empty());
+}
+
+TEST(APlayer, StopsInAMoveOfElevenDaysAtAMillionReportsASecond)
+{
+    const Scenario played = scenario(touch_move(1'000'000, 1'000'000'000'000));
+    Rehearsal stage;
+    stage.stop_when([&] { return stage.events.size() == 1000; });
+
+    EXPECT_FALSE(Player(played, stage).play());
+
+    EXPECT_EQ(stage.events.size(), 1000u);
+    EXPECT_EQ(stage.events.back().time, 999us);
+}
+
+TEST(APlayer, GoesOnWhenAFileAppears)
+{
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("boardsim-player-" + std::to_string(getpid()));
+    const Scenario played =
+        scenario("{\"type\":\"wait\",\"file\":\"" + file.string()
+                 + "\"}\n{\"type\":\"wait\",\"time\":5}\n{\"type\":\"mark\",\"text\":\"after\"}");
+    Rehearsal stage;
+    int waits = 0;
+    stage.stop_when([&] {
+        if (++waits == 100)
+            std::ofstream(file).put('\n');
+        return waits > 1000;
+    });
+
+    EXPECT_TRUE(Player(played, stage).play());
+    std::filesystem::remove(file);
+
+    ASSERT_EQ(stage.events.size(), 1u);
+    EXPECT_GE(waits, 100);
+    EXPECT_GT(stage.events[0].time, 5us) << "the time of the wait starts when the file is there";
+}
+
+TEST(APlayer, StopsWhileItWaitsForAFile)
+{
+    const Scenario played = scenario(R"({"type":"wait","file":"/nowhere/at/all"})");
+    Rehearsal stage;
+    int waits = 0;
+    stage.stop_when([&] { return ++waits == 10; });
+
+    EXPECT_FALSE(Player(played, stage).play());
+}

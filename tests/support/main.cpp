@@ -1,0 +1,17 @@
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+/// Every test program runs on Qt's offscreen platform, whatever display it is started on, and leaves no trace
+/// of a user's driver or scenario.
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    for (const char *name : {"BOARDSIM_SCENARIO", "BOARDSIM_LOG", "LD_LIBRARY_PATH", "QT_SCALE_FACTOR"})
+        qunsetenv(name);
+    testing::InitGoogleTest(&argc, argv);
+    const QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}

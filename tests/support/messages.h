@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <string>
+#include <vector>
+
+/// Collects what the toolkit has to say, such as its warnings about wrong use, while it lives. One at a time.
+class Messages
+{
+public:
+    Messages();
+    ~Messages();
+
+    Messages(const Messages &) = delete;
+    Messages &operator=(const Messages &) = delete;
+
+    static std::vector<std::string> all();
+
+private:
+    QtMessageHandler m_former;
+};

@@ -1,0 +1,124 @@
+#include "support/simulated_driver.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <stdexcept>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace {
+
+void write_file(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
+        throw std::runtime_error("cannot write " + path.toStdString());
+}
+
+QString gate_path(const QString &name)
+{
+    return QDir::temp().filePath(QStringLiteral("lanternix-gate-%1-%2").arg(getpid()).arg(name));
+}
+
+} // namespace
+
+QStringList SimulatedDriver::two_boards_and_a_hub()
+{
+    return {
+        QStringLiteral(
+            R"({"type":"device","kind":1,"board":7,"info":"hid<true>vid<04d8>pid<00a1>xp<4>xt<10>xl<2>"})"),
+        QStringLiteral(R"({"type":"device","kind":2,"board":0,"info":""})"),
+        QStringLiteral(R"({"type":"device","kind":1,"board":3,"info":"hid<serial>"})"),
+    };
+}
+
+SimulatedDriver::SimulatedDriver(const QStringList &scenario, const QString &variant)
+{
+    const QString version = QStringLiteral(R"({"type":"scenario","version":1})");
+    write_file(m_folder.filePath("scenario.jsonl"),
+               (QStringList(version) + scenario).join('\n').toUtf8() + '\n');
+    write_file(m_folder.filePath("log.jsonl"), {});
+    qputenv("BOARDSIM_SCENARIO", m_folder.filePath("scenario.jsonl").toUtf8());
+    qputenv("BOARDSIM_LOG", m_folder.filePath("log.jsonl").toUtf8());
+
+    // The loader takes a library that is in memory already, by its soname, for the one asked for.
+    const QString folder = variant.isEmpty() ? QStringLiteral("driver") : "variants/" + variant;
+    const QString path = QStringLiteral(BOARDSIM_FOLDER "/%1/libzorvicboardex.so.1").arg(folder);
+    m_library = dlopen(path.toUtf8().constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!m_library)
+        throw std::runtime_error(dlerror());
+}
+
+SimulatedDriver::~SimulatedDriver()
+{
+    dlclose(m_library);
+    qunsetenv("BOARDSIM_SCENARIO");
+    qunsetenv("BOARDSIM_LOG");
+    for (const QFileInfo &gate : QDir::temp().entryInfoList({QFileInfo(gate_path("*")).fileName()}))
+        QFile::remove(gate.filePath());
+}
+
+QString SimulatedDriver::folder()
+{
+    return QStringLiteral(BOARDSIM_FOLDER "/driver");
+}
+
+std::vector<DriverCall> SimulatedDriver::calls() const
+{
+    QFile log(m_folder.filePath("log.jsonl"));
+    if (!log.open(QIODevice::ReadOnly))
+        throw std::runtime_error("no log of the simulated driver");
+    std::vector<DriverCall> calls;
+    for (QByteArray line = log.readLine(); line.endsWith('\n'); line = log.readLine()) {
+        const auto entry = nlohmann::ordered_json::parse(line.toStdString());
+        if (!entry.contains("export"))
+            continue;
+        const std::string name = entry["export"];
+        calls.push_back({name.substr(std::string("zorvic").size()), entry["arguments"], entry["result"],
+                         entry["thread"]});
+    }
+    return calls;
+}
+
+std::vector<DriverCall> SimulatedDriver::calls(const std::string &name) const
+{
+    std::vector<DriverCall> wanted;
+    for (const DriverCall &call : calls()) {
+        if (call.name == name)
+            wanted.push_back(call);
+    }
+    return wanted;
+}
+
+std::vector<std::string> SimulatedDriver::call_texts() const
+{
+    std::vector<std::string> texts;
+    for (const DriverCall &call : calls()) {
+        std::string values;
+        for (const auto &[key, value] : call.arguments.items()) {
+            const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+            const bool is_pointer = text.compare(0, 2, "0x") == 0;
+            if (!is_pointer)
+                values += (values.empty() ? "" : ", ") + text;
+        }
+        texts.push_back(call.name + "(" + values + ")");
+    }
+    return texts;
+}
+
+void SimulatedDriver::clear_calls()
+{
+    write_file(m_folder.filePath("log.jsonl"), {});
+}
+
+void SimulatedDriver::open_gate(const QString &name) const
+{
+    write_file(gate_path(name), {});
+}
+
+QString SimulatedDriver::gate(const QString &name)
+{
+    return QStringLiteral(R"({"type":"wait","file":"%1"})").arg(gate_path(name));
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+/// One call of the program on the simulated driver, as the driver's log tells it.
+struct DriverCall
+{
+    std::string name; ///< the export without its prefix, e.g. "SetTouchDestination"
+    nlohmann::ordered_json arguments;
+    nlohmann::ordered_json result;
+    int thread = 0; ///< kernel's number of the calling thread
+};
+
+/// Loads the simulated driver, or a variant that lacks some exports, so that the program's own dlopen finds
+/// it by its soname; gives it a scenario and reads its log. Without such an object the driver is a missing
+/// library.
+class SimulatedDriver
+{
+public:
+    /// Two boards, numbers 7 and 3 in this order, and a legacy hub between them; no reports.
+    static QStringList two_boards_and_a_hub();
+    /// @p scenario: the lines after the version line. @p variant: a folder's name below sim/variants, or
+    /// empty for the whole driver.
+    explicit SimulatedDriver(const QStringList &scenario = two_boards_and_a_hub(),
+                             const QString &variant = {});
+    ~SimulatedDriver();
+
+    SimulatedDriver(const SimulatedDriver &) = delete;
+    SimulatedDriver &operator=(const SimulatedDriver &) = delete;
+
+    /// Where the loader finds the whole driver: for LD_LIBRARY_PATH of a program.
+    static QString folder();
+
+    /// All calls so far, oldest first.
+    std::vector<DriverCall> calls() const;
+    /// The calls on one export.
+    std::vector<DriverCall> calls(const std::string &name) const;
+    /// All calls so far as one text each, e.g. "SetTouchDestination(7, 1)", in which callbacks and contexts
+    /// are left out.
+    std::vector<std::string> call_texts() const;
+    /// Forgets the calls so far.
+    void clear_calls();
+    /// Lets the scenario go on behind its line gate(@p name).
+    void open_gate(const QString &name) const;
+    /// The scenario line that waits until open_gate(@p name) is called. For a scenario of at most one driver.
+    static QString gate(const QString &name);
+
+private:
+    QTemporaryDir m_folder;
+    void *m_library = nullptr;
+};
