@@ -1,0 +1,380 @@
+#include "item.h"
+
+#include "support/items.h"
+#include "support/pictures.h"
+
+#include <QFontMetrics>
+#include <QLocale>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+
+namespace {
+
+constexpr QPoint origin(400, 300); // of the view's coordinates, so that what lies outside the view shows too
+
+QImage empty_canvas()
+{
+    QImage canvas(800, 600, QImage::Format_RGB32);
+    canvas.fill(Qt::white);
+    return canvas;
+}
+
+QImage painted(const Item &item)
+{
+    QImage canvas = empty_canvas();
+    QPainter painter(&canvas);
+    painter.translate(origin);
+    item.paint(painter);
+    return canvas;
+}
+
+/// An info tag and its circle as they must look; all in pixels.
+struct Tag
+{
+    QPointF pos;
+    QPointF radius; ///< of the circle as it is drawn
+    QStringList lines;
+    QColor colour = QColor(255, 0, 0, 32);
+};
+
+QRectF circle_of(const Tag &tag)
+{
+    return {-tag.radius.x(), -tag.radius.y(), 2 * tag.radius.x(), 2 * tag.radius.y()};
+}
+
+QRectF box_of(const Tag &tag)
+{
+    return {-tag.radius.x() - 150, -tag.radius.y() - 125, 150, 125};
+}
+
+QPainterPath text_of(const Tag &tag)
+{
+    QFont font;
+    font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
+    font.setPixelSize(16);
+    QPainterPath text;
+    for (int i = 0; i < tag.lines.size(); ++i)
+        text.addText(box_of(tag).left(), box_of(tag).top() + (i + 1) * QFontMetrics(font).height(), font,
+                     tag.lines.at(i));
+    return text;
+}
+
+/// Where the picture is cut off: what holds circle and box, a pixel more on the left and top and three more
+/// on the right and bottom, all in whole pixels.
+QRect cut_of(const Tag &tag)
+{
+    const QRectF all = circle_of(tag).united(box_of(tag));
+    const QPoint at(static_cast<int>(std::floor(tag.pos.x()) + std::floor(all.x() - 1)),
+                    static_cast<int>(std::floor(tag.pos.y()) + std::floor(all.y() - 1)));
+    return {at, QSize(static_cast<int>(all.width() + 4), static_cast<int>(all.height() + 4))};
+}
+
+QImage drawn(const Tag &tag)
+{
+    QImage canvas = empty_canvas();
+    QImage layer(canvas.size(), QImage::Format_ARGB32_Premultiplied);
+    layer.fill(Qt::transparent);
+    {
+        QPainterPath shape;
+        shape.addEllipse(circle_of(tag));
+        shape.addRect(box_of(tag));
+        QPainterPath cross(QPointF(0, -tag.radius.y()));
+        cross.lineTo(0, tag.radius.y());
+        cross.moveTo(-tag.radius.x(), 0);
+        cross.lineTo(tag.radius.x(), 0);
+        QPen pen(Qt::black, 0, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
+        pen.setCosmetic(true);
+
+        QPainter painter(&layer);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setClipRect(cut_of(tag).translated(origin));
+        painter.translate(tag.pos + origin);
+        painter.setPen(pen);
+        painter.setBrush(tag.colour);
+        painter.drawPath(shape);
+        painter.setBrush(Qt::NoBrush);
+        painter.drawPath(cross);
+        painter.fillPath(text_of(tag), Qt::black);
+    }
+    QPainter(&canvas).drawImage(0, 0, layer);
+    return canvas;
+}
+
+struct Row
+{
+    const char *name;
+    Korvane::Controls record;
+    Tag expected;
+};
+
+const QPointF standard(25, 25); // radius of contacts without a size
+const QPointF here(100, 150);
+
+QStringList standard_lines(const QString &fid = "-1", const QString &buttons = "00000001")
+{
+    return {"FID: " + fid, "X: 100", "Y: 150", "X Radius: 0", "Y Radius: 0", "Buttons: " + buttons};
+}
+
+QStringList radius_lines(const QString &x, const QString &y)
+{
+    return {"FID: 256", "X: 100", "Y: 150", "X Radius: " + x, "Y Radius: " + y, "Buttons: 00000001"};
+}
+
+QStringList place_lines(const QString &x, const QString &y)
+{
+    return {"FID: -1", "X: " + x, "Y: " + y, "X Radius: 0", "Y Radius: 0", "Buttons: 00000001"};
+}
+
+/// A pen event item in a view, and one tick.
+class EventItemPicture : public testing::TestWithParam<Row>
+{
+protected:
+    EventItemPicture() { m_view.add_item(m_item); }
+
+    void show(const Korvane::Controls &record)
+    {
+        m_item->refresh(record);
+        render(*m_item);
+    }
+
+    ItemView m_view{0};
+    std::shared_ptr<EventItem> m_item = std::make_shared<Pen>(QPointF(-300, -200), QColor(255, 0, 0, 32));
+};
+
+TEST_P(EventItemPicture, ShowsTheContact)
+{
+    const Tag &expected = GetParam().expected;
+    show(GetParam().record);
+
+    EXPECT_TRUE(same_picture(painted(*m_item), drawn(expected)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AtItsPosition, EventItemPicture,
+    testing::Values(
+        Row{"OnAPixel", contact(-1, 1, here), {here, standard, standard_lines()}},
+        Row{"BetweenPixels",
+            contact(-1, 1, {100.25, 150.625}),
+            {{100.25, 150.625}, standard, place_lines("100.25", "150.625")}},
+        Row{"AtTheTopLeftCorner", contact(-1, 1, {0, 0}), {{0, 0}, standard, place_lines("0", "0")}},
+        Row{"LeftOfAndAboveTheView",
+            contact(-1, 1, {-30.5, -12.75}),
+            {{-30.5, -12.75}, standard, place_lines("-30.5", "-12.75")}},
+        Row{"SixDigits",
+            contact(-1, 1, {123.4567890625, 0.1234567}),
+            {{123.4567890625, 0.1234567}, standard, place_lines("123.457", "0.123457")}},
+        Row{"Exponents",
+            contact(-1, 1, {0.000012345678, 1e-7}),
+            {{0.000012345678, 1e-7}, standard, place_lines("1.23457e-05", "1e-07")}}),
+    row_name<Row>);
+
+INSTANTIATE_TEST_SUITE_P(
+    WithItsRadii, EventItemPicture,
+    testing::Values(Row{"Wide", contact(256, 1, here, {60, 10}), {here, {60, 10}, radius_lines("60", "10")}},
+                    Row{"High", contact(256, 1, here, {8, 40}), {here, {8, 40}, radius_lines("8", "40")}},
+                    Row{"Fractions",
+                        contact(256, 1, here, {12.5, 7.25}),
+                        {here, {12.5, 7.25}, radius_lines("12.5", "7.25")}},
+                    Row{"OnlyX", contact(256, 1, here, {30, 0}), {here, {30, 0}, radius_lines("30", "0")}},
+                    Row{"OnlyY", contact(256, 1, here, {0, 30}), {here, {0, 30}, radius_lines("0", "30")}},
+                    Row{"SixDigits",
+                        contact(256, 1, here, {20.12345678, 33.33333333}),
+                        {here, {20.12345678, 33.33333333}, radius_lines("20.1235", "33.3333")}},
+                    Row{"TooSmallForSinglePrecision",
+                        contact(256, 1, here, {1e-50, 1e-50}),
+                        {here, standard, radius_lines("1e-50", "1e-50")}}),
+    row_name<Row>);
+
+INSTANTIATE_TEST_SUITE_P(
+    WithItsIdentity, EventItemPicture,
+    testing::Values(Row{"Pen", contact(-16, 1, here), {here, standard, standard_lines("-16")}},
+                    Row{"Touch", contact(256, 1, here), {here, standard, standard_lines("256")}},
+                    Row{"Eraser", contact(639, 1, here), {here, standard, standard_lines("639")}}),
+    row_name<Row>);
+
+INSTANTIATE_TEST_SUITE_P(
+    WithItsButtons, EventItemPicture,
+    testing::Values(
+        Row{"None", contact(-1, 0, here), {here, standard, standard_lines("-1", "00000000")}},
+        Row{"Three", contact(-1, 3, here), {here, standard, standard_lines("-1", "00000011")}},
+        Row{"All", contact(-1, 255, here), {here, standard, standard_lines("-1", "11111111")}},
+        Row{"MoreThanEight", contact(-1, 300, here), {here, standard, standard_lines("-1", "00101100")}}),
+    row_name<Row>);
+
+TEST_F(EventItemPicture, HasTextThatCanBeSeen)
+{
+    // So that the other cases do compare text: without any font all of it would look alike.
+    const Tag one{here, standard, standard_lines("-1")};
+    const Tag other{here, standard, standard_lines("-2")};
+
+    EXPECT_FALSE(text_of(one).isEmpty());
+    EXPECT_FALSE(same_picture(drawn(one), drawn(other)));
+}
+
+TEST_F(EventItemPicture, FollowsTheContactAndLeavesNothingBehind)
+{
+    show(contact(-1, 1, {10, 20}, {90, 70}));
+
+    show(contact(256, 1, here, {8, 40}));
+
+    EXPECT_TRUE(same_picture(painted(*m_item), drawn({here, {8, 40}, radius_lines("8", "40")})));
+}
+
+TEST_F(EventItemPicture, ShowsPosAndNotViewPos)
+{
+    Korvane::Controls record = contact(-1, 1, here);
+    record.view_pos = {7, 8};
+
+    show(record);
+
+    EXPECT_TRUE(same_picture(painted(*m_item), drawn({here, standard, standard_lines()})));
+}
+
+TEST_F(EventItemPicture, WaitsForTheNextTick)
+{
+    show(contact(-1, 1, here));
+    m_item->refresh(contact(-1, 3, {0, 0}));
+
+    EXPECT_TRUE(same_picture(painted(*m_item), drawn({here, standard, standard_lines()})));
+    EXPECT_EQ(m_item->m_update_flags, 15);
+    EXPECT_EQ(m_item->map_from({1, 2}), QPointF(1, 2));
+}
+
+TEST_F(EventItemPicture, ReachesOverTheEdgesOfTheView)
+{
+    m_view.resize(300, 200);
+    for (const QPointF pos : {QPointF(20, 10), QPointF(295.5, 198.25)}) {
+        const QString x = QString::number(pos.x());
+        const QString y = QString::number(pos.y());
+        show(contact(-1, 1, pos));
+
+        const QImage expected = drawn({pos, standard, place_lines(x, y)}).copy({origin, QSize(300, 200)});
+        EXPECT_TRUE(same_picture(picture_of(m_view), expected)) << pos.x();
+    }
+}
+
+TEST_F(EventItemPicture, CoversCircleAndTag)
+{
+    m_view.get_dirty_region();
+
+    show(contact(-1, 1, here));
+
+    // The box begins at -175, -150, the circle ends at 25, 25; two pixels more before and four behind.
+    EXPECT_EQ(m_view.get_dirty_region(), QRegion(100 - 177, 150 - 152, 206, 181));
+}
+
+struct LocaleRow
+{
+    const char *name; ///< of the C library's locale
+    QLocale qt;
+};
+
+TEST_F(EventItemPicture, KeepsTheDecimalPointInEveryLocale)
+{
+    const LocaleRow rows[] = {{"C", QLocale::c()},
+                              {"fr_FR.UTF-8", QLocale(QLocale::French, QLocale::France)}};
+
+    for (const LocaleRow &row : rows) {
+        SCOPED_TRACE(row.name);
+        ASSERT_NE(std::setlocale(LC_ALL, row.name), nullptr) << "not installed";
+        QLocale::setDefault(row.qt);
+
+        show(contact(256, 1, {1234.5, 150.25}, {1200.5, 7.25}));
+
+        const QStringList lines{"FID: 256",         "X: 1234.5",      "Y: 150.25",
+                                "X Radius: 1200.5", "Y Radius: 7.25", "Buttons: 00000001"};
+        EXPECT_TRUE(same_picture(painted(*m_item), drawn({{1234.5, 150.25}, {1200.5, 7.25}, lines}), 1));
+    }
+}
+
+template <typename Type> class EventItemKind : public testing::Test
+{
+};
+
+using Kinds = testing::Types<EventItem, Pen, Touch, Erase>;
+TYPED_TEST_SUITE(EventItemKind, Kinds, );
+
+TYPED_TEST(EventItemKind, DiffersInItsColourOnly)
+{
+    for (const QColor &colour : {QColor(0, 255, 0, 32), QColor(0, 0, 255, 200)}) {
+        ItemView view(0);
+        const auto item = std::make_shared<TypeParam>(QPointF(0, 0), colour);
+        view.add_item(item);
+        item->refresh(contact(-1, 1, here));
+
+        render(*item);
+
+        EXPECT_TRUE(same_picture(painted(*item), drawn({here, standard, standard_lines(), colour})));
+    }
+}
+
+TYPED_TEST(EventItemKind, ShowsItselfBeforeItsFirstRecord)
+{
+    ItemView view(0);
+    const auto item = std::make_shared<TypeParam>(here, QColor(255, 0, 0, 32));
+    view.add_item(item);
+
+    render(*item);
+
+    EXPECT_TRUE(same_picture(painted(*item), drawn({here, standard, standard_lines("0", "00000000")})));
+}
+
+TYPED_TEST(EventItemKind, TakesNoContacts)
+{
+    ItemView view(0);
+    const auto item = std::make_shared<TypeParam>(QPointF(0, 0), Qt::red);
+    view.add_item(item);
+    item->refresh(contact(-1, 1, here));
+    render(*item);
+
+    ASSERT_TRUE(item->hit({0, 0}));
+    EXPECT_FALSE(item->m_hit_testable);
+    EXPECT_EQ(view.hit_item(contact(-1, 1, here)), nullptr);
+}
+
+TYPED_TEST(EventItemKind, TakesNoNoticeOfContacts)
+{
+    ItemView view(0);
+    const auto item = std::make_shared<TypeParam>(QPointF(0, 0), QColor(255, 0, 0, 32));
+    view.add_item(item);
+    item->refresh(contact(-1, 1, here));
+    render(*item);
+
+    item->pen_event(contact(-2, 3, {7, 8}));
+    item->touch_event({contact(256, 3, {7, 8})});
+    item->erase_event({contact(512, 3, {7, 8})});
+    EXPECT_EQ(item->m_update_flags, 0);
+    item->m_update_flags = Item::update_all;
+    render(*item);
+
+    EXPECT_TRUE(same_picture(painted(*item), drawn({here, standard, standard_lines()})));
+}
+
+TYPED_TEST(EventItemKind, IsWholeUntilItsLastRenderHasEnded)
+{
+    ItemView view(0);
+
+    for (int i = 0; i < 100; ++i) {
+        auto item = std::make_unique<TypeParam>(here, Qt::red);
+        item->m_owner = &view;
+        item->update_begin();
+        item.reset();
+
+        ASSERT_EQ(view.get_dirty_region(), QRegion(100 - 177, 150 - 152, 206, 181));
+    }
+}
+
+TYPED_TEST(EventItemKind, KeepsTheItemIdZero)
+{
+    TypeParam item({0, 0}, Qt::red);
+
+    item.refresh(contact(77, 1, here));
+
+    EXPECT_EQ(item.m_id, 0);
+}
+
+} // namespace
