@@ -1,0 +1,440 @@
+#include "strokesview.h"
+
+#include "item.h"
+
+#include <QBrush>
+#include <QFont>
+#include <QFontMetrics>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPen>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace {
+
+constexpr double same_position = 1e-12; // pixels: closer than this is equal
+constexpr int tag_alpha = 32;
+constexpr QRgb white = 0xffffff;
+constexpr int cell = 32; // pixels: mesh of the grid, side of a cell of the colour field, smallest target
+constexpr int bar_columns = 17;    // eight black ones between nine white ones
+constexpr int help_text_size = 32; // pixels
+constexpr QSize normal_size{960, 540};
+
+bool same(double a, double b)
+{
+    return std::abs(a - b) <= same_position;
+}
+
+bool is_point(const QLineF &line)
+{
+    return same(line.x1(), line.x2()) && same(line.y1(), line.y2());
+}
+
+bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
+{
+    return same(a.line.x1(), b.line.x1()) && same(a.line.y1(), b.line.y1()) && same(a.line.x2(), b.line.x2())
+        && same(a.line.y2(), b.line.y2()) && a.width == b.width;
+}
+
+/// The one rule by which a segment is painted, live and in a rebuild.
+void paint(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
+{
+    // Erasers never paint white: they make the layer transparent again, so that the pattern shows through.
+    if (colour == Qt::white)
+        painter.setCompositionMode(QPainter::CompositionMode_Clear);
+
+    const auto half_width = double(piece.width);
+    const QBrush brush(colour, Qt::SolidPattern);
+    if (is_point(piece.line)) {
+        QPainterPath dot;
+        dot.addEllipse(piece.line.x1() - half_width, piece.line.y1() - half_width, 2 * half_width,
+                       2 * half_width);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(brush);
+        painter.drawPath(dot);
+        return;
+    }
+    painter.setPen(QPen(brush, 2 * half_width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawLines(&piece.line, 1);
+}
+
+void set_outline_pen(QPainter &painter, Qt::PenStyle style)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(QBrush(Qt::black, Qt::SolidPattern), 0.0, style, Qt::RoundCap, Qt::RoundJoin));
+    painter.setBrush(Qt::NoBrush);
+}
+
+// The patterns. Grid and colour field fill the whole image, the others the widget as it is now.
+
+void draw_grid(QPainter &painter, QSize size)
+{
+    set_outline_pen(painter, Qt::DotLine);
+    for (int x = 0; x < size.width(); x += cell)
+        painter.drawLine(x, 0, x, size.height());
+    for (int y = 0; y < size.height(); y += cell)
+        painter.drawLine(0, y, size.width(), y);
+}
+
+void draw_colour_field(QPainter &painter, QSize size, const std::array<QBrush, 4> &brushes)
+{
+    for (int y = 0; y < size.height(); y += cell) {
+        for (int x = 0; x < size.width(); x += cell) {
+            const int colour = 2 * (x / cell % 2) + y / cell % 2;
+            painter.fillRect(x, y, cell, cell, brushes.at(static_cast<std::size_t>(colour)));
+        }
+    }
+}
+
+/// Square rings of targets around the centre, each ring one target wide and its targets half as large again.
+void draw_targets(QPainter &painter, QSize size)
+{
+    set_outline_pen(painter, Qt::SolidLine);
+    const int cx = size.width() / 2;
+    const int cy = size.height() / 2;
+    int diameter = cell;
+    for (int offset = 0; offset < cx;) {
+        const int across = offset + diameter / 2; // from the centre to the ring
+        const int end = diameter / 2 + std::max(cx, cy);
+        const auto draw = [&](int x, int y) { target(painter, float(x), float(y), float(diameter)); };
+        for (int along = across; along < end; along += diameter) {
+            draw(cx + along, cy + across);
+            draw(cx + along, cy - across);
+            draw(cx - along, cy + across);
+            draw(cx - along, cy - across);
+            draw(cx + across, cy + along);
+            draw(cx + across, cy - along);
+            draw(cx - across, cy + along);
+            draw(cx - across, cy - along);
+        }
+        offset += diameter;
+        diameter = diameter * 3 / 2;
+    }
+}
+
+void draw_vertical_bars(QPainter &painter, QSize size)
+{
+    painter.fillRect(QRect(QPoint(), size), Qt::white);
+    const int step = size.width() / bar_columns;
+    for (int i = 1; i < bar_columns; i += 2)
+        painter.fillRect(step * i, 0, step, size.height(), Qt::black);
+}
+
+void draw_horizontal_bars(QPainter &painter, QSize size)
+{
+    painter.fillRect(QRect(QPoint(), size), Qt::white);
+    const int step = size.height() / bar_columns;
+    for (int i = 1; i < bar_columns; i += 2)
+        painter.fillRect(0, step * i, size.width(), step, Qt::black);
+}
+
+void draw_help(QPainter &painter)
+{
+    static constexpr const char *lines[] = {
+        "Keyboard controls",
+        "H to toggle this help screen",
+        "ESC to exit",
+        "ENTER to toggle full screen",
+        "BACKSPACE to clear strokes",
+        "SPACE to toggle info tag boxes",
+        "G to toggle grid",
+        "S to toggle shape field",
+        "C to toggle colour field",
+        "B to toggle all black",
+        "<- to toggle vertical bars",
+        "-> to toggle horizontal bars",
+        "0-9 to select stroke width",
+    };
+    QFont font;
+    font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
+    font.setPixelSize(help_text_size);
+
+    const int line_height = QFontMetrics(font).height();
+    QPainterPath text;
+    int baseline = 0;
+    for (const char *const line : lines) {
+        baseline += line_height;
+        text.addText(0, baseline, font, QString::fromLatin1(line));
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::black);
+    painter.drawPath(text);
+}
+
+/// Null where there is no memory for the image.
+std::unique_ptr<QImage> new_image(int width, int height, QImage::Format format)
+{
+    auto image = std::make_unique<QImage>(width, height, format);
+    return image->isNull() ? nullptr : std::move(image);
+}
+
+bool smaller(const std::unique_ptr<QImage> &image, int width, int height)
+{
+    return !image || image->width() < width || image->height() < height;
+}
+
+} // namespace
+
+StrokesView::StrokesView() : ItemView(0)
+{
+    connect(this, &ItemView::out_pen_event, this, &StrokesView::my_pen_event);
+    connect(this, &ItemView::out_touch_event, this, &StrokesView::my_touch_event);
+    connect(this, &ItemView::out_erase_event, this, &StrokesView::my_erase_event);
+}
+
+StrokesView::~StrokesView() = default;
+
+void StrokesView::my_pen_event(const Korvane::Controls &event)
+{
+    show_contact<Pen>(event, Qt::red, QColor(255, 0, 0, tag_alpha));
+}
+
+void StrokesView::my_touch_event(const std::vector<Korvane::Controls> &event)
+{
+    for (const Korvane::Controls &record : event)
+        show_contact<Touch>(record, Qt::green, QColor(0, 255, 0, tag_alpha));
+}
+
+void StrokesView::my_erase_event(const std::vector<Korvane::Controls> &event)
+{
+    for (const Korvane::Controls &record : event)
+        show_contact<Erase>(record, Qt::white, QColor(0, 0, 255, tag_alpha));
+}
+
+template <typename ContactItem>
+void StrokesView::show_contact(const Korvane::Controls &event, const QColor &stroke_colour,
+                               const QColor &item_colour)
+{
+    const auto shown = m_items.find(event.id);
+    if (shown != m_items.end()) {
+        const std::shared_ptr<EventItem> item = shown->second;
+        if (event.buttons == 0) {
+            m_items.erase(shown);
+            sub_item(item.get());
+        } else {
+            item->refresh(event);
+        }
+    } else if (m_show_tags && event.buttons != 0) {
+        const auto item = std::make_shared<ContactItem>(event.pos, item_colour);
+        item->refresh(event);
+        add_item(item);
+        m_items[event.id] = item;
+    }
+    draw_stroke(event, stroke_colour);
+}
+
+void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colour)
+{
+    draw_state &drawing = m_draw_states[event.id];
+    if (drawing.state == 0) {
+        if (event.buttons == 0)
+            return;
+        drawing.state = 1;
+        drawing.last = event.pos;
+        drawing.segments.clear();
+        drawing.colour = colour;
+    }
+
+    const auto size = static_cast<float>(std::max(event.radius.x(), event.radius.y()));
+    const segment piece{QLineF(drawing.last, event.pos), size == 0 ? m_stroke_width : size};
+    if (drawing.segments.empty() || !same_segment(drawing.segments.back(), piece)) {
+        drawing.segments.push_back(piece);
+        paint_segment(piece, drawing.colour);
+        mark_dirty(piece);
+    }
+
+    if (event.buttons != 0) {
+        drawing.last = event.pos;
+        return;
+    }
+    drawing.state = 0;
+    m_strokes.push_back({std::move(drawing.segments), drawing.colour});
+    drawing.segments.clear();
+}
+
+void StrokesView::paint_segment(const segment &piece, const QColor &colour)
+{
+    if (!m_strokes_image)
+        return;
+    QPainter painter(m_strokes_image.get());
+    painter.setRenderHint(QPainter::Antialiasing);
+    paint(painter, piece, colour);
+}
+
+void StrokesView::mark_dirty(const segment &piece)
+{
+    const auto [left, right] =
+        std::minmax({static_cast<int>(piece.line.x1()), static_cast<int>(piece.line.x2())});
+    const auto [top, bottom] =
+        std::minmax({static_cast<int>(piece.line.y1()), static_cast<int>(piece.line.y2())});
+    const auto margin = static_cast<int>(double(piece.width) + 1.0);
+    // Both end pixels belong to the segment, as QRect counts its corners.
+    add_dirty_region(
+        QRect(QPoint(left, top), QPoint(right, bottom)).adjusted(-margin, -margin, margin, margin));
+}
+
+void StrokesView::redraw_strokes()
+{
+    if (!m_strokes_image)
+        return;
+    m_strokes_image->fill(0);
+    QPainter painter(m_strokes_image.get());
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const stroke &finished : m_strokes) {
+        for (const segment &piece : finished.segments) {
+            paint(painter, piece, finished.colour);
+            // Deliberate: only the very first segment of a rebuild is composed over what lies below.
+            painter.setCompositionMode(QPainter::CompositionMode_Source);
+        }
+    }
+}
+
+void StrokesView::clear_strokes()
+{
+    m_strokes.clear();
+    redraw_strokes();
+    add_dirty_region({0, 0, width(), height()});
+}
+
+void StrokesView::statistics(int &strokes, int &segments, int &min_segments, int &max_segments,
+                             int &mean_segments) const
+{
+    strokes = static_cast<int>(m_strokes.size());
+    segments = 0;
+    min_segments = 1000000;
+    max_segments = -1;
+    for (const stroke &finished : m_strokes) {
+        const auto count = static_cast<int>(finished.segments.size());
+        min_segments = std::min(min_segments, count);
+        max_segments = std::max(max_segments, count);
+        segments += count;
+    }
+    mean_segments = strokes != 0 ? segments / strokes : 0;
+}
+
+void StrokesView::toggle(test_mode mode)
+{
+    m_test_mode = m_test_mode == mode ? no_test : mode;
+    redraw_test();
+    update();
+}
+
+void StrokesView::toggle_grid()
+{
+    toggle(grid);
+}
+
+void StrokesView::toggle_colors()
+{
+    toggle(colors);
+}
+
+void StrokesView::toggle_shapes()
+{
+    toggle(shapes);
+}
+
+void StrokesView::toggle_black()
+{
+    toggle(black);
+}
+
+void StrokesView::toggle_vcalib()
+{
+    toggle(vertical_bars);
+}
+
+void StrokesView::toggle_hcalib()
+{
+    toggle(horizontal_bars);
+}
+
+void StrokesView::toggle_help()
+{
+    toggle(help);
+}
+
+void StrokesView::redraw_test()
+{
+    static const std::array<QBrush, 4> brushes{
+        QBrush(Qt::red, Qt::SolidPattern), QBrush(Qt::green, Qt::SolidPattern),
+        QBrush(Qt::blue, Qt::SolidPattern), QBrush(Qt::white, Qt::SolidPattern)};
+    if (!m_test_image)
+        return;
+    m_test_image->fill(white);
+    if (m_test_mode == no_test)
+        return;
+    QPainter painter(m_test_image.get());
+    switch (m_test_mode) {
+    case grid:
+        draw_grid(painter, m_test_image->size());
+        break;
+    case colors:
+        draw_colour_field(painter, m_test_image->size(), brushes);
+        break;
+    case shapes:
+        draw_targets(painter, size());
+        break;
+    case black:
+        painter.fillRect(0, 0, width(), height(), Qt::black);
+        break;
+    case vertical_bars:
+        draw_vertical_bars(painter, size());
+        break;
+    case horizontal_bars:
+        draw_horizontal_bars(painter, size());
+        break;
+    case help:
+        draw_help(painter);
+        break;
+    default:
+        break;
+    }
+}
+
+QSize StrokesView::sizeHint() const
+{
+    return normal_size;
+}
+
+void StrokesView::resizeEvent(QResizeEvent *)
+{
+    // Deliberate: shared by all views, and never smaller again, so that images are not made anew.
+    static int max_width = 0;
+    static int max_height = 0;
+    max_width = std::max(max_width, width());
+    max_height = std::max(max_height, height());
+
+    if (smaller(m_strokes_image, max_width, max_height)) {
+        m_strokes_image = new_image(max_width, max_height, QImage::Format_ARGB32_Premultiplied);
+        redraw_strokes();
+    }
+    if (smaller(m_test_image, max_width, max_height))
+        m_test_image = new_image(max_width, max_height, QImage::Format_RGB32);
+    redraw_test();
+}
+
+void StrokesView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(this);
+    if (m_test_image)
+        painter.drawImage(0, 0, *m_test_image);
+    if (m_strokes_image)
+        painter.drawImage(0, 0, *m_strokes_image);
+    // The items are painted by a second painter, while this one is still open.
+    ItemView::paintEvent(event);
+}
+
+void target(QPainter &painter, float x, float y, float size)
+{
+    const auto whole = [](float value) { return static_cast<int>(value); };
+    const float radius = 0.5F * size;
+    const float arm = 0.25F * size;
+    painter.drawEllipse(whole(x - radius), whole(y - radius), whole(size), whole(size));
+    painter.drawLine(whole(x - arm), whole(y), whole(x + arm), whole(y));
+    painter.drawLine(whole(x), whole(y - arm), whole(x), whole(y + arm));
+}
