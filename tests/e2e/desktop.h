@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QImage>
+#include <QProcess>
+#include <QRect>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+/// Waits until @p condition holds; false when it does not within ten seconds.
+bool eventually(const std::function<bool()> &condition);
+
+/// An X server of the test's own (Xvfb) with a window manager (openbox). Ends with this object.
+class Desktop
+{
+public:
+    static constexpr int width = 1280; // pixels
+    static constexpr int height = 720; // pixels
+
+    /// Throws std::runtime_error when server or window manager do not start.
+    Desktop();
+    ~Desktop();
+
+    QString display() const; ///< e.g. ":7"
+
+    /// Waits for a window of this title to have the keyboard; false when none does in time.
+    bool has_active_window(const QString &title);
+    /// What the active window shows, as a part of the screen.
+    QImage window_picture();
+    /// Where the active window's content lies on the screen.
+    QRect window_area();
+    /// Presses and releases a key, named as X names it, e.g. "Escape", "h", "Left".
+    void press(const char *key);
+    /// Asks the active window to close, as the window manager's button does.
+    void close_window();
+
+private:
+    struct Connection;
+
+    QProcess m_server;
+    QProcess m_window_manager;
+    QString m_display;
+    std::unique_ptr<Connection> m_connection;
+};

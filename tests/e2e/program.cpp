@@ -1,0 +1,50 @@
+#include "e2e/program.h"
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int patience_ms = 10'000;
+
+} // namespace
+
+Program::Program(const QStringList &scenario, Driver driver, const QString &locale) : m_driver(scenario)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DISPLAY", m_desktop.display());
+    environment.insert("QT_QPA_PLATFORM", "xcb");
+    environment.insert("LC_ALL", locale);
+    environment.insert("XDG_RUNTIME_DIR", m_runtime_folder.path());
+    if (driver == Driver::simulated)
+        environment.insert("LD_LIBRARY_PATH", SimulatedDriver::folder());
+    m_process.setProcessEnvironment(environment);
+    m_process.start(LANTERNIX_PROGRAM, QStringList());
+    if (!m_process.waitForStarted(patience_ms) || !m_desktop.has_active_window("lanternix"))
+        throw std::runtime_error("lanternix shows no window: "
+                                 + m_process.readAllStandardError().toStdString());
+}
+
+Program::~Program()
+{
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.kill();
+        m_process.waitForFinished(patience_ms);
+    }
+}
+
+int Program::exit_status()
+{
+    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(patience_ms))
+        return -1;
+    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+QByteArray Program::standard_output()
+{
+    return m_process.readAllStandardOutput();
+}
+
+QByteArray Program::standard_error()
+{
+    return m_process.readAllStandardError();
+}

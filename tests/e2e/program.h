@@ -1,0 +1,36 @@
+#pragma once
+
+#include "e2e/desktop.h"
+#include "support/simulated_driver.h"
+
+#include <QProcess>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/// The real executable on a screen of its own, with a simulated driver that plays the given scenario, or with
+/// no driver at all. Started by the constructor, killed by the destructor where it still runs.
+class Program
+{
+public:
+    enum class Driver { simulated, missing };
+
+    /// Returns once the window has the keyboard; throws std::runtime_error when it never does.
+    /// @p locale is the C library's, for all categories.
+    explicit Program(const QStringList &scenario, Driver driver = Driver::simulated,
+                     const QString &locale = QStringLiteral("C"));
+    ~Program();
+
+    Desktop &desktop() { return m_desktop; }
+    SimulatedDriver &driver() { return m_driver; }
+
+    /// Waits for the end and returns the exit status; -1 for a crash or when it does not end in time.
+    int exit_status();
+    QByteArray standard_output();
+    QByteArray standard_error();
+
+private:
+    SimulatedDriver m_driver; ///< its scenario and log; the library itself is loaded by the program
+    Desktop m_desktop;
+    QTemporaryDir m_runtime_folder;
+    QProcess m_process;
+};
