@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// One change of a trace: the number of its signal, from 0, its value and its time in nanoseconds.
+struct TracedChange
+{
+    unsigned int signal = 0;
+    double value = 0;
+    long long time = 0;
+};
+
+/// Writes @p changes, which are in order of time, of real signals "signal0" and on, with Verilator's writer.
+void write_with_verilator(const std::string &file_name, unsigned int signal_count,
+                          const std::vector<TracedChange> &changes);
