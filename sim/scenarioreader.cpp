@@ -164,6 +164,9 @@ bool Reader::read(const std::string &line, int number)
     } catch (const Json::parse_error &error) {
         m_error = "not valid JSON at column " + std::to_string(error.byte);
         return false;
+    } catch (const Json::out_of_range &) {
+        m_error = "holds a number that is too large";
+        return false;
     }
     Fields fields(object, m_error);
     const std::string type = fields.text("type", longestText);

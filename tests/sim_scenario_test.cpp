@@ -233,13 +233,13 @@ TEST_P(AWrongLine, IsRefusedWithItsNumberAndCause)
 
 INSTANTIATE_TEST_SUITE_P(
     Json, AWrongLine,
-    testing::Values(RefusalRow{"NoJson", "mark", "not valid JSON at column 1"},
-                    RefusalRow{"OpenObject", R"({"type":"end")", "not valid JSON at column 14"},
-                    RefusalRow{"TwoObjects", R"({"type":"end"}{})", "not valid JSON at column 15"},
-                    RefusalRow{"NoUtf8", "{\"type\":\"mark\",\"text\":\"\xff\"}",
-                               "not valid JSON at column 24"},
-                    RefusalRow{"AList", "[1]", "not a JSON object"},
-                    RefusalRow{"ANumber", "1", "not a JSON object"}),
+    testing::Values(
+        RefusalRow{"NoJson", "mark", "not valid JSON at column 1"},
+        RefusalRow{"OpenObject", R"({"type":"end")", "not valid JSON at column 14"},
+        RefusalRow{"TwoObjects", R"({"type":"end"}{})", "not valid JSON at column 15"},
+        RefusalRow{"NoUtf8", "{\"type\":\"mark\",\"text\":\"\xff\"}", "not valid JSON at column 24"},
+        RefusalRow{"AHugeNumber", R"({"type":"wait","time":1e993})", "holds a number that is too large"},
+        RefusalRow{"AList", "[1]", "not a JSON object"}, RefusalRow{"ANumber", "1", "not a JSON object"}),
     row_name);
 
 INSTANTIATE_TEST_SUITE_P(
