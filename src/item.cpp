@@ -2,11 +2,16 @@
 
 #include "itemview.h"
 
+#include <QFont>
 #include <QFontMetrics>
 #include <QPainter>
 
+#include <array>
 #include <cmath>
+#include <map>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -28,6 +33,194 @@ QString eight_bits(int value)
 {
     return QString::number(value + 256, 2).right(8);
 }
+
+QFont make_tag_font()
+{
+    QFont font;
+    font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
+    font.setPixelSize(text_size);
+    return font;
+}
+
+/// Writes what tags say. The toolkit would load the font anew on every render thread, and fill each outline
+/// anew for every record: both take far longer than the rest of a render. So each label and each character of
+/// a number is laid out once, filled once for each place between the pixels that it comes to lie at, and
+/// shared by all threads.
+class TagText
+{
+public:
+    static constexpr std::size_t line_count = 6;
+
+    /// The first call lays all out, on its thread.
+    static TagText &instance()
+    {
+        static TagText text;
+        return text;
+    }
+
+    /// Fills the lines in black, the first one a line's height below @p corner. @p values are results of
+    /// QString::number, one for each label.
+    void draw(QPainter &painter, QPointF corner, const std::array<QString, line_count> &values)
+    {
+        const std::vector<Placed> placed = place(corner, values);
+        if (painter.transform().type() <= QTransform::TxTranslate)
+            draw_coverage(painter, placed);
+        else
+            draw_outlines(painter, placed);
+    }
+
+private:
+    /// The black that an outline leaves on each pixel.
+    struct Coverage
+    {
+        QImage image;
+        QPoint offset; ///< of the image, from the pixel of the origin
+    };
+
+    using Fraction = std::pair<double, double>; ///< x and y of a place within its pixel
+
+    struct Piece
+    {
+        QPainterPath outline;         ///< its baseline starts at (0, 0)
+        std::vector<double> advances; ///< pixels to the character that follows, by its place in m_characters
+        std::map<Fraction, Coverage> coverage; ///< by place between the pixels; guarded by m_mutex
+    };
+
+    struct Placed
+    {
+        Piece *piece;
+        QPointF origin; ///< item coordinates
+    };
+
+    static constexpr int most_coverage_bytes = 1 << 24;
+
+    TagText()
+    {
+        for (const char *const label : {"FID: ", "X: ", "Y: ", "X Radius: ", "Y Radius: ", "Buttons: "})
+            m_labels.push_back(lay_out(QString::fromLatin1(label)));
+        for (const QChar character : m_characters)
+            m_numerals.push_back(lay_out(character));
+    }
+
+    Piece lay_out(const QString &text) const
+    {
+        Piece piece;
+        piece.outline.addText(0, 0, m_font, text);
+        const QFontMetricsF metrics(m_font);
+        for (const QChar next : m_characters) // measured together, since fonts kern
+            piece.advances.push_back(metrics.horizontalAdvance(text + next)
+                                     - metrics.horizontalAdvance(next));
+        return piece;
+    }
+
+    std::vector<Placed> place(QPointF corner, const std::array<QString, line_count> &values)
+    {
+        std::vector<Placed> placed;
+        for (std::size_t line = 0; line < line_count; ++line) {
+            corner.ry() += m_line_height;
+            placed.push_back({&m_labels.at(line), in_steps(corner)});
+            for (const QChar character : values.at(line)) {
+                const auto next = static_cast<std::size_t>(m_characters.indexOf(character));
+                const QPointF origin =
+                    placed.back().origin + QPointF(placed.back().piece->advances.at(next), 0);
+                placed.push_back({&m_numerals.at(next), origin});
+            }
+        }
+        return placed;
+    }
+
+    /// The toolkit lays text out in steps of a 64th of a pixel, and drops what is less.
+    static QPointF in_steps(QPointF point)
+    {
+        constexpr double steps = 64;
+        return {std::trunc(point.x() * steps) / steps, std::trunc(point.y() * steps) / steps};
+    }
+
+    static void draw_outlines(QPainter &painter, const std::vector<Placed> &placed)
+    {
+        QPainterPath text;
+        for (const Placed &part : placed)
+            text.addPath(part.piece->outline.translated(part.origin));
+        painter.setBrush(Qt::black);
+        painter.setPen(Qt::NoPen);
+        painter.drawPath(text);
+    }
+
+    /// Adds up what the pieces cover, as if they were one outline, and lays it over the picture.
+    void draw_coverage(QPainter &painter, const std::vector<Placed> &placed)
+    {
+        std::vector<std::pair<QPoint, QImage>> parts;
+        QRect area;
+        {
+            const std::lock_guard lock(m_mutex);
+            forget_when_full();
+            for (const Placed &part : placed) {
+                const auto [pixel, coverage] = cover(*part.piece, painter.transform().map(part.origin));
+                parts.emplace_back(pixel + coverage.offset, coverage.image);
+                area |= QRect(parts.back().first, coverage.image.size());
+            }
+        }
+        QImage sum(area.size(), QImage::Format_ARGB32_Premultiplied);
+        sum.fill(Qt::transparent);
+        QPainter adding(&sum);
+        adding.setCompositionMode(QPainter::CompositionMode_Plus);
+        for (const auto &[pixel, image] : parts)
+            adding.drawImage(pixel - area.topLeft(), image);
+        adding.end();
+        painter.save();
+        painter.resetTransform();
+        painter.drawImage(area.topLeft(), sum);
+        painter.restore();
+    }
+
+    /// Under the lock.
+    void forget_when_full()
+    {
+        if (m_coverage_bytes < most_coverage_bytes)
+            return;
+        for (std::vector<Piece> *const pieces : {&m_labels, &m_numerals}) {
+            for (Piece &piece : *pieces)
+                piece.coverage.clear();
+        }
+        m_coverage_bytes = 0;
+    }
+
+    /// The pixel that @p origin lies in, and the coverage of a piece there. Under the lock.
+    std::pair<QPoint, const Coverage &> cover(Piece &piece, QPointF origin)
+    {
+        const QPointF corner = rounded_down(origin);
+        const QPoint pixel = corner.toPoint();
+        const QPointF between = origin - corner;
+        const Fraction key(between.x(), between.y());
+        const auto known = piece.coverage.find(key);
+        if (known != piece.coverage.end())
+            return {pixel, known->second};
+
+        Coverage coverage = fill(piece.outline.translated(between));
+        m_coverage_bytes += coverage.image.sizeInBytes();
+        return {pixel, piece.coverage.emplace(key, std::move(coverage)).first->second};
+    }
+
+    static Coverage fill(const QPainterPath &outline)
+    {
+        const QRect area = outline.boundingRect().toAlignedRect().adjusted(-1, -1, 1, 1);
+        Coverage coverage{QImage(area.size(), QImage::Format_ARGB32_Premultiplied), area.topLeft()};
+        coverage.image.fill(Qt::transparent);
+        QPainter painter(&coverage.image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(-area.topLeft());
+        painter.fillPath(outline, Qt::black);
+        return coverage;
+    }
+
+    const QFont m_font = make_tag_font();
+    const QString m_characters = QStringLiteral("0123456789-+.einfa"); ///< of QString::number's results
+    const int m_line_height = QFontMetrics(m_font).height();           ///< pixels
+    std::vector<Piece> m_labels;                                       ///< by line
+    std::vector<Piece> m_numerals;                                     ///< by place in m_characters
+    std::mutex m_mutex;                                                ///< guards all coverage
+    qsizetype m_coverage_bytes = 0;
+};
 
 } // namespace
 
@@ -64,9 +257,11 @@ void Item::rebuffer()
     if (m_image_cache && m_image_rectangle.width() <= m_image_cache->width()
         && m_image_rectangle.height() <= m_image_cache->height())
         return;
-    m_image_cache = std::make_unique<QImage>(static_cast<int>(m_image_rectangle.width()),
-                                             static_cast<int>(m_image_rectangle.height()),
-                                             QImage::Format_ARGB32_Premultiplied);
+    // Too small by a fraction of a pixel only: the same memory will do.
+    const QSize size(static_cast<int>(m_image_rectangle.width()),
+                     static_cast<int>(m_image_rectangle.height()));
+    if (!m_image_cache || m_image_cache->size() != size)
+        m_image_cache = std::make_unique<QImage>(size, QImage::Format_ARGB32_Premultiplied);
     if (m_image_cache->isNull())
         m_image_cache.reset();
     else
@@ -201,8 +396,7 @@ EventItem::EventItem(QPointF position, QColor colour)
     : Item(position, 0, 1.0F, 0), m_colour(std::move(colour))
 {
     m_hit_testable = false;
-    m_font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
-    m_font.setPixelSize(text_size);
+    TagText::instance(); // here rather than on a render thread
 }
 
 EventItem::~EventItem()
@@ -231,21 +425,10 @@ void EventItem::rebuild()
     m_shape.addEllipse(circle);
     m_shape.addRect(tag);
 
-    const QString lines[] = {
-        QStringLiteral("FID: ") + QString::number(m_contact_id),
-        QStringLiteral("X: ") + QString::number(m_position.x()),
-        QStringLiteral("Y: ") + QString::number(m_position.y()),
-        QStringLiteral("X Radius: ") + QString::number(m_radius.x()),
-        QStringLiteral("Y Radius: ") + QString::number(m_radius.y()),
-        QStringLiteral("Buttons: ") + eight_bits(m_buttons),
-    };
-    const int line_height = QFontMetrics(m_font).height();
-    m_text = QPainterPath();
-    double baseline = tag.top();
-    for (const QString &line : lines) {
-        baseline += line_height;
-        m_text.addText(tag.left(), baseline, m_font, line);
-    }
+    m_text_corner = tag.topLeft();
+    m_values = {QString::number(m_contact_id),   QString::number(m_position.x()),
+                QString::number(m_position.y()), QString::number(m_radius.x()),
+                QString::number(m_radius.y()),   eight_bits(m_buttons)};
 
     m_cross = QPainterPath();
     m_cross.moveTo(0, -r.y());
@@ -267,9 +450,7 @@ void EventItem::redraw(QPainter &painter)
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(m_cross);
 
-    painter.setBrush(Qt::black);
-    painter.setPen(Qt::NoPen);
-    painter.drawPath(m_text);
+    TagText::instance().draw(painter, m_text_corner, m_values);
 }
 
 Pen::~Pen()

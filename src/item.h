@@ -3,16 +3,17 @@
 #include "korvane.h"
 
 #include <QColor>
-#include <QFont>
 #include <QImage>
 #include <QObject>
 #include <QPainterPath>
 #include <QPointF>
 #include <QPolygonF>
 #include <QRect>
+#include <QString>
 #include <QTransform>
 #include <QVector2D>
 
+#include <array>
 #include <future>
 #include <memory>
 #include <vector>
@@ -147,12 +148,12 @@ public:
 private:
     QPainterPath m_shape; ///< circle and tag
     QPainterPath m_cross;
-    QPainterPath m_text;
+    QPointF m_text_corner;           ///< the tag's, item coordinates
+    std::array<QString, 6> m_values; ///< of the tag's lines, behind their labels
     int m_contact_id = 0;
     int m_buttons = 0;
     QPointF m_radius; ///< pixels
     QColor m_colour;
-    QFont m_font;
 };
 
 class Pen : public EventItem
