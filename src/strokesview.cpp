@@ -13,6 +13,8 @@
 #include <array>
 #include <cmath>
 
+#include <malloc.h>
+
 namespace {
 
 constexpr double same_position = 1e-12; // pixels: closer than this is equal
@@ -252,6 +254,7 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
         return;
     }
     drawing.state = 0;
+    drawing.segments.shrink_to_fit(); // it will not grow any more
     m_strokes.push_back({std::move(drawing.segments), drawing.colour});
     drawing.segments.clear();
 }
@@ -295,7 +298,8 @@ void StrokesView::redraw_strokes()
 
 void StrokesView::clear_strokes()
 {
-    m_strokes.clear();
+    m_strokes = {};
+    malloc_trim(0); // the C library would keep what a long session has drawn
     redraw_strokes();
     add_dirty_region({0, 0, width(), height()});
 }
