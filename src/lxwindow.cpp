@@ -57,7 +57,13 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     showMaximized();
 }
 
-LanternixDialog::~LanternixDialog() = default;
+LanternixDialog::~LanternixDialog()
+{
+    // A driver may call back until it has been detached, and here too: no contact may come to a window that
+    // goes.
+    m_korvane->disconnect(this);
+    m_korvane.reset();
+}
 
 QRect LanternixDialog::screen_geometry() const
 {

@@ -193,6 +193,11 @@ void ZorvicHardware::enumerate()
         const std::lock_guard lock(m_mutex);
         generation = m_generation;
     }
+    enumerate(generation);
+}
+
+void ZorvicHardware::enumerate(int generation)
+{
     int count = 0;
     if (m_wrapper) {
         m_wrapper->Attach();
@@ -297,13 +302,14 @@ template <typename Operation> void ZorvicHardware::forEachBoard(Operation operat
 void ZorvicHardware::pnp()
 {
     forEachBoard([this](int board) { m_wrapper->ClearCallback(board, processPacketCallback, this); });
+    int generation = 0;
     {
         const std::lock_guard lock(m_mutex);
         m_boards.clear();
-        ++m_generation;
+        generation = ++m_generation;
     }
     emit pnpEvent();
-    enumerate();
+    enumerate(generation);
 }
 
 void ZorvicHardware::pnpCallback(void *context)

@@ -129,9 +129,9 @@ public:
     static void pnpCallback(void *context);
     /// Decodes one report and emits what it holds; an unknown report is dropped. Driver's thread.
     void processPacket(const QByteArray &report);
-    /// For the driver; @p context is the ZorvicHardware. A null context or buffer and a buffer of fewer than
-    /// two bytes are dropped. @p length must be true: a buffer shorter than its stated length cannot be
-    /// detected.
+    /// For the driver; @p context is the ZorvicHardware. A null context or buffer and a length below two or
+    /// beyond INT_MAX, such as 4 GiB - 1, are dropped. Any other @p length must be true: a buffer shorter
+    /// than its stated length cannot be detected.
     static void processPacketCallback(int board, const unsigned char *data, unsigned int length,
                                       void *context);
     /// Debugging aid: writes the bytes in decimal to Qt's debug output.
@@ -201,6 +201,9 @@ private:
     enum class Destination { unknown, own, redirected };
 
     bool initialiseZorvicWrapper();
+    /// The enumeration that belongs to one generation of the boards list: of two at once, the later one
+    /// counts.
+    void enumerate(int generation);
     void enumerateDevice(const _ZORVIC_DEVICE_INFO &info, int generation);
     void addBoard(const _ZORVIC_DEVICE_INFO &info, int generation);
     QList<BoardInfo> boards() const;
