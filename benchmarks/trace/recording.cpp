@@ -1,5 +1,7 @@
 // What one recorded change costs, next to the least that a recorder of this kind has to do.
 
+#include "timing.h"
+
 #include "vcd.h"
 
 #include <benchmark/benchmark.h>
@@ -18,7 +20,7 @@ namespace {
 constexpr unsigned int signal_count = 100;
 // Short rounds: the median is then of rounds in which no other program took the processor away.
 constexpr int changes_per_round = 20'000;
-constexpr int rounds = 251;
+constexpr int usual_rounds = 251;
 
 /// The reference: a mutex, a clock reading and an append to one vector per signal found in a std::map.
 class Reference
@@ -75,12 +77,6 @@ template <typename Record> double measure(int threads, const std::vector<Step> &
     return taken.count() / static_cast<double>(share * static_cast<std::size_t>(threads));
 }
 
-double median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
-}
-
 /// Both record the same changes in turn, so that whatever else the machine does falls on both. Neither ever
 /// forgets a change, so the vectors of both grow alike.
 void recording(benchmark::State &state)
@@ -111,7 +107,12 @@ void recording(benchmark::State &state)
     state.counters["reference_ns"] = median(theirs);
     state.counters["ratio"] = median(ratios);
 }
-BENCHMARK(recording)->ArgName("threads")->Arg(1)->Arg(8)->Iterations(rounds)->UseManualTime()->Unit(
-    benchmark::kMillisecond);
+BENCHMARK(recording)
+    ->ArgName("threads")
+    ->Arg(1)
+    ->Arg(8)
+    ->Iterations(rounds(usual_rounds))
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,6 +1,8 @@
 // What one written change costs in time, bytes and memory: ours, Verilator's writer, and as the limit a plain
 // loop that formats the same changes, already in order, into memory.
 
+#include "timing.h"
+
 #include "vcd.h"
 #include "verilator_writer.h"
 
@@ -11,7 +13,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -25,7 +26,6 @@ namespace {
 
 constexpr unsigned int signal_count = 100;
 constexpr std::size_t change_count = 5'000'000;
-constexpr int rounds = 9;
 constexpr std::size_t longest_lines = 64; ///< a time line and a value line
 
 const QTemporaryDir folder;
@@ -115,23 +115,9 @@ char *format(const std::vector<TracedChange> &changes, const std::vector<std::st
     return text;
 }
 
-/// In processor time, the system's included: what other programs do on the machine does not count.
 template <typename Work> double nanoseconds_per_change(Work work)
 {
-    const auto processor_time = [] {
-        timespec time;
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
-    };
-    const double start = processor_time();
-    work();
-    return (processor_time() - start) / static_cast<double>(change_count);
-}
-
-double median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
+    return processor_nanoseconds(work) / static_cast<double>(change_count);
 }
 
 std::string read_file(const std::string &name)
@@ -183,7 +169,7 @@ void writing(benchmark::State &state)
     state.counters["bytes_per_change"] = bytes_per_change(path("ours.vcd"));
     state.counters["verilator_bytes"] = bytes_per_change(path("verilator.vcd"));
 }
-BENCHMARK(writing)->Iterations(rounds)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(writing)->Iterations(rounds(9))->UseManualTime()->Unit(benchmark::kMillisecond);
 
 /// A line of /proc/self/status in bytes.
 double process_memory(const std::string &field)
@@ -214,6 +200,6 @@ void memory_while_writing(benchmark::State &state)
     state.counters["more_while_writing_MB"] = worst / 1e6;
     state.counters["peak_to_recorded"] = (recorded + worst) / recorded;
 }
-BENCHMARK(memory_while_writing)->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(memory_while_writing)->Iterations(rounds(4))->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,0 +1,17 @@
+#include <QApplication>
+
+#include <benchmark/benchmark.h>
+
+/// On Qt's offscreen platform, without a driver.
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("LD_LIBRARY_PATH");
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    const QApplication application(argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

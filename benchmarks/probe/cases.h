@@ -1,0 +1,34 @@
+#pragma once
+
+#include "program.h"
+#include "screen.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// What a case runs with.
+struct Setting
+{
+    Paths paths;
+    Screen &screen;
+    std::string program_before; ///< the build to compare pictures with; may be empty
+    bool quick = false;         ///< fewer repetitions
+};
+
+/// What a case has measured: {"samples": {NAME: [NUMBER...]}, "values": {NAME: NUMBER}}. The names carry the
+/// unit.
+using Result = nlohmann::ordered_json;
+
+struct Case
+{
+    std::string name;
+    std::function<Result(const Setting &)> run;
+};
+
+void add_latency_cases(std::vector<Case> &cases); ///< from a report to its pixel
+void add_flood_cases(std::vector<Case> &cases);   ///< more reports than ticks
+void add_idle_cases(std::vector<Case> &cases);    ///< the start, and nothing to do
+void add_picture_cases(std::vector<Case> &cases); ///< the same as another build shows

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "screen.h"
+
+#include "report.h"
+
+#include <vector>
+
+/// Some contacts of one kind, and the reports that put them somewhere.
+struct Contacts
+{
+    enum Kind { pen, touch, eraser };
+
+    Kind kind = pen;
+    int count = 1;  ///< a pen is always alone
+    int radius = 0; ///< pixels; pens have none
+
+    /// One report of all of them; @p places in pixels of the screen, one for each.
+    boardsim::Bytes report(const std::vector<Point> &places, const Screen &screen, bool down = true) const;
+};
+
+/// Where some contacts are at each of their reports.
+using Walk = std::vector<std::vector<Point>>;
+
+/// A part of the screen, pixels.
+struct Area
+{
+    int left = 0;
+    int top = 0;
+    int right = 0;
+};
+
+/// To and fro, and a step down at each end; the place after @p count others, in an area as wide as given.
+Point serpentine(const Area &area, int step, int count);

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+
+#include <semaphore.h>
+
+/// What the probe and the driver that the program runs on share: memory that both have mapped. The probe
+/// fills in reports and posts requested; the driver's thread delivers them and posts delivered.
+
+using Nanoseconds = std::int64_t;
+
+/// A point in time, or a thread's or process's processor time.
+inline Nanoseconds read_clock(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return time.tv_sec * Nanoseconds{1'000'000'000} + time.tv_nsec;
+}
+
+/// The clock of all points in time here.
+inline Nanoseconds now()
+{
+    return read_clock(CLOCK_MONOTONIC);
+}
+
+struct Delivery
+{
+    static constexpr std::size_t longest_report = 76;
+
+    Nanoseconds due = 0;        ///< not delivered before
+    Nanoseconds called = 0;     ///< when the packet callback was called
+    std::int32_t inside = 0;    ///< how long the callback took, nanoseconds
+    std::int32_t processor = 0; ///< of that, processor time
+    std::uint32_t length = 0;
+    unsigned char report[longest_report] = {};
+};
+
+struct DeliveryRoom
+{
+    static constexpr const char *variable = "PROBE_DELIVERIES"; ///< names the file for the driver
+    static constexpr int capacity = 120'000;
+
+    sem_t requested;
+    sem_t delivered;
+    std::atomic<bool> registered = false;      ///< a packet callback has been set
+    std::atomic<Nanoseconds> driver_share = 0; ///< processor time of deliveries outside the callbacks
+    int count = 0;                             ///< of the deliveries requested
+    Delivery deliveries[capacity];
+};

@@ -1,0 +1,153 @@
+// The driver that the probe runs the program on: one board, whose reports a thread of its own delivers when
+// the probe asks for them.
+
+#include "deliveries.h"
+
+#include "hardware/abstracthardwarewrapper.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int board_number = 1;
+
+class Driver
+{
+public:
+    ~Driver() { detach(); }
+
+    bool attach()
+    {
+        if (m_room)
+            return true;
+        const char *const path = std::getenv(DeliveryRoom::variable);
+        const int file = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
+        if (file < 0) {
+            std::fprintf(stderr, "probe driver: cannot open the file that %s names\n",
+                         DeliveryRoom::variable);
+            return false;
+        }
+        void *const memory = mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        close(file);
+        if (memory == MAP_FAILED) {
+            std::perror("probe driver: mmap");
+            return false;
+        }
+        m_room = static_cast<DeliveryRoom *>(memory);
+        m_thread = std::thread([this] { run(); });
+        return true;
+    }
+
+    void detach()
+    {
+        if (!m_thread.joinable())
+            return;
+        m_ending = true;
+        sem_post(&m_room->requested);
+        m_thread.join();
+    }
+
+    void set_callback(PacketCallback callback, void *context)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_callback = callback;
+        m_context = context;
+        if (m_room)
+            m_room->registered = callback != nullptr;
+    }
+
+private:
+    void run()
+    {
+        prctl(PR_SET_TIMERSLACK, 1); // reports come when they are due, not up to 50 microseconds later
+        for (;;) {
+            while (sem_wait(&m_room->requested) != 0) { }
+            if (m_ending)
+                return;
+            const Nanoseconds start = read_clock(CLOCK_THREAD_CPUTIME_ID);
+            Nanoseconds inside = 0;
+            for (int i = 0; i < m_room->count && !m_ending; ++i) {
+                wait_until(m_room->deliveries[i].due);
+                inside += deliver(m_room->deliveries[i]);
+            }
+            m_room->driver_share += read_clock(CLOCK_THREAD_CPUTIME_ID) - start - inside;
+            sem_post(&m_room->delivered);
+        }
+    }
+
+    static void wait_until(Nanoseconds due)
+    {
+        const timespec time{due / 1'000'000'000, due % 1'000'000'000};
+        if (due > now())
+            clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
+    }
+
+    /// Returns the processor time that the callback took.
+    Nanoseconds deliver(Delivery &delivery)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_callback)
+            return 0;
+        const Nanoseconds processor = read_clock(CLOCK_THREAD_CPUTIME_ID);
+        delivery.called = now();
+        m_callback(board_number, delivery.report, delivery.length, m_context);
+        delivery.inside = static_cast<std::int32_t>(now() - delivery.called);
+        delivery.processor = static_cast<std::int32_t>(read_clock(CLOCK_THREAD_CPUTIME_ID) - processor);
+        return delivery.processor;
+    }
+
+    DeliveryRoom *m_room = nullptr; ///< null until attached; stays mapped
+    std::thread m_thread;
+    std::atomic<bool> m_ending = false;
+    std::mutex m_mutex; ///< guards the callback
+    PacketCallback m_callback = nullptr;
+    void *m_context = nullptr;
+};
+
+Driver driver;
+
+} // namespace
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+EXPORTED bool zorvicAttach()
+{
+    return driver.attach();
+}
+
+EXPORTED void zorvicDetach()
+{
+    driver.detach();
+}
+
+EXPORTED void zorvicSetCallback(int, PacketCallback callback, void *context)
+{
+    driver.set_callback(callback, context);
+}
+
+EXPORTED void zorvicClearCallback(int, void *, void *)
+{
+    driver.set_callback(nullptr, nullptr);
+}
+
+EXPORTED int zorvicGetDeviceCount()
+{
+    return 1;
+}
+
+EXPORTED bool zorvicEnumDeviceInfo(int, _ZORVIC_DEVICE_INFO *info)
+{
+    info->kind = 1;
+    info->board = board_number;
+    std::strcpy(info->additionalInfo, "hid<true>");
+    return true;
+}

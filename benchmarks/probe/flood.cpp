@@ -1,0 +1,175 @@
+// More reports than ticks: what one costs then, whether every one of them is drawn, and how long the last one
+// takes.
+
+#include "cases.h"
+#include "contacts.h"
+#include "places.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+constexpr int first_row = 46; // pixels: below the window manager's title
+constexpr int rows_end = 1020;
+constexpr int strip = 1034; // where the contacts move that find no room for proofs; to 16 pixels below
+
+constexpr int touch_radius = 3;                     // pixels; the path is made for lines of this half width
+constexpr Nanoseconds rest = 250 * millisecond;     // nothing has changed for so long: all is drawn
+constexpr Nanoseconds one_change = 2 * millisecond; // what follows more closely belongs to the same tick
+
+struct Flood
+{
+    Contacts contacts;
+    int rate = 0; ///< reports a second
+    bool tags = false;
+};
+
+/// The reports of a flood, and the pixels that prove them.
+struct Plan
+{
+    Walk walk;
+    std::vector<Point> proofs;
+    std::vector<Point> last_proofs; ///< of the last report
+};
+
+/// As many of the contacts as find room draw a proof with each report, the others move to and fro in the
+/// strip.
+Plan plan(const Flood &flood, int count, const Screen &screen)
+{
+    const int rows_per_contact = dense_rows(count, screen);
+    const int room = (rows_end - first_row) / dense_row_height / rows_per_contact;
+    const int proving = std::min(flood.contacts.count, room);
+    Plan plan;
+    plan.walk.assign(static_cast<std::size_t>(count), {});
+    for (int contact = 0; contact < flood.contacts.count; ++contact) {
+        const int top = first_row + contact * rows_per_contact * dense_row_height;
+        const std::vector<Place> path =
+            contact < proving ? dense_path(count, top, screen) : std::vector<Place>();
+        for (int i = 0; i < count; ++i) {
+            auto &places = plan.walk[static_cast<std::size_t>(i)];
+            if (contact < proving) {
+                places.push_back(path[static_cast<std::size_t>(i)].at);
+                plan.proofs.push_back(path[static_cast<std::size_t>(i)].proof);
+            } else {
+                places.push_back({100 + 170 * contact + i % 80, strip + i % 2 * 16});
+            }
+        }
+    }
+    for (int contact = 1; contact <= proving; ++contact)
+        plan.last_proofs.push_back(plan.proofs[static_cast<std::size_t>(contact * count - 1)]);
+    return plan;
+}
+
+/// Milliseconds between the changes on the screen, one for each tick.
+std::vector<double> ticks(const std::vector<Nanoseconds> &changes)
+{
+    std::vector<double> intervals;
+    Nanoseconds last = 0;
+    for (const Nanoseconds change : changes) {
+        if (last != 0 && change - last < one_change)
+            continue;
+        if (last != 0)
+            intervals.push_back(static_cast<double>(change - last) / millisecond);
+        last = change;
+    }
+    return intervals;
+}
+
+std::vector<double> times_inside(const Delivery *deliveries, std::size_t count)
+{
+    std::vector<double> times;
+    for (std::size_t i = 0; i < count; ++i)
+        times.push_back(static_cast<double>(deliveries[i].inside) / 1000);
+    return times;
+}
+
+long missing(const Plan &plan, const Picture &picture)
+{
+    return std::count_if(plan.proofs.begin(), plan.proofs.end(),
+                         [&](Point proof) { return !differs(white, picture.at(proof)); });
+}
+
+/// The changes on the screen until the last report is drawn and all is at rest, or until the program has
+/// nothing more to do. A program that falls behind may paint nothing for a long time.
+std::vector<Nanoseconds> watch(Program &program, Screen &screen, const Plan &plan, Nanoseconds end)
+{
+    std::vector<Nanoseconds> changes;
+    const std::vector<Colour> empty(plan.last_proofs.size(), white);
+    for (const Nanoseconds deadline = end + 10 * patience; now() < deadline;) {
+        const Nanoseconds processor = program.processor_time();
+        if (const auto change = screen.wait_for_change(std::max(now(), end) + rest)) {
+            changes.push_back(*change);
+            continue;
+        }
+        program.check();
+        const std::vector<Colour> colours = screen.colours(plan.last_proofs);
+        if (std::equal(colours.begin(), colours.end(), empty.begin(), differs))
+            return changes;
+        if (program.processor_time() - processor < rest / 8)
+            return changes;
+    }
+    throw std::runtime_error("the program does not catch up with the reports");
+}
+
+Result run(const Setting &setting, const Flood &flood)
+{
+    Screen &screen = setting.screen;
+    Program program(setting.paths, screen);
+    program.prepare(flood.tags);
+    const int count = flood.rate * (setting.quick ? 1 : 5);
+    const Plan planned = plan(flood, count, screen);
+    std::vector<boardsim::Bytes> reports;
+    for (const std::vector<Point> &places : planned.walk)
+        reports.push_back(flood.contacts.report(places, screen));
+
+    const Nanoseconds interval = second / flood.rate;
+    const Nanoseconds processor = program.processor_time();
+    screen.forget_changes();
+    program.begin_delivery(reports, interval);
+    const std::vector<Nanoseconds> changes = watch(program, screen, planned, now() + count * interval);
+    const Delivery *const deliveries = program.await_delivery();
+    const Nanoseconds last_report = deliveries[count - 1].called;
+    const Nanoseconds last_change = changes.empty() ? last_report : changes.back();
+    const auto taken = static_cast<double>(program.processor_time() - processor);
+
+    Result result;
+    result["samples"]["tick [ms]"] = ticks(changes);
+    result["samples"]["inside callback [µs]"] = times_inside(deliveries, reports.size());
+    result["values"]["processor time per report [µs]"] = taken / count / 1000;
+    result["values"]["reports"] = count;
+    result["values"]["reports a second, as delivered"] =
+        (count - 1) * static_cast<double>(second) / static_cast<double>(last_report - deliveries[0].called);
+    result["values"]["last report to last change [ms]"] =
+        static_cast<double>(std::max<Nanoseconds>(0, last_change - last_report)) / millisecond;
+
+    // The info tags go and uncover what they lay over.
+    program.deliver({flood.contacts.report(planned.walk.back(), screen, false)});
+    long lost = missing(planned, screen.picture());
+    for (const Nanoseconds deadline = now() + 4 * second; lost > 0 && now() < deadline;) {
+        screen.wait_for_change(now() + rest);
+        lost = missing(planned, screen.picture());
+    }
+    result["values"]["segments looked for"] = planned.proofs.size();
+    result["values"]["segments missing"] = lost;
+    return result;
+}
+
+} // namespace
+
+void add_flood_cases(std::vector<Case> &cases)
+{
+    const std::pair<const char *, Contacts> kinds[] = {{"pen", {Contacts::pen, 1, 0}},
+                                                       {"10 touches", {Contacts::touch, 10, touch_radius}}};
+    for (const auto &[name, contacts] : kinds) {
+        for (const int rate : {1'000, 5'000, 20'000}) {
+            for (const bool tags : {false, true}) {
+                const Flood flood{contacts, rate, tags};
+                cases.push_back({"flood: " + std::string(name) + ", " + std::to_string(rate)
+                                     + " reports a second, tags " + (tags ? "on" : "off"),
+                                 [flood](const Setting &setting) { return run(setting, flood); }});
+            }
+        }
+    }
+}

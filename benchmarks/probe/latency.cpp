@@ -1,0 +1,277 @@
+// From a report to its pixel: one report at a time, at moments that have nothing to do with the program's
+// tick.
+
+#include "cases.h"
+#include "contacts.h"
+
+#include <algorithm>
+#include <random>
+
+namespace {
+
+constexpr int warm_up = 5; // reports; the first one makes the contact
+constexpr Nanoseconds resting = 1'500 * millisecond;
+constexpr Nanoseconds shortest_pause = 10 * millisecond;
+constexpr Nanoseconds longest_pause = 50 * millisecond;
+
+// Steps lead out of the circles that the info tags draw, so that a place is untouched until its report.
+constexpr int pen_step = 32; // pixels, as are all below
+constexpr int touch_step = 22;
+constexpr int touch_radius = 11;
+
+constexpr Area whole{40, 60, 1880};
+constexpr int scribbles_height = 580; // where strokes go that are not measured: at the top
+constexpr Area first_rows{40, 700, 1880};
+constexpr Area last_rows{40, 892, 1880};
+
+/// Beside the cross that an info tag draws through the contact.
+std::vector<Point> watched(std::vector<Point> places)
+{
+    for (Point &place : places)
+        place = {place.x + 1, place.y + 1};
+    return places;
+}
+
+Walk walk_of_one(const Area &area, int step, int count)
+{
+    Walk walk;
+    for (int i = 0; i < count; ++i)
+        walk.push_back({serpentine(area, step, i)});
+    return walk;
+}
+
+/// All in step, each in a field of its own, which the tags of the others do not reach.
+Walk walk_of_ten(int count)
+{
+    Walk walk;
+    for (int i = 0; i < count; ++i) {
+        std::vector<Point> places;
+        for (int contact = 0; contact < 10; ++contact) {
+            const int left = 40 + contact % 5 * 370;
+            places.push_back(serpentine({left, 60 + contact / 5 * 505, left + 330}, touch_step, i));
+        }
+        walk.push_back(places);
+    }
+    return walk;
+}
+
+double in_milliseconds(Nanoseconds time)
+{
+    return static_cast<double>(time) / millisecond;
+}
+
+/// Draws with some contacts, and measures their reports one by one.
+class Measurement
+{
+public:
+    Measurement(Program &program, const Setting &setting, const Contacts &contacts)
+        : m_program(program), m_setting(setting), m_contacts(contacts)
+    {
+    }
+
+    boardsim::Bytes report(const std::vector<Point> &places, bool down = true) const
+    {
+        return m_contacts.report(places, m_setting.screen, down);
+    }
+
+    /// Delivers without measuring, and waits for the last report's pixels.
+    void draw(const Walk &walk, Nanoseconds interval)
+    {
+        const std::vector<Point> pixels = watched(walk.back());
+        const std::vector<Colour> before = m_setting.screen.colours(pixels);
+        std::vector<boardsim::Bytes> reports;
+        for (const std::vector<Point> &places : walk)
+            reports.push_back(report(places));
+        m_program.deliver(reports, interval);
+        m_program.await_strokes(pixels, before);
+    }
+
+    void lift(const std::vector<Point> &places)
+    {
+        m_program.deliver({report(places, false)});
+        m_setting.screen.settle(5 * shortest_pause, now() + patience);
+    }
+
+    /// Processor time that the program takes in one nanosecond while contacts are down and rest.
+    double resting_share()
+    {
+        m_setting.screen.settle(5 * shortest_pause, now() + patience);
+        const Nanoseconds start = now();
+        const Nanoseconds processor = m_program.processor_time();
+        m_setting.screen.wait_for_change(start + resting);
+        return static_cast<double>(m_program.processor_time() - processor)
+            / static_cast<double>(now() - start);
+    }
+
+    /// Adds samples and values to @p result, their names with @p suffix.
+    void run(const Walk &walk, Result &result, const std::string &suffix = {})
+    {
+        std::vector<double> to_pixel;
+        std::vector<double> inside;
+        const double share = resting_share();
+        const Nanoseconds start = now();
+        const Nanoseconds processor = m_program.processor_time();
+        for (const std::vector<Point> &places : walk) {
+            pause();
+            const std::vector<Point> pixels = watched(places);
+            const std::vector<Colour> before = m_setting.screen.colours(pixels);
+            m_setting.screen.forget_changes();
+            m_program.begin_delivery({report(places)});
+            const Nanoseconds seen = m_program.await_strokes(pixels, before);
+            const Delivery &delivery = m_program.await_delivery()[0];
+            to_pixel.push_back(in_milliseconds(seen - delivery.called));
+            inside.push_back(static_cast<double>(delivery.inside) / 1000);
+        }
+        const auto taken = static_cast<double>(m_program.processor_time() - processor);
+        const double own = taken - share * static_cast<double>(now() - start);
+        const auto reports = static_cast<double>(walk.size());
+        result["samples"]["to pixel [ms]" + suffix] = to_pixel;
+        result["samples"]["inside callback [µs]" + suffix] = inside;
+        result["values"]["processor time per report [ms]" + suffix] = own / reports / millisecond;
+        result["values"]["processor time per report, resting ticks included [ms]" + suffix] =
+            taken / reports / millisecond;
+    }
+
+private:
+    void pause()
+    {
+        const Nanoseconds end =
+            now() + std::uniform_int_distribution<Nanoseconds>(shortest_pause, longest_pause)(m_random);
+        while (m_setting.screen.wait_for_change(end)) { }
+    }
+
+    Program &m_program;
+    const Setting &m_setting;
+    Contacts m_contacts;
+    std::mt19937 m_random{1};
+};
+
+int report_count(const Setting &setting)
+{
+    return setting.quick ? 60 : 300;
+}
+
+/// One touch paints the whole screen, for erasers to wipe away.
+void fill_screen(Program &program, const Setting &setting)
+{
+    const std::vector<Point> centre{{setting.screen.width() / 2, setting.screen.height() / 2}};
+    const Contacts hand{Contacts::touch, 1, setting.screen.width() * 2 / 3};
+    Measurement measurement(program, setting, hand);
+    measurement.draw({centre}, 0);
+    measurement.lift(centre);
+}
+
+Result run_one_by_one(const Setting &setting, const Contacts &contacts, bool tags)
+{
+    Program program(setting.paths, setting.screen);
+    program.prepare(tags);
+    if (contacts.kind == Contacts::eraser)
+        fill_screen(program, setting);
+
+    const int count = warm_up + report_count(setting);
+    const int step = contacts.kind == Contacts::touch ? touch_step : pen_step;
+    const Walk walk = contacts.count == 1 ? walk_of_one(whole, step, count) : walk_of_ten(count);
+    Measurement measurement(program, setting, contacts);
+    measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
+    Result result;
+    measurement.run(Walk(walk.begin() + warm_up, walk.end()), result);
+    return result;
+}
+
+/// Here and there at the top of the screen.
+Walk scribble(int count, std::mt19937 &random)
+{
+    Walk walk;
+    Point place{whole.left, whole.top};
+    for (int i = 0; i < count; ++i) {
+        const auto near = [&random](int at, int low, int high) {
+            return std::clamp(at + std::uniform_int_distribution<int>(-9, 9)(random), low, high);
+        };
+        place = {near(place.x, whole.left, whole.right),
+                 near(place.y, whole.top, whole.top + scribbles_height)};
+        walk.push_back({place});
+    }
+    return walk;
+}
+
+constexpr Nanoseconds scribble_interval = 50'000; // 20,000 reports a second
+
+/// The first and the last hundred of one long stroke.
+Result run_long_stroke(const Setting &setting)
+{
+    Program program(setting.paths, setting.screen);
+    program.prepare(false);
+    const int measured = setting.quick ? 50 : 100;
+    std::mt19937 random(1);
+    Measurement measurement(program, setting, {});
+    Result result;
+    const Walk first = walk_of_one(first_rows, pen_step, warm_up + measured);
+    measurement.draw(Walk(first.begin(), first.begin() + warm_up), longest_pause);
+    measurement.run(Walk(first.begin() + warm_up, first.end()), result, ", first of the stroke");
+
+    const Walk last = walk_of_one(last_rows, pen_step, 1 + measured);
+    Walk middle = scribble(20'000 - 2 * measured, random);
+    middle.push_back(last.front());
+    measurement.draw(middle, scribble_interval);
+    measurement.run(Walk(last.begin() + 1, last.end()), result, ", last of the stroke");
+    return result;
+}
+
+/// A stroke on an empty screen, and one after 100,000 segments in a thousand strokes.
+Result run_many_strokes(const Setting &setting)
+{
+    constexpr int strokes = 1'000;
+    constexpr int segments_per_stroke = 100;
+
+    Program program(setting.paths, setting.screen);
+    program.prepare(false);
+    std::mt19937 random(1);
+    Measurement measurement(program, setting, {});
+    Result result;
+    const auto measure = [&](const Area &rows, const std::string &suffix) {
+        const Walk walk = walk_of_one(rows, pen_step, warm_up + report_count(setting));
+        measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
+        measurement.run(Walk(walk.begin() + warm_up, walk.end()), result, suffix);
+        measurement.lift(walk.back());
+    };
+    measure(first_rows, ", empty screen");
+
+    std::vector<boardsim::Bytes> reports;
+    for (int stroke = 0; stroke < strokes; ++stroke) {
+        const Walk walk = scribble(segments_per_stroke, random);
+        for (const std::vector<Point> &places : walk)
+            reports.push_back(measurement.report(places));
+        reports.push_back(measurement.report(walk.back(), false));
+    }
+    program.deliver(reports, scribble_interval);
+    setting.screen.settle(200 * millisecond, now() + patience);
+
+    measure(last_rows, ", 100,000 segments");
+    return result;
+}
+
+} // namespace
+
+void add_latency_cases(std::vector<Case> &cases)
+{
+    struct Row
+    {
+        const char *name;
+        Contacts contacts;
+    };
+    const Row rows[] = {{"pen", {Contacts::pen, 1, 0}},
+                        {"1 touch", {Contacts::touch, 1, touch_radius}},
+                        {"10 touches", {Contacts::touch, 10, touch_radius}},
+                        {"eraser", {Contacts::eraser, 1, touch_radius}}};
+    for (const Row &row : rows) {
+        for (const bool tags : {false, true}) {
+            cases.push_back(
+                {std::string("report to pixel: ") + row.name + (tags ? ", tags on" : ", tags off"),
+                 [contacts = row.contacts, tags](const Setting &setting) {
+                     return run_one_by_one(setting, contacts, tags);
+                 }});
+        }
+    }
+    cases.push_back({"report to pixel: a stroke of 20,000 segments", run_long_stroke});
+    cases.push_back({"report to pixel: 100,000 segments on the screen", run_many_strokes});
+}

@@ -1,0 +1,246 @@
+#include "program.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <new>
+#include <stdexcept>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::uint32_t key_escape = 0xff1b;
+constexpr std::uint32_t key_space = ' ';
+constexpr std::uint32_t key_help = 'h';
+
+constexpr Nanoseconds watch_interval = 100 * millisecond; // between looks whether the program still lives
+constexpr int frame = 40; // pixels: more than the window manager's title and borders take
+
+/// Pixels that are white as soon as the program has painted itself, far from the help text.
+std::vector<Point> empty_places(const Screen &screen)
+{
+    return {{screen.width() - frame, frame},
+            {screen.width() / 2, screen.height() / 2},
+            {frame, screen.height() - frame},
+            {screen.width() - frame, screen.height() - frame}};
+}
+
+bool all_white(const Picture &picture)
+{
+    for (int y = frame; y < picture.height - frame; ++y) {
+        for (int x = frame; x < picture.width - frame; ++x) {
+            if (picture.at({x, y}) != white)
+                return false;
+        }
+    }
+    return true;
+}
+
+/// The number that follows @p label in a file of /proc; 0 without one.
+long number_after(const std::string &path, const std::string &label)
+{
+    std::ifstream file(path);
+    for (std::string word; file >> word;) {
+        long number = 0;
+        if (word == label && file >> number)
+            return number;
+    }
+    return 0;
+}
+
+} // namespace
+
+Program::Program(const Paths &paths, Screen &screen) : m_screen(screen)
+{
+    m_room_file = memfd_create("deliveries", 0);
+    if (m_room_file < 0 || ftruncate(m_room_file, sizeof(DeliveryRoom)) != 0)
+        throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
+    void *const memory =
+        mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, m_room_file, 0);
+    if (memory == MAP_FAILED)
+        throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
+    m_room = static_cast<DeliveryRoom *>(memory);
+    sem_init(&m_room->requested, 1, 0);
+    sem_init(&m_room->delivered, 1, 0);
+
+    m_screen.settle(watch_interval, now() + patience); // the window before this one has gone
+    start(paths);
+    try {
+        await_first_picture();
+    } catch (...) {
+        end();
+        throw;
+    }
+}
+
+Program::~Program()
+{
+    end();
+}
+
+void Program::start(const Paths &paths)
+{
+    setenv("LD_LIBRARY_PATH", paths.driver_folder.c_str(), 1);
+    setenv(DeliveryRoom::variable, ("/proc/self/fd/" + std::to_string(m_room_file)).c_str(), 1);
+    m_started = now();
+    m_process = fork();
+    if (m_process < 0)
+        throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
+    if (m_process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO); // the probe's own is for results
+        execl(paths.program.c_str(), paths.program.c_str(), nullptr);
+        std::perror(paths.program.c_str());
+        _exit(127);
+    }
+    clock_getcpuclockid(m_process, &m_clock);
+}
+
+void Program::await_first_picture()
+{
+    const std::vector<Point> places = empty_places(m_screen);
+    const Nanoseconds deadline = now() + patience;
+    for (;;) {
+        const auto change = m_screen.wait_for_change(now() + watch_interval);
+        const std::vector<Colour> colours = m_screen.colours(places);
+        if (change && colours == std::vector<Colour>(places.size(), white)) {
+            m_time_to_first_picture = *change - m_started;
+            break;
+        }
+        check();
+        if (now() > deadline)
+            throw std::runtime_error("the program shows no picture");
+    }
+    m_screen.settle(watch_interval, deadline);
+    if (!m_room->registered)
+        throw std::runtime_error("the program has not registered with the probe's driver");
+}
+
+void Program::end()
+{
+    const auto ended = [this] { return waitpid(m_process, nullptr, WNOHANG) != 0; };
+    const Nanoseconds deadline = now() + patience;
+    m_screen.press(key_escape);
+    while (m_process > 0 && !ended()) {
+        if (now() > deadline)
+            kill(m_process, SIGKILL);
+        m_screen.wait_for_change(now() + watch_interval / 10);
+    }
+    munmap(m_room, sizeof(DeliveryRoom));
+    close(m_room_file);
+}
+
+void Program::check()
+{
+    int status = 0;
+    if (waitpid(m_process, &status, WNOHANG) == 0)
+        return;
+    m_process = -1;
+    throw std::runtime_error(
+        WIFSIGNALED(status) ? std::string("the program was ended by signal ") + strsignal(WTERMSIG(status))
+                            : "the program ended with status " + std::to_string(WEXITSTATUS(status)));
+}
+
+void Program::prepare(bool tags)
+{
+    if (!tags)
+        m_screen.press(key_space);
+    m_screen.press(key_help); // the last key: when it has taken effect, so have those before
+    const Nanoseconds deadline = now() + patience;
+    while (!all_white(m_screen.picture())) {
+        check();
+        if (now() > deadline)
+            throw std::runtime_error("the help text does not vanish; has another window the focus?");
+        m_screen.wait_for_change(now() + watch_interval);
+    }
+    m_screen.settle(watch_interval, deadline);
+}
+
+const Delivery *Program::deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
+{
+    begin_delivery(reports, interval);
+    return await_delivery();
+}
+
+void Program::begin_delivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
+{
+    if (reports.size() > DeliveryRoom::capacity)
+        throw std::runtime_error("too many reports at once");
+    const Nanoseconds lead =
+        interval > 0 ? 10 * millisecond : 0; // the driver's thread wakes before the first
+    Nanoseconds due = 0;
+    m_room->count = static_cast<int>(reports.size());
+    for (std::size_t i = 0; i < reports.size(); ++i) {
+        Delivery &delivery = m_room->deliveries[i];
+        delivery = {};
+        delivery.length = static_cast<std::uint32_t>(reports[i].size());
+        std::copy(reports[i].begin(), reports[i].end(), delivery.report);
+    }
+    if (interval > 0)
+        due = now() + lead;
+    for (std::size_t i = 0; i < reports.size() && interval > 0; ++i, due += interval)
+        m_room->deliveries[i].due = due;
+    sem_post(&m_room->requested);
+}
+
+const Delivery *Program::await_delivery()
+{
+    for (const Nanoseconds deadline = now() + patience;;) {
+        const Nanoseconds until = now() + watch_interval;
+        const timespec time{until / second, until % second};
+        if (sem_clockwait(&m_room->delivered, CLOCK_MONOTONIC, &time) == 0)
+            return m_room->deliveries;
+        check();
+        if (now() > deadline)
+            throw std::runtime_error("the program does not take a report");
+    }
+}
+
+Nanoseconds Program::await_strokes(const std::vector<Point> &points, const std::vector<Colour> &before)
+{
+    for (const Nanoseconds deadline = now() + patience;;) {
+        const auto change = m_screen.wait_for_change(now() + watch_interval);
+        if (change) {
+            const std::vector<Colour> colours = m_screen.colours(points);
+            if (std::equal(colours.begin(), colours.end(), before.begin(), before.end(), differs))
+                return *change;
+        }
+        check();
+        if (now() > deadline)
+            throw std::runtime_error("a report has not reached the screen");
+    }
+}
+
+Nanoseconds Program::processor_time() const
+{
+    return read_clock(m_clock) - m_room->driver_share;
+}
+
+long Program::switches() const
+{
+    long sum = 0;
+    const std::string folder = "/proc/" + std::to_string(m_process) + "/task";
+    DIR *const threads = opendir(folder.c_str());
+    while (const dirent *const thread = threads ? readdir(threads) : nullptr) {
+        const std::string status = folder + '/' + thread->d_name + "/status";
+        sum += number_after(status, "voluntary_ctxt_switches:");
+        sum += number_after(status, "nonvoluntary_ctxt_switches:");
+    }
+    if (threads)
+        closedir(threads);
+    return sum;
+}
+
+long Program::resident_bytes() const
+{
+    return 1024 * number_after("/proc/" + std::to_string(m_process) + "/status", "VmRSS:");
+}

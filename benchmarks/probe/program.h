@@ -1,0 +1,73 @@
+#pragma once
+
+#include "deliveries.h"
+#include "screen.h"
+
+#include "report.h"
+
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+/// Where the program and the probe's driver lie.
+struct Paths
+{
+    std::string program;       ///< file
+    std::string driver_folder; ///< holds libzorvicboardex.so.1
+};
+
+constexpr Nanoseconds millisecond = 1'000'000;
+constexpr Nanoseconds second = 1'000 * millisecond;
+constexpr Nanoseconds patience = 60 * second; ///< for whatever the program is waited for
+
+/// The program, run on the probe's driver on an otherwise empty screen. Every operation throws
+/// std::runtime_error when the program ends, or does not do in time what is waited for.
+class Program
+{
+public:
+    /// Starts the program and waits for its first picture, which is the help text on white.
+    Program(const Paths &paths, Screen &screen);
+    /// Ends the program.
+    ~Program();
+    Program(const Program &) = delete;
+    Program &operator=(const Program &) = delete;
+
+    /// From the start of the process to its first picture.
+    Nanoseconds time_to_first_picture() const { return m_time_to_first_picture; }
+
+    /// Hides the help text, so that all is white, and lets new contacts come with or without info tags.
+    void prepare(bool tags);
+
+    /// Delivers @p reports on the driver's thread, one every @p interval, and waits until all have been; the
+    /// deliveries as they were done, valid until the next call.
+    const Delivery *deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
+    /// The same without waiting; await_delivery has to follow.
+    void begin_delivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
+    const Delivery *await_delivery();
+
+    /// Waits until each of @p points differs by a stroke from what it was @p before; when that was seen.
+    Nanoseconds await_strokes(const std::vector<Point> &points, const std::vector<Colour> &before);
+
+    /// Of all its threads, those that have ended too, without what the probe's driver takes for itself.
+    Nanoseconds processor_time() const;
+    /// How often its threads have been taken off a processor, by their own will and against it.
+    long switches() const;
+    long resident_bytes() const;
+
+    /// Throws when the program has ended.
+    void check();
+
+private:
+    void start(const Paths &paths);
+    void await_first_picture();
+    void end();
+
+    Screen &m_screen;
+    DeliveryRoom *m_room = nullptr;
+    int m_room_file = -1;
+    pid_t m_process = -1;
+    clockid_t m_clock = 0;
+    Nanoseconds m_started = 0;
+    Nanoseconds m_time_to_first_picture = 0;
+};
