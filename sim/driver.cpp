@@ -44,22 +44,22 @@ Driver::Driver(CallLog &log) : m_log(log) { }
 
 Driver::~Driver()
 {
-    detach();
+    Driver::detach();
 }
 
-void Driver::attach()
+bool Driver::attach()
 {
     if (isDriverThread()) {
         const Lock lock(m_mutex);
         if (m_stopping && m_stoppedInside)
             load();
-        return;
+        return true;
     }
     const std::lock_guard lifecycle(m_lifecycle);
     {
         const Lock lock(m_mutex);
         if (!m_stopping)
-            return;
+            return true;
     }
     if (m_thread.joinable())
         m_thread.join();
@@ -69,6 +69,7 @@ void Driver::attach()
         m_finished = false;
     }
     m_thread = std::thread(&Driver::run, this);
+    return true;
 }
 
 /// Reads the environment and sets up the play from its beginning. The lock is held.
@@ -341,9 +342,18 @@ void Driver::deliver(int board, const Bytes &report)
     if (found == m_packetCallbacks.end())
         return;
     runCallback(lock, found->second, [&](const Registration &callback) {
-        reinterpret_cast<PacketCallback>(callback.function)(
-            board, report.data(), static_cast<unsigned int>(report.size()), callback.context);
+        call(reinterpret_cast<PacketCallback>(callback.function), board, report, callback.context);
     });
+}
+
+void Driver::call(PacketCallback callback, int board, const Bytes &report, void *context)
+{
+    callback(board, report.data(), static_cast<unsigned int>(report.size()), context);
+}
+
+void Driver::call(PnpCallback callback, void *context)
+{
+    callback(context);
 }
 
 void Driver::plug(int board, bool plugged)
@@ -357,8 +367,8 @@ void Driver::plug(int board, bool plugged)
     }
     if (!plugged)
         m_contactsDown.erase(board);
-    runCallback(lock, m_pnpCallback, [](const Registration &callback) {
-        reinterpret_cast<PnpCallback>(callback.function)(callback.context);
+    runCallback(lock, m_pnpCallback, [this](const Registration &callback) {
+        call(reinterpret_cast<PnpCallback>(callback.function), callback.context);
     });
 }
 
@@ -388,7 +398,7 @@ bool Driver::awaitTurn(Lock &lock)
 }
 
 /// Runs a copy of @p registration with the lock released; nothing is done for one without a function.
-template <typename Call> void Driver::runCallback(Lock &lock, const Registration &registration, Call call)
+template <typename Run> void Driver::runCallback(Lock &lock, const Registration &registration, Run run)
 {
     if (!registration.function)
         return;
@@ -396,7 +406,7 @@ template <typename Call> void Driver::runCallback(Lock &lock, const Registration
     m_running = callback;
     ++m_runs;
     lock.unlock();
-    call(callback);
+    run(callback);
     lock.lock();
     m_running = {};
     m_changed.notify_all();

@@ -19,7 +19,7 @@ namespace boardsim {
 
 /// The simulated driver behind the exported functions: plays a scenario on a thread of its own, which runs
 /// the program's callbacks. Any thread may call any function at any time, from inside a callback too; no lock
-/// is held while a callback runs.
+/// is held while a callback runs. What is virtual is what a driver that misbehaves does differently.
 class Driver : private Stage
 {
 public:
@@ -29,25 +29,29 @@ public:
     ~Driver() override;
 
     /// Loads the scenario that BOARDSIM_SCENARIO names and starts to play it, unless one is being played. One
-    /// that cannot be loaded gives a line on standard error and no devices.
-    void attach();
+    /// that cannot be loaded gives a line on standard error and no devices. Always true.
+    virtual bool attach();
     /// Forgets every callback and stops the play. No callback runs after it has returned, except, where a
     /// callback calls it, that one.
-    void detach();
+    virtual void detach();
     /// Like detach(), but gives up on a callback that does not return; false then, and this object must stay.
     bool detachForUnloading();
 
-    void setCallback(int board, PacketCallback callback, void *context);
-    void setPnpCallback(PnpCallback callback, void *context);
+    virtual void setCallback(int board, PacketCallback callback, void *context);
+    virtual void setPnpCallback(PnpCallback callback, void *context);
     /// Withdraws the packet callback of @p board or, with board 0 and its function, the plug-and-play
     /// callback. Waits for that callback to return unless it is called from inside a callback.
     void clearCallback(int board, void *callback, void *context);
 
-    int deviceCount();
-    bool deviceInfo(int index, _ZORVIC_DEVICE_INFO *out);
+    virtual int deviceCount();
+    virtual bool deviceInfo(int index, _ZORVIC_DEVICE_INFO *out);
+    /// Whether to fail at once, and unlogged, when asked for a device.
+    virtual bool deniesDevices() { return false; }
     /// Number of bytes taken, -1 when no such board is plugged in. A board asked for its touch status
     /// answers.
-    int write(int board, const void *data, int length);
+    virtual int write(int board, const void *data, int length);
+    /// Takes a report for the operating system; there is no system pointer to move.
+    virtual void sendToSystem() { }
     /// Lets the driver's thread deliver @p data as a report of @p board.
     void sendBack(int board, const unsigned char *data, int length);
     bool isPlugged(int board);
@@ -70,6 +74,13 @@ public:
     /// While a thread holds this lock no callback runs, except those that this thread runs itself.
     void lock();
     void unlock();
+
+protected:
+    // Each runs one callback, on the driver's thread.
+    virtual void call(PacketCallback callback, int board, const Bytes &report, void *context);
+    virtual void call(PnpCallback callback, void *context);
+
+    void mark(const std::string &text) override;
 
 private:
     struct Registration
@@ -96,7 +107,6 @@ private:
     bool waitUntil(Clock::time_point deadline) override;
     void deliver(int board, const Bytes &report) override;
     void plug(int board, bool plugged) override;
-    void mark(const std::string &text) override;
 
     bool isDriverThread() const;
     void load();
@@ -104,7 +114,7 @@ private:
     void run();
     bool isInterrupted() const;
     bool awaitTurn(Lock &lock);
-    template <typename Call> void runCallback(Lock &lock, const Registration &registration, Call call);
+    template <typename Run> void runCallback(Lock &lock, const Registration &registration, Run run);
     Device *findPlugged(int board);
     Channel *findChannel(int board, int channel);
     void queueReport(int board, Bytes report);
@@ -135,5 +145,9 @@ private:
     std::thread::id m_lockOwner;
     int m_lockDepth = 0;
 };
+
+/// The driver of this library, which keeps a reference to @p log. What it is like is up to the file that
+/// defines this function.
+std::unique_ptr<Driver> makeDriver(CallLog &log);
 
 } // namespace boardsim

@@ -53,12 +53,16 @@ set(exports
 set_property(GLOBAL PROPERTY BOARDSIM_EXPORTS ${exports})
 set_property(GLOBAL PROPERTY BOARDSIM_SOURCE_DIR ${CMAKE_CURRENT_LIST_DIR})
 
-# boardsim_driver(<target> FOLDER <folder> [WITHOUT <function>...])
+# boardsim_driver(<target> FOLDER <folder> [DRIVER <object library>] [WITHOUT <function>...])
 # Adds the library <folder>/libzorvicboardex.so.1, which exports all functions but those named, which are left
 # out as in an older driver. May be called from any directory. The names are those of the property
-# BOARDSIM_EXPORTS (global), or "*" for all of them.
+# BOARDSIM_EXPORTS (global), or "*" for all of them. The object library makes the driver behind the functions:
+# boardsim_wellbehaved unless named.
 function(boardsim_driver target)
-    cmake_parse_arguments(PARSE_ARGV 1 driver "" "FOLDER" "WITHOUT")
+    cmake_parse_arguments(PARSE_ARGV 1 driver "" "FOLDER;DRIVER" "WITHOUT")
+    if(NOT driver_DRIVER)
+        set(driver_DRIVER boardsim_wellbehaved)
+    endif()
     get_property(exports GLOBAL PROPERTY BOARDSIM_EXPORTS)
     foreach(name IN LISTS driver_WITHOUT)
         if(NOT name STREQUAL "*" AND NOT name IN_LIST exports)
@@ -83,7 +87,7 @@ function(boardsim_driver target)
     configure_file(${source}/exports.map.in ${map} @ONLY)
 
     add_library(${target} SHARED)
-    target_link_libraries(${target} PRIVATE boardsim_exports boardsim)
+    target_link_libraries(${target} PRIVATE boardsim_exports ${driver_DRIVER} boardsim)
     set_target_properties(${target} PROPERTIES
         PREFIX lib OUTPUT_NAME zorvicboardex SUFFIX .so.1 # CMake takes the soname from the file name
         LINKER_LANGUAGE CXX

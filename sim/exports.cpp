@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -20,7 +21,7 @@ using boardsim::hexText;
 struct Session
 {
     CallLog log;
-    Driver driver{log};
+    const std::unique_ptr<Driver> driver = boardsim::makeDriver(log);
 };
 
 /// Lives from the program's first call until the library is closed.
@@ -33,7 +34,7 @@ public:
     ~SessionHolder()
     {
         // A callback that never returns keeps using the session; better to lose it than to hang here.
-        if (m_session->driver.detachForUnloading())
+        if (m_session->driver->detachForUnloading())
             delete m_session;
     }
 
@@ -51,7 +52,7 @@ Session &session()
 
 Driver &driver()
 {
-    return session().driver;
+    return *session().driver;
 }
 
 std::string pointerText(const void *pointer)
@@ -123,10 +124,7 @@ struct SerialPort
 
 EXPORT bool zorvicAttach()
 {
-    return logged("zorvicAttach", CallLog::Record::object(), [] {
-        driver().attach();
-        return true;
-    });
+    return logged("zorvicAttach", CallLog::Record::object(), [] { return driver().attach(); });
 }
 
 EXPORT void zorvicDetach()
@@ -180,6 +178,8 @@ EXPORT int zorvicGetDeviceCount()
 
 EXPORT bool zorvicEnumDeviceInfo(int index, _ZORVIC_DEVICE_INFO *out)
 {
+    if (driver().deniesDevices())
+        return false;
     return logged("zorvicEnumDeviceInfo", {{"index", index}, {"out", pointerText(out)}},
                   [=] { return driver().deviceInfo(index, out); });
 }
@@ -365,11 +365,11 @@ EXPORT void zorvicInject(int board, int length, const unsigned char *data)
            [=] { driver().sendBack(board, data, length); });
 }
 
-// There is no system pointer to move: the log is where a test sees it.
 EXPORT void zorvicSendTouchPacketToSystem(int board, int length, const unsigned char *data)
 {
     logged("zorvicSendTouchPacketToSystem",
-           {{"board", board}, {"length", length}, {"data", hexText(data, length)}}, [] {});
+           {{"board", board}, {"length", length}, {"data", hexText(data, length)}},
+           [] { driver().sendToSystem(); });
 }
 
 EXPORT void zorvicSetTouchDestination(int board, int destination)

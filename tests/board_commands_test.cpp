@@ -325,7 +325,7 @@ TEST(ADriverWithoutSetters, ReceivesTheTextCommandsAlone)
 
 TEST(ADriverWithoutWriting, ReceivesTheModesAlone)
 {
-    SimulatedDriver driver({R"({"type":"device","kind":1,"board":7,"info":""})"}, "without_write_packet");
+    SimulatedDriver driver({R"({"type":"device","kind":1,"board":7,"info":""})"}, "without_WritePacket");
     ZorvicHardware hardware(nullptr);
     hardware.init();
     driver.clear_calls();

@@ -184,10 +184,10 @@ const Lines one_board{"boardEnumerated(0, board 7 of type \"\" 0 0 0 0 0)", "dev
 
 INSTANTIATE_TEST_SUITE_P(Variants, ADriverWithoutSomeFunctions,
                          testing::Values(VariantRow{"without_anything", {"deviceEnumCount(0)"}},
-                                         VariantRow{"without_device_count", {"deviceEnumCount(0)"}},
-                                         VariantRow{"without_enum_device_info", {"deviceEnumCount(1)"}},
+                                         VariantRow{"without_GetDeviceCount", {"deviceEnumCount(0)"}},
+                                         VariantRow{"without_EnumDeviceInfo", {"deviceEnumCount(1)"}},
                                          VariantRow{"without_callbacks", one_board},
-                                         VariantRow{"without_detach", one_board}),
+                                         VariantRow{"without_Detach", one_board}),
                          [](const auto &row) { return std::string(row.param.variant); });
 
 Lines messages;

@@ -243,7 +243,7 @@ TEST(TheSimulatedDriver, ReceivesWhatIsHandedBack)
 
 TEST(TheSimulatedDriver, ReceivesNothingWithoutItsFunction)
 {
-    SimulatedDriver driver(SimulatedDriver::two_boards_and_a_hub(), "without_send_touch_packet");
+    SimulatedDriver driver(SimulatedDriver::two_boards_and_a_hub(), "without_SendTouchPacketToSystem");
     QWidget hidden;
     ZorvicHardware hardware(nullptr);
     hardware.init();

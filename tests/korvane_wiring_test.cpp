@@ -354,7 +354,7 @@ TEST(WiringWithADriverThatLacksEverything, TellsOfNoDevices)
 
 TEST(WiringWithADriverThatTakesNothingBack, LosesUnclaimedContactsUntilTheyLift)
 {
-    const SimulatedDriver driver(one_board(), "without_send_touch_packet");
+    const SimulatedDriver driver(one_board(), "without_SendTouchPacketToSystem");
     Korvane korvane(nullptr, nullptr);
     const ContactReceiver receiver(korvane);
 

@@ -1,18 +1,17 @@
 #include "player.h"
 
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 using namespace boardsim;
 using namespace std::chrono_literals;
@@ -236,10 +235,10 @@ TEST(APlayer, StopsInAMoveOfElevenDaysAtAMillionReportsASecond)
 
 TEST(APlayer, GoesOnWhenAFileAppears)
 {
-    const std::filesystem::path file =
-        std::filesystem::temp_directory_path() / ("boardsim-player-" + std::to_string(getpid()));
+    const QTemporaryDir folder;
+    const std::string file = folder.filePath("go").toStdString();
     const Scenario played =
-        scenario("{\"type\":\"wait\",\"file\":\"" + file.string()
+        scenario("{\"type\":\"wait\",\"file\":\"" + file
                  + "\"}\n{\"type\":\"wait\",\"time\":5}\n{\"type\":\"mark\",\"text\":\"after\"}");
     Rehearsal stage;
     int waits = 0;
@@ -250,7 +249,6 @@ TEST(APlayer, GoesOnWhenAFileAppears)
     });
 
     EXPECT_TRUE(Player(played, stage).play());
-    std::filesystem::remove(file);
 
     ASSERT_EQ(stage.events.size(), 1u);
     EXPECT_GE(waits, 100);

@@ -80,6 +80,14 @@ struct Desktop::Connection
 
     Window active_window() const { return number_property(display, root, "_NET_ACTIVE_WINDOW"); }
 
+    Window focus() const
+    {
+        Window window = None;
+        int revert_to = 0;
+        XGetInputFocus(display, &window, &revert_to);
+        return window;
+    }
+
     Display *display;
     Window root = 0;
 };
@@ -125,11 +133,15 @@ QString Desktop::display() const
     return m_display;
 }
 
-bool Desktop::has_active_window(const QString &title)
+bool Desktop::has_active_window(const QString &title, qint64 process)
 {
+    Display *const display = m_connection->display;
     return eventually([&] {
-        return property(m_connection->display, m_connection->active_window(), "_NET_WM_NAME")
-            == title.toUtf8();
+        const Window window = m_connection->active_window();
+        // A window's number is used again by the next program, while the window manager still calls the old
+        // window the active one.
+        return window == m_connection->focus() && property(display, window, "_NET_WM_NAME") == title.toUtf8()
+            && number_property(display, window, "_NET_WM_PID") == static_cast<unsigned long>(process);
     });
 }
 

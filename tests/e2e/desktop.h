@@ -24,8 +24,8 @@ public:
 
     QString display() const; ///< e.g. ":7"
 
-    /// Waits for a window of this title to have the keyboard; false when none does in time.
-    bool has_active_window(const QString &title);
+    /// Waits for a window of this title and process to have the keyboard; false when none does in time.
+    bool has_active_window(const QString &title, qint64 process);
     /// What the active window shows, as a part of the screen.
     QImage window_picture();
     /// Where the active window's content lies on the screen.

@@ -1,6 +1,9 @@
 #include "e2e/program.h"
 
 #include <stdexcept>
+#include <utility>
+
+#include <signal.h>
 
 namespace {
 
@@ -8,10 +11,17 @@ constexpr int patience_ms = 10'000;
 
 } // namespace
 
-Program::Program(const QStringList &scenario, Driver driver, const QString &locale) : m_driver(scenario)
+Program::Program(const QStringList &scenario, Driver driver, const QString &locale)
+    : Program(std::make_shared<Desktop>(), scenario, driver, locale)
+{
+}
+
+Program::Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, Driver driver,
+                 const QString &locale)
+    : m_driver(scenario), m_desktop(std::move(desktop))
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DISPLAY", m_desktop.display());
+    environment.insert("DISPLAY", m_desktop->display());
     environment.insert("QT_QPA_PLATFORM", "xcb");
     environment.insert("LC_ALL", locale);
     environment.insert("XDG_RUNTIME_DIR", m_runtime_folder.path());
@@ -19,7 +29,8 @@ Program::Program(const QStringList &scenario, Driver driver, const QString &loca
         environment.insert("LD_LIBRARY_PATH", SimulatedDriver::folder());
     m_process.setProcessEnvironment(environment);
     m_process.start(LANTERNIX_PROGRAM, QStringList());
-    if (!m_process.waitForStarted(patience_ms) || !m_desktop.has_active_window("lanternix"))
+    if (!m_process.waitForStarted(patience_ms)
+        || !m_desktop->has_active_window("lanternix", m_process.processId()))
         throw std::runtime_error("lanternix shows no window: "
                                  + m_process.readAllStandardError().toStdString());
 }
@@ -32,11 +43,27 @@ Program::~Program()
     }
 }
 
+bool Program::has_ended()
+{
+    return m_process.state() == QProcess::NotRunning || m_process.waitForFinished(patience_ms);
+}
+
 int Program::exit_status()
 {
-    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(patience_ms))
+    return has_ended() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+void Program::send(int signal)
+{
+    kill(static_cast<pid_t>(m_process.processId()), signal);
+}
+
+int Program::ending_signal()
+{
+    if (!has_ended())
         return -1;
-    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    // What waitid tells in si_status: the signal's number where it was one that ended the process.
+    return m_process.exitStatus() == QProcess::CrashExit ? m_process.exitCode() : 0;
 }
 
 QByteArray Program::standard_output()

@@ -1,3 +1,4 @@
+#include "e2e/board_modes.h"
 #include "e2e/program.h"
 
 #include <gtest/gtest.h>
@@ -12,24 +13,6 @@ Calls operator+(Calls first, const Calls &second)
     return first;
 }
 
-/// What is written to boards 7 and 3 when they are configured; @p mode is 1 for reports on, 0 for off.
-Calls modes_of_both_boards(const std::string &mode)
-{
-    Calls calls;
-    for (int pen = 0; pen < 4; ++pen) {
-        const std::string command = "3a504e3" + std::to_string(pen) + "320d"; // ":PN" pen "2\r"
-        const std::string report_mode = ", " + std::to_string(pen + 1) + ", 0, " + mode + ")";
-        calls = calls
-            + Calls{"WritePacket(7, " + command + ", 6)", "WritePacket(3, " + command + ", 6)",
-                    "SetPointingDeviceDestination(7" + report_mode,
-                    "SetPointingDeviceDestination(3" + report_mode};
-    }
-    const std::string digit = mode == "1" ? "49" : "48"; // the character
-    return calls
-        + Calls{"SetTouchDestination(7, " + mode + ")", "SetTouchDestination(3, " + mode + ")",
-                "SetLATEDetection(7, " + digit + ")", "SetLATEDetection(3, " + digit + ")"};
-}
-
 const Calls enumeration{"Attach()",          "GetDeviceCount()",    "EnumDeviceInfo(0)",
                         "SetCallback(7)",    "SetXferMask(7, 255)", "EnumDeviceInfo(1)",
                         "EnumDeviceInfo(2)", "SetCallback(3)",      "SetXferMask(3, 255)"};
@@ -39,8 +22,8 @@ TEST(StartingTheProgram, CallsTheDriverInOrder)
     Program program(SimulatedDriver::two_boards_and_a_hub());
 
     EXPECT_EQ(program.driver().call_texts(),
-              (Calls{"Attach()", "SetPnpCallback()"} + enumeration + modes_of_both_boards("1")
-               + modes_of_both_boards("1")));
+              (Calls{"Attach()", "SetPnpCallback()"} + enumeration + modes_of_both_boards(true)
+               + modes_of_both_boards(true)));
 }
 
 TEST(PluggingABoard, EnumeratesAndConfiguresAgain)
@@ -52,7 +35,7 @@ TEST(PluggingABoard, EnumeratesAndConfiguresAgain)
     program.driver().open_gate("go");
 
     const Calls expected =
-        Calls{"ClearCallback(7)", "ClearCallback(3)"} + enumeration + modes_of_both_boards("1");
+        Calls{"ClearCallback(7)", "ClearCallback(3)"} + enumeration + modes_of_both_boards(true);
     ASSERT_TRUE(eventually([&] { return program.driver().call_texts().size() >= expected.size(); }));
     EXPECT_EQ(program.driver().call_texts(), expected);
     const auto calls = program.driver().calls();
@@ -78,8 +61,7 @@ TEST_P(EndingTheProgram, SwitchesTheReportsOffAndDetaches)
     GetParam().end(program.desktop());
 
     EXPECT_EQ(program.exit_status(), 0);
-    EXPECT_EQ(program.driver().call_texts(),
-              (modes_of_both_boards("0") + Calls{"ClearCallback(0)", "Detach()", "Detach()"}));
+    EXPECT_EQ(program.driver().call_texts(), calls_at_the_end());
     EXPECT_EQ(program.standard_output(), "Enumerated 3 devices.\n");
     EXPECT_EQ(program.standard_error(), "");
 }

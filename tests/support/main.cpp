@@ -9,7 +9,8 @@
 int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    for (const char *name : {"BOARDSIM_SCENARIO", "BOARDSIM_LOG", "LD_LIBRARY_PATH", "QT_SCALE_FACTOR"})
+    for (const char *name :
+         {"BOARDSIM_SCENARIO", "BOARDSIM_LOG", "BOARDSIM_MISBEHAVIOUR", "LD_LIBRARY_PATH", "QT_SCALE_FACTOR"})
         qunsetenv(name);
     testing::InitGoogleTest(&argc, argv);
     const QApplication application(argc, argv);

@@ -3,12 +3,14 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 namespace {
+
+constexpr const char *misbehaviour_variable = "BOARDSIM_MISBEHAVIOUR";
 
 void write_file(const QString &path, const QByteArray &content)
 {
@@ -19,7 +21,8 @@ void write_file(const QString &path, const QByteArray &content)
 
 QString gate_path(const QString &name)
 {
-    return QDir::temp().filePath(QStringLiteral("lanternix-gate-%1-%2").arg(getpid()).arg(name));
+    static const QTemporaryDir folder;
+    return folder.filePath(name);
 }
 
 } // namespace
@@ -35,6 +38,16 @@ QStringList SimulatedDriver::two_boards_and_a_hub()
 }
 
 SimulatedDriver::SimulatedDriver(const QStringList &scenario, const QString &variant)
+    : SimulatedDriver(scenario, Library{variant.isEmpty() ? "driver" : "variants/" + variant, {}})
+{
+}
+
+SimulatedDriver SimulatedDriver::hostile(const QByteArray &misbehaviour, const QStringList &scenario)
+{
+    return {scenario, Library{"hostile", misbehaviour}};
+}
+
+SimulatedDriver::SimulatedDriver(const QStringList &scenario, const Library &library)
 {
     const QString version = QStringLiteral(R"({"type":"scenario","version":1})");
     write_file(m_folder.filePath("scenario.jsonl"),
@@ -43,9 +56,11 @@ SimulatedDriver::SimulatedDriver(const QStringList &scenario, const QString &var
     qputenv("BOARDSIM_SCENARIO", m_folder.filePath("scenario.jsonl").toUtf8());
     qputenv("BOARDSIM_LOG", m_folder.filePath("log.jsonl").toUtf8());
 
+    if (!library.misbehaviour.isEmpty())
+        qputenv(misbehaviour_variable, library.misbehaviour);
+
     // The loader takes a library that is in memory already, by its soname, for the one asked for.
-    const QString folder = variant.isEmpty() ? QStringLiteral("driver") : "variants/" + variant;
-    const QString path = QStringLiteral(BOARDSIM_FOLDER "/%1/libzorvicboardex.so.1").arg(folder);
+    const QString path = QStringLiteral(BOARDSIM_FOLDER "/%1/libzorvicboardex.so.1").arg(library.folder);
     m_library = dlopen(path.toUtf8().constData(), RTLD_NOW | RTLD_LOCAL);
     if (!m_library)
         throw std::runtime_error(dlerror());
@@ -56,7 +71,8 @@ SimulatedDriver::~SimulatedDriver()
     dlclose(m_library);
     qunsetenv("BOARDSIM_SCENARIO");
     qunsetenv("BOARDSIM_LOG");
-    for (const QFileInfo &gate : QDir::temp().entryInfoList({QFileInfo(gate_path("*")).fileName()}))
+    qunsetenv(misbehaviour_variable);
+    for (const QFileInfo &gate : QFileInfo(gate_path("any")).dir().entryInfoList(QDir::Files))
         QFile::remove(gate.filePath());
 }
 
@@ -65,14 +81,34 @@ QString SimulatedDriver::folder()
     return QStringLiteral(BOARDSIM_FOLDER "/driver");
 }
 
+QString SimulatedDriver::hostile_folder()
+{
+    return QStringLiteral(BOARDSIM_FOLDER "/hostile");
+}
+
+std::vector<nlohmann::ordered_json> SimulatedDriver::log() const
+{
+    QFile file(m_folder.filePath("log.jsonl"));
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error("no log of the simulated driver");
+    std::vector<nlohmann::ordered_json> entries;
+    const qint64 end = file.size(); // it may grow faster than it is read
+    for (QByteArray line = file.readLine(); line.endsWith('\n') && file.pos() <= end; line = file.readLine())
+        entries.push_back(nlohmann::ordered_json::parse(line.toStdString()));
+    return entries;
+}
+
+bool SimulatedDriver::has_mark(const std::string &text) const
+{
+    const std::vector<nlohmann::ordered_json> entries = log();
+    return std::any_of(entries.begin(), entries.end(),
+                       [&](const auto &entry) { return entry.contains("mark") && entry["mark"] == text; });
+}
+
 std::vector<DriverCall> SimulatedDriver::calls() const
 {
-    QFile log(m_folder.filePath("log.jsonl"));
-    if (!log.open(QIODevice::ReadOnly))
-        throw std::runtime_error("no log of the simulated driver");
     std::vector<DriverCall> calls;
-    for (QByteArray line = log.readLine(); line.endsWith('\n'); line = log.readLine()) {
-        const auto entry = nlohmann::ordered_json::parse(line.toStdString());
+    for (const nlohmann::ordered_json &entry : log()) {
         if (!entry.contains("export"))
             continue;
         const std::string name = entry["export"];

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -30,6 +31,9 @@ public:
     /// empty for the whole driver.
     explicit SimulatedDriver(const QStringList &scenario = two_boards_and_a_hub(),
                              const QString &variant = {});
+    /// The driver that breaks the rules in one way, which docs/scenarios.md lists by name.
+    static SimulatedDriver hostile(const QByteArray &misbehaviour,
+                                   const QStringList &scenario = two_boards_and_a_hub());
     ~SimulatedDriver();
 
     SimulatedDriver(const SimulatedDriver &) = delete;
@@ -37,6 +41,8 @@ public:
 
     /// Where the loader finds the whole driver: for LD_LIBRARY_PATH of a program.
     static QString folder();
+    /// The same for the driver that breaks the rules.
+    static QString hostile_folder();
 
     /// All calls so far, oldest first.
     std::vector<DriverCall> calls() const;
@@ -45,6 +51,8 @@ public:
     /// All calls so far as one text each, e.g. "SetTouchDestination(7, 1)", in which callbacks and contexts
     /// are left out.
     std::vector<std::string> call_texts() const;
+    /// Whether a mark is in the log.
+    bool has_mark(const std::string &text) const;
     /// Forgets the calls so far.
     void clear_calls();
     /// Lets the scenario go on behind its line gate(@p name).
@@ -53,6 +61,15 @@ public:
     static QString gate(const QString &name);
 
 private:
+    struct Library
+    {
+        QString folder; ///< below sim
+        QByteArray misbehaviour;
+    };
+
+    SimulatedDriver(const QStringList &scenario, const Library &library);
+    std::vector<nlohmann::ordered_json> log() const;
+
     QTemporaryDir m_folder;
     void *m_library = nullptr;
 };

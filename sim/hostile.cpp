@@ -1,0 +1,280 @@
+#include "hostile.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <future>
+#include <string>
+
+namespace boardsim {
+
+namespace {
+
+using Kind = Misbehaviour::Kind;
+
+constexpr auto blockingTime = std::chrono::seconds(2);
+constexpr auto printingPause = std::chrono::milliseconds(1);
+constexpr std::size_t headerSize = 2;
+
+/// No byte of it is zero, up to the NUL that ends it as a text: who takes it for one finds a contact.
+constexpr unsigned char shortTouchReport[] = {1, 0x45, 0x81, 1, 1, 1, 1, 1, 1, 0};
+
+/// Runs @p run on the calling thread, then on another, and returns once both have ended.
+template <typename Run> void onTwoThreads(Run run)
+{
+    run();
+    std::thread(run).join();
+}
+
+/// Runs @p run on @p count threads at once and returns once all have ended.
+template <typename Run> void onManyThreads(int count, Run run)
+{
+    std::promise<void> start;
+    const std::shared_future<void> started = start.get_future().share();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([&run, started] {
+            started.wait();
+            run();
+        });
+    }
+    start.set_value();
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+/// What comes after the header again and again, until the report has @p length bytes.
+Bytes repeated(const Bytes &report, int length)
+{
+    Bytes longer = report;
+    for (std::size_t i = 0; report.size() > headerSize && longer.size() < static_cast<std::size_t>(length);
+         ++i)
+        longer.push_back(report[headerSize + i % (report.size() - headerSize)]);
+    return longer;
+}
+
+/// Every byte but those of the known numbers is written; the text goes on to the last byte, without a NUL.
+void fill(_ZORVIC_DEVICE_INFO &record)
+{
+    record.size = -1;
+    std::memset(record.driverBytes1, 0xff, sizeof record.driverBytes1);
+    std::memset(record.driverBytes2, 0xff, sizeof record.driverBytes2);
+    const std::string text = *record.additionalInfo ? record.additionalInfo : "\xff";
+    for (std::size_t i = 0; i < sizeof record.additionalInfo; ++i)
+        record.additionalInfo[i] = text[i % text.size()];
+}
+
+/// Makes one byte of each character of two; those are all that Latin-1 knows.
+void toLatin1(char *text)
+{
+    char *end = text;
+    for (; *text; ++text) {
+        const auto lead = static_cast<unsigned char>(*text);
+        const bool two = (lead & 0xfc) == 0xc0 && text[1];
+        *end++ = two ? static_cast<char>(lead << 6 | (*++text & 0x3f)) : *text;
+    }
+    *end = '\0';
+}
+
+} // namespace
+
+HostileDriver::HostileDriver(CallLog &log) : Driver(log), m_misbehaviour(readMisbehaviour()) { }
+
+HostileDriver::~HostileDriver()
+{
+    Driver::detach(); // which ends the thread that calls into this class
+    stopPrinting();
+}
+
+bool HostileDriver::attach()
+{
+    Driver::attach();
+    if (is(Kind::callbacksInAttach))
+        runAllCallbacks();
+    if (is(Kind::prints))
+        startPrinting();
+    return !is(Kind::attachFails);
+}
+
+void HostileDriver::detach()
+{
+    if (is(Kind::callbacksInDetach))
+        runAllCallbacks();
+    Driver::detach();
+    stopPrinting();
+}
+
+void HostileDriver::setCallback(int board, PacketCallback callback, void *context)
+{
+    Driver::setCallback(board, callback, context);
+    const PacketRegistration registration{callback, context};
+    {
+        const std::lock_guard lock(m_registrationMutex);
+        m_packets[board] = registration;
+    }
+    if (is(Kind::callbacksInRegistration))
+        onTwoThreads([&] { report(board, registration); });
+}
+
+void HostileDriver::setPnpCallback(PnpCallback callback, void *context)
+{
+    Driver::setPnpCallback(callback, context);
+    {
+        const std::lock_guard lock(m_registrationMutex);
+        m_pnp = {callback, context};
+    }
+    if (is(Kind::callbacksInRegistration))
+        onTwoThreads([=] { callback(context); });
+}
+
+/// Runs every callback that has ever come, withdrawn or not, on two threads; nothing inside of such a one.
+void HostileDriver::runAllCallbacks()
+{
+    if (m_insideCallback.exchange(true))
+        return;
+    onTwoThreads([this] { runAllOnce(); });
+    m_insideCallback = false;
+}
+
+void HostileDriver::runAllOnce()
+{
+    std::map<int, PacketRegistration> packets;
+    {
+        const std::lock_guard lock(m_registrationMutex);
+        packets = m_packets;
+    }
+    for (const auto &[board, registration] : packets)
+        report(board, registration);
+    runPnp();
+}
+
+void HostileDriver::runPnp()
+{
+    PnpRegistration pnp;
+    {
+        const std::lock_guard lock(m_registrationMutex);
+        pnp = m_pnp;
+    }
+    if (pnp.callback)
+        pnp.callback(pnp.context);
+}
+
+/// A pressed pen that moves on with every report.
+void HostileDriver::report(int board, const PacketRegistration &registration)
+{
+    PenSample sample;
+    sample.x = 8000 + m_reports++ % 8000;
+    sample.y = 8000;
+    sample.tip = true;
+    Driver::call(registration.callback, board, penReport(sample), registration.context);
+}
+
+int HostileDriver::deviceCount()
+{
+    return is(Kind::deviceCount) ? m_misbehaviour.value : Driver::deviceCount();
+}
+
+bool HostileDriver::deniesDevices()
+{
+    return is(Kind::deviceCount);
+}
+
+bool HostileDriver::deviceInfo(int index, _ZORVIC_DEVICE_INFO *out)
+{
+    if (!Driver::deviceInfo(index, out))
+        return false;
+    if (is(Kind::sameNumber)) {
+        _ZORVIC_DEVICE_INFO first{};
+        first.size = _ZORVIC_DEVICE_INFO::sizeMarker;
+        Driver::deviceInfo(0, &first);
+        out->board = first.board;
+    }
+    if (is(Kind::fullRecord))
+        fill(*out);
+    if (is(Kind::latin1Info))
+        toLatin1(out->additionalInfo);
+    return true;
+}
+
+int HostileDriver::write(int board, const void *data, int length)
+{
+    if (is(Kind::blockingWrite) && board == m_misbehaviour.value && !m_hasBlocked.exchange(true)) {
+        mark("write blocks");
+        std::this_thread::sleep_for(blockingTime);
+    }
+    return Driver::write(board, data, length);
+}
+
+void HostileDriver::sendToSystem()
+{
+    if (!is(Kind::pnpInReport) || m_insideCallback.exchange(true))
+        return;
+    runPnp();
+    m_insideCallback = false;
+}
+
+void HostileDriver::call(PacketCallback callback, int board, const Bytes &report, void *context)
+{
+    if (is(Kind::reportLength)) {
+        Driver::call(callback, board, repeated(report, m_misbehaviour.value), context);
+        return;
+    }
+    if (is(Kind::threads)) {
+        onManyThreads(m_misbehaviour.value, [&] { Driver::call(callback, board, report, context); });
+        return;
+    }
+    if (is(Kind::badArguments)) {
+        const auto length = static_cast<unsigned int>(report.size());
+        callback(board, nullptr, 0, context);
+        callback(board, nullptr, length, context);
+        callback(board, report.data(), length, nullptr);
+        callback(board, shortTouchReport, UINT_MAX, context);
+        for (unsigned int size = 0; size < headerSize; ++size) {
+            const Bytes shortReport(report.begin(), report.begin() + size);
+            callback(board, shortReport.data(), size, context);
+        }
+    }
+    Driver::call(callback, board, report, context);
+}
+
+void HostileDriver::call(PnpCallback callback, void *context)
+{
+    if (is(Kind::threads)) {
+        onManyThreads(m_misbehaviour.value, [=] { callback(context); });
+        return;
+    }
+    if (is(Kind::badArguments))
+        callback(nullptr);
+    Driver::call(callback, context);
+}
+
+void HostileDriver::startPrinting()
+{
+    const std::lock_guard lock(m_printerMutex);
+    if (m_printing.exchange(true))
+        return;
+    std::printf("driver: attached\n");
+    m_printer = std::thread([this] {
+        while (m_printing) {
+            std::printf("driver: still there\n");
+            std::this_thread::sleep_for(printingPause);
+        }
+    });
+}
+
+void HostileDriver::stopPrinting()
+{
+    const std::lock_guard lock(m_printerMutex);
+    if (!m_printing.exchange(false))
+        return;
+    m_printer.join();
+    std::printf("driver: detached\n");
+}
+
+std::unique_ptr<Driver> makeDriver(CallLog &log)
+{
+    return std::make_unique<HostileDriver>(log);
+}
+
+} // namespace boardsim

@@ -1,0 +1,183 @@
+#include "e2e/board_modes.h"
+#include "e2e/program.h"
+
+#include <QElapsedTimer>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Calls = std::vector<std::string>;
+
+constexpr int usual_rounds = 5;
+constexpr qint64 longest_wait_ms = 1000;
+constexpr std::size_t phases = 4; // bursts after which a program is ended, so that not all ends are alike
+
+/// How often each case is repeated; LANTERNIX_ROUNDS asks for another number.
+int rounds()
+{
+    bool given = false;
+    const int wanted = qEnvironmentVariableIntValue("LANTERNIX_ROUNDS", &given);
+    return given ? wanted : usual_rounds;
+}
+
+const char *const hand_back = "SendTouchPacketToSystem";
+
+/// A finger beside the screen, which the program hands back: the driver's log tells by it that the program
+/// has got this far.
+QStringList finger_beside_the_screen()
+{
+    const QString finger = R"({"type":"touch","board":7,"contacts":[{"id":40,"x":40000,"y":1000,"extent":9,)"
+                           R"("down":%1}]})";
+    return {finger.arg("true"), finger.arg("false")};
+}
+
+/// Ten touches, two pens and two erasers that never lift, in @p rate samples a second of four reports each;
+/// every tenth of a second a finger beside the screen.
+QStringList reports_without_end(int rate)
+{
+    QStringList contacts;
+    for (int id = 0; id < 10; ++id) {
+        contacts << QStringLiteral(R"({"kind":"touch","id":%1,"extent":300,"circle":{"centre":[%2,12000],)"
+                                   R"("radius":[1000,4000],"from":0,"to":360}})")
+                        .arg(id)
+                        .arg(3000 + 2800 * id);
+    }
+    for (int id = 0; id < 2; ++id) {
+        contacts << QStringLiteral(R"({"kind":"pen","id":%1,"tip":true,"button":false,)"
+                                   R"("line":[[3000,%2],[29000,%2]]})")
+                        .arg(id)
+                        .arg(22000 + 2000 * id);
+        contacts << QStringLiteral(R"({"kind":"erase","id":%1,"width":600,"height":900,)"
+                                   R"("line":[[29000,%2],[3000,%2]]})")
+                        .arg(id)
+                        .arg(8000 + 8000 * id);
+    }
+    return SimulatedDriver::two_boards_and_a_hub()
+        << SimulatedDriver::gate("go") << R"({"type":"repeat"})"
+        << QStringLiteral(R"({"type":"move","board":7,"rate":%1,"time":100000,"lift":false,"contacts":[%2]})")
+               .arg(rate)
+               .arg(contacts.join(','))
+        << finger_beside_the_screen() << R"({"type":"end"})";
+}
+
+/// A program into which reports stream, on a desktop that all of a case's programs share.
+class Closing
+{
+public:
+    /// @p end asks a program to end; @p problem tells what is wrong with one that has ended, if anything.
+    template <typename End, typename Problem>
+    void repeat(const char *name, int rate, End end, Problem problem)
+    {
+        const int wanted = rounds();
+        ASSERT_GT(wanted, 0) << "LANTERNIX_ROUNDS is not a number of rounds";
+        for (int round = 0; round < wanted; ++round) {
+            SCOPED_TRACE("round " + std::to_string(round));
+            Program program(m_desktop, reports_without_end(rate));
+            ASSERT_TRUE(get_going(program, 1 + std::size_t(round) % phases)) << "no reports arrive";
+            QElapsedTimer clock;
+            clock.start();
+            end(program);
+            ASSERT_TRUE(program.has_ended());
+            const qint64 taken_ms = clock.elapsed();
+            m_longest_ms = std::max(m_longest_ms, taken_ms);
+            m_shortest_ms = round == 0 ? taken_ms : std::min(m_shortest_ms, taken_ms);
+            const std::string wrong = problem(program);
+            EXPECT_EQ(wrong, "");
+            m_failures += wrong.empty() ? 0 : 1;
+        }
+        // Not the longest: other tests may have kept the machine busy. scripts/closing looks at that one.
+        EXPECT_LT(m_shortest_ms, longest_wait_ms);
+        std::printf("closing, %s: %d rounds, longest time to end %lld ms, %d failures\n", name, wanted,
+                    m_longest_ms, m_failures);
+    }
+
+private:
+    static bool get_going(Program &program, std::size_t bursts)
+    {
+        program.driver().open_gate("go"); // once the window is there: what starts before goes to the system
+        return eventually([&] { return program.driver().calls(hand_back).size() > 2 * bursts; });
+    }
+
+    std::shared_ptr<Desktop> m_desktop = std::make_shared<Desktop>();
+    qint64 m_longest_ms = 0;
+    qint64 m_shortest_ms = 0;
+    int m_failures = 0;
+};
+
+/// What the program called last, apart from what it handed back while it ended.
+Calls last_calls(Program &program, std::size_t count)
+{
+    Calls calls = program.driver().call_texts();
+    const auto is_hand_back = [](const std::string &call) { return call.rfind(hand_back, 0) == 0; };
+    calls.erase(std::remove_if(calls.begin(), calls.end(), is_hand_back), calls.end());
+    const std::size_t first = calls.size() - std::min(count, calls.size());
+    return {calls.begin() + static_cast<std::ptrdiff_t>(first), calls.end()};
+}
+
+struct Request
+{
+    const char *name;
+    void (*ask)(Desktop &);
+};
+
+class ClosingWhileReportsStreamIn : public testing::TestWithParam<Request>
+{
+};
+
+TEST_P(ClosingWhileReportsStreamIn, SwitchesTheReportsOffDetachesAndEndsWell)
+{
+    constexpr int rate = 500; // samples of four reports a second
+    Closing().repeat(
+        GetParam().name, rate, [](Program &program) { GetParam().ask(program.desktop()); },
+        [](Program &program) -> std::string {
+            if (const int status = program.exit_status())
+                return "it ended with status " + std::to_string(status);
+            const Calls wanted = calls_at_the_end();
+            return last_calls(program, wanted.size()) == wanted ? "" : "other last calls of the driver";
+        });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ClosingWhileReportsStreamIn,
+    testing::Values(Request{"ByEscape", [](Desktop &desktop) { desktop.press("Escape"); }},
+                    Request{"ByTheWindowManager", [](Desktop &desktop) { desktop.close_window(); }}),
+    [](const auto &row) { return row.param.name; });
+
+struct Signal
+{
+    const char *name;
+    int number;
+};
+
+class ASignalWhileReportsAreDecoded : public testing::TestWithParam<Signal>
+{
+};
+
+TEST_P(ASignalWhileReportsAreDecoded, EndsTheProgramAtOnceAsTheSystemDoes)
+{
+    // A job in a shell's background ignores SIGINT, and what it starts inherits that.
+    std::signal(GetParam().number, SIG_DFL);
+    constexpr int rate = 20'000; // more than can be decoded: the driver's thread never waits
+    Closing().repeat(
+        GetParam().name, rate, [](Program &program) { program.send(GetParam().number); },
+        [](Program &program) -> std::string {
+            const int signal = program.ending_signal();
+            if (signal != GetParam().number)
+                return "it ended by signal " + std::to_string(signal);
+            return program.driver().calls("Detach").empty() ? "" : "it said goodbye to the driver first";
+        });
+}
+
+INSTANTIATE_TEST_SUITE_P(, ASignalWhileReportsAreDecoded,
+                         testing::Values(Signal{"SIGTERM", SIGTERM}, Signal{"SIGINT", SIGINT}),
+                         [](const auto &row) { return row.param.name; });
+
+} // namespace

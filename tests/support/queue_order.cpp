@@ -1,0 +1,42 @@
+#include "support/queue_order.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#else
+static void __tsan_acquire(void *) { }
+static void __tsan_release(void *) { }
+#endif
+
+namespace {
+
+char queue; // its address stands for the event queue
+
+} // namespace
+
+// The linker sends the emissions of the program's own signals to the function with __wrap_.
+extern "C" {
+void __real__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *, const QMetaObject *, int, void **);
+void __wrap__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *, const QMetaObject *, int, void **);
+
+void __wrap__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *sender, const QMetaObject *meta, int signal,
+                                                        void **arguments)
+{
+    __tsan_release(&queue);
+    __real__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(sender, meta, signal, arguments);
+}
+}
+
+QueueOrder::QueueOrder()
+{
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+bool QueueOrder::eventFilter(QObject *, QEvent *event)
+{
+    if (event->type() == QEvent::MetaCall)
+        __tsan_acquire(&queue);
+    return false;
+}
