@@ -33,6 +33,7 @@ template <typename Run> void onManyThreads(int count, Run run)
     std::promise<void> start;
     const std::shared_future<void> started = start.get_future().share();
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([&run, started] {
             started.wait();
