@@ -156,6 +156,24 @@ Result run(const Setting &setting, const Flood &flood)
     return result;
 }
 
+/// The floor of a flood: a pen that hovers at one place. Each of its reports crosses to the GUI thread, which
+/// drops it, since it changes nothing.
+Result run_resting(const Setting &setting, int rate)
+{
+    Program program(setting.paths, setting.screen);
+    program.prepare(true);
+    const int count = rate * (setting.quick ? 1 : 5);
+    const Point middle{setting.screen.width() / 2, setting.screen.height() / 2};
+    const std::vector<boardsim::Bytes> reports(static_cast<std::size_t>(count),
+                                               Contacts{}.report({middle}, setting.screen, false));
+    const Nanoseconds processor = program.processor_time();
+    program.deliver(reports, second / rate);
+    Result result;
+    result["values"]["processor time per report [µs]"] =
+        static_cast<double>(program.processor_time() - processor) / count / 1000;
+    return result;
+}
+
 } // namespace
 
 void add_flood_cases(std::vector<Case> &cases)
@@ -172,4 +190,6 @@ void add_flood_cases(std::vector<Case> &cases)
             }
         }
     }
+    cases.push_back({"flood: resting pen, 20000 reports a second",
+                     [](const Setting &setting) { return run_resting(setting, 20'000); }});
 }

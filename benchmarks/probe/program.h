@@ -51,8 +51,8 @@ public:
 
     /// Of all its threads, those that have ended too, without what the probe's driver takes for itself.
     Nanoseconds processor_time() const;
-    /// How often its threads have been taken off a processor, by their own will and against it.
-    long switches() const;
+    /// How often its threads have waited and been woken up, without those that have ended.
+    long wake_ups() const;
     long resident_bytes() const;
 
     /// Throws when the program has ended.
