@@ -41,28 +41,6 @@ bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
         && same(a.line.y2(), b.line.y2()) && a.width == b.width;
 }
 
-/// The one rule by which a segment is painted, live and in a rebuild.
-void paint(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
-{
-    // Erasers never paint white: they make the layer transparent again, so that the pattern shows through.
-    if (colour == Qt::white)
-        painter.setCompositionMode(QPainter::CompositionMode_Clear);
-
-    const auto half_width = double(piece.width);
-    const QBrush brush(colour, Qt::SolidPattern);
-    if (is_point(piece.line)) {
-        QPainterPath dot;
-        dot.addEllipse(piece.line.x1() - half_width, piece.line.y1() - half_width, 2 * half_width,
-                       2 * half_width);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(brush);
-        painter.drawPath(dot);
-        return;
-    }
-    painter.setPen(QPen(brush, 2 * half_width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawLines(&piece.line, 1);
-}
-
 void set_outline_pen(QPainter &painter, Qt::PenStyle style)
 {
     painter.setRenderHint(QPainter::Antialiasing);
@@ -174,12 +152,64 @@ std::unique_ptr<QImage> new_image(int width, int height, QImage::Format format)
     return image->isNull() ? nullptr : std::move(image);
 }
 
-bool smaller(const std::unique_ptr<QImage> &image, int width, int height)
+bool smaller(const QImage *image, int width, int height)
 {
     return !image || image->width() < width || image->height() < height;
 }
 
 } // namespace
+
+/// The image of the strokes, premultiplied ARGB and transparent where nothing is drawn, with its painter.
+/// That stays open, with the pen that it has, since making both anew takes longer than a short line.
+class StrokesView::Layer
+{
+public:
+    /// @p image is not null.
+    explicit Layer(std::unique_ptr<QImage> image) : m_image(std::move(image)), m_painter(m_image.get())
+    {
+        m_painter.setRenderHint(QPainter::Antialiasing);
+    }
+
+    const QImage &image() const { return *m_image; }
+
+    void clear() { m_image->fill(0); }
+
+    /// The one rule by which a segment is painted, live and in a rebuild.
+    void paint(const segment &piece, const QColor &colour, QPainter::CompositionMode mode)
+    {
+        // Erasers never paint white: they make the layer transparent again, so that the pattern shows
+        // through.
+        m_painter.setCompositionMode(colour == Qt::white ? QPainter::CompositionMode_Clear : mode);
+        if (is_point(piece.line))
+            paint_dot(piece, colour);
+        else
+            paint_line(piece, colour);
+    }
+
+private:
+    void paint_dot(const segment &piece, const QColor &colour)
+    {
+        const auto radius = double(piece.width);
+        QPainterPath dot;
+        dot.addEllipse(piece.line.x1() - radius, piece.line.y1() - radius, 2 * radius, 2 * radius);
+        m_painter.setPen(Qt::NoPen);
+        m_painter.setBrush(QBrush(colour, Qt::SolidPattern));
+        m_painter.drawPath(dot);
+    }
+
+    void paint_line(const segment &piece, const QColor &colour)
+    {
+        const double width = 2 * double(piece.width);
+        const QPen &pen = m_painter.pen();
+        if (pen.style() != Qt::SolidLine || pen.widthF() != width || pen.color() != colour)
+            m_painter.setPen(
+                QPen(QBrush(colour, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        m_painter.drawLines(&piece.line, 1);
+    }
+
+    std::unique_ptr<QImage> m_image;
+    QPainter m_painter;
+};
 
 StrokesView::StrokesView() : ItemView(0)
 {
@@ -245,7 +275,8 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
     const segment piece{QLineF(drawing.last, event.pos), size == 0 ? m_stroke_width : size};
     if (drawing.segments.empty() || !same_segment(drawing.segments.back(), piece)) {
         drawing.segments.push_back(piece);
-        paint_segment(piece, drawing.colour);
+        if (m_strokes_layer)
+            m_strokes_layer->paint(piece, drawing.colour, QPainter::CompositionMode_SourceOver);
         mark_dirty(piece);
     }
 
@@ -257,15 +288,6 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
     drawing.segments.shrink_to_fit(); // it will not grow any more
     m_strokes.push_back({std::move(drawing.segments), drawing.colour});
     drawing.segments.clear();
-}
-
-void StrokesView::paint_segment(const segment &piece, const QColor &colour)
-{
-    if (!m_strokes_image)
-        return;
-    QPainter painter(m_strokes_image.get());
-    painter.setRenderHint(QPainter::Antialiasing);
-    paint(painter, piece, colour);
 }
 
 void StrokesView::mark_dirty(const segment &piece)
@@ -282,16 +304,15 @@ void StrokesView::mark_dirty(const segment &piece)
 
 void StrokesView::redraw_strokes()
 {
-    if (!m_strokes_image)
+    if (!m_strokes_layer)
         return;
-    m_strokes_image->fill(0);
-    QPainter painter(m_strokes_image.get());
-    painter.setRenderHint(QPainter::Antialiasing);
+    m_strokes_layer->clear();
+    QPainter::CompositionMode mode = QPainter::CompositionMode_SourceOver;
     for (const stroke &finished : m_strokes) {
         for (const segment &piece : finished.segments) {
-            paint(painter, piece, finished.colour);
+            m_strokes_layer->paint(piece, finished.colour, mode);
             // Deliberate: only the very first segment of a rebuild is composed over what lies below.
-            painter.setCompositionMode(QPainter::CompositionMode_Source);
+            mode = QPainter::CompositionMode_Source;
         }
     }
 }
@@ -413,11 +434,12 @@ void StrokesView::resizeEvent(QResizeEvent *)
     max_width = std::max(max_width, width());
     max_height = std::max(max_height, height());
 
-    if (smaller(m_strokes_image, max_width, max_height)) {
-        m_strokes_image = new_image(max_width, max_height, QImage::Format_ARGB32_Premultiplied);
+    if (smaller(m_strokes_layer ? &m_strokes_layer->image() : nullptr, max_width, max_height)) {
+        auto image = new_image(max_width, max_height, QImage::Format_ARGB32_Premultiplied);
+        m_strokes_layer = image ? std::make_unique<Layer>(std::move(image)) : nullptr;
         redraw_strokes();
     }
-    if (smaller(m_test_image, max_width, max_height))
+    if (smaller(m_test_image.get(), max_width, max_height))
         m_test_image = new_image(max_width, max_height, QImage::Format_RGB32);
     redraw_test();
 }
@@ -427,8 +449,8 @@ void StrokesView::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     if (m_test_image)
         painter.drawImage(0, 0, *m_test_image);
-    if (m_strokes_image)
-        painter.drawImage(0, 0, *m_strokes_image);
+    if (m_strokes_layer)
+        painter.drawImage(0, 0, m_strokes_layer->image());
     // The items are painted by a second painter, while this one is still open.
     ItemView::paintEvent(event);
 }

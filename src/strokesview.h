@@ -89,16 +89,17 @@ public slots:
 private:
     enum test_mode { no_test, grid, colors, shapes, black, vertical_bars, horizontal_bars, help };
 
+    class Layer;
+
     void toggle(test_mode mode);
     template <typename ContactItem>
     void show_contact(const Korvane::Controls &event, const QColor &stroke_colour, const QColor &item_colour);
-    void paint_segment(const segment &piece, const QColor &colour);
     void mark_dirty(const segment &piece);
 
     std::vector<stroke> m_strokes;                     ///< finished, oldest first
     std::map<int, std::shared_ptr<EventItem>> m_items; ///< by contact id: the info tags shown
-    std::unique_ptr<QImage> m_strokes_image; ///< premultiplied ARGB, transparent where nothing is drawn
-    std::map<int, draw_state> m_draw_states; ///< by contact id; entries stay
+    std::unique_ptr<Layer> m_strokes_layer;            ///< null where there is no memory for it
+    std::map<int, draw_state> m_draw_states;           ///< by contact id; entries stay
 
 public:
     float m_stroke_width = 3.0F; ///< of contacts without a size: half the width, pixels; 0 for thin lines
