@@ -27,6 +27,15 @@ void move_into(Korvane::Controls &record, const QWidget &target, const QWidget &
     record.view_pos = record.pos;
 }
 
+/// Nothing here uses OpenGL. Qt would load it all the same with the first window, which takes as much time as
+/// all else until the first picture, and as much memory.
+void leave_opengl_out()
+{
+    constexpr const char *integration = "QT_XCB_GL_INTEGRATION"; // Qt's own switch
+    if (!qEnvironmentVariableIsSet(integration))
+        qputenv(integration, "none");
+}
+
 void scale_radius(Korvane::Controls &record, QSize screen)
 {
     record.radius = {record.radius.x() * screen.width(), record.radius.y() * screen.height()};
@@ -36,6 +45,7 @@ void scale_radius(Korvane::Controls &record, QSize screen)
 
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
+    leave_opengl_out();
     setAttribute(Qt::WA_TranslucentBackground, true);
     auto *const layout = new QStackedLayout;
     layout->setStackingMode(QStackedLayout::StackAll);

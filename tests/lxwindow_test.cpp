@@ -298,4 +298,30 @@ TEST_F(ShownDialog, TickWithoutADirtyRegionRepaintsNothing)
     EXPECT_TRUE(watcher.regions.empty());
 }
 
+// What it asks of Qt and of the C library.
+
+struct OpenGl
+{
+    const char *asked_for; ///< null: nothing
+    const char *used;
+};
+
+TEST(Window, LeavesOpenGlOutUnlessAskedForIt)
+{
+    constexpr const char *variable = "QT_XCB_GL_INTEGRATION";
+    for (const OpenGl &row : {OpenGl{nullptr, "none"}, OpenGl{"xcb_egl", "xcb_egl"}, OpenGl{"", ""}}) {
+        SCOPED_TRACE(row.asked_for ? row.asked_for : "nothing asked for");
+        if (row.asked_for)
+            qputenv(variable, row.asked_for);
+        else
+            qunsetenv(variable);
+
+        const SimulatedDriver driver;
+        const LanternixDialog dialog(nullptr);
+
+        EXPECT_EQ(qgetenv(variable), row.used);
+        EXPECT_TRUE(qEnvironmentVariableIsSet(variable));
+    }
+}
+
 } // namespace
