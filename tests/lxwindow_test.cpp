@@ -13,12 +13,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <future>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <malloc.h>
+#include <pthread.h>
 
 namespace {
 
@@ -322,6 +327,55 @@ TEST(Window, LeavesOpenGlOutUnlessAskedForIt)
         EXPECT_EQ(qgetenv(variable), row.used);
         EXPECT_TRUE(qEnvironmentVariableIsSet(variable));
     }
+}
+
+/// The heaps that the C library keeps, as malloc_info(3) counts them.
+std::size_t heaps()
+{
+    char *text = nullptr;
+    std::size_t size = 0;
+    std::FILE *const file = open_memstream(&text, &size);
+    malloc_info(0, file);
+    std::fclose(file);
+    const std::string told(text, size);
+    std::free(text);
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = told.find("<heap ", at)) != std::string::npos; ++at)
+        ++count;
+    return count;
+}
+
+TEST_F(Dialog, ThreadsShareTheHeapsThatThereAre)
+{
+    constexpr int threads = 16;
+    const std::size_t before = heaps();
+    std::vector<std::future<void>> renders;
+    std::atomic<int> started = 0;
+    for (int i = 0; i < threads; ++i) {
+        renders.push_back(std::async(std::launch::async, [&started] {
+            const std::vector<char> memory(100'000); // larger than what a thread keeps for itself
+            ++started;
+            while (started != threads) // all at once
+                std::this_thread::yield();
+        }));
+    }
+    for (std::future<void> &render : renders)
+        render.wait();
+
+    EXPECT_EQ(heaps(), before);
+}
+
+TEST_F(Dialog, TheStacksOfAsManyThreadsAsTwoHandsHaveFingersAreKept)
+{
+    constexpr std::size_t kept_by_the_c_library = 40 << 20; // bytes: glibc.pthread.stack_cache_size
+    pthread_attr_t attributes{};
+    std::size_t size = 0;
+    ASSERT_EQ(pthread_getattr_default_np(&attributes), 0);
+    ASSERT_EQ(pthread_attr_getstacksize(&attributes, &size), 0);
+    pthread_attr_destroy(&attributes);
+
+    EXPECT_LE(20 * size, kept_by_the_c_library);
+    EXPECT_GE(size, std::size_t{1} << 20) << "the driver's own threads have them too";
 }
 
 } // namespace
