@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QDesktopWidget>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QStackedLayout>
 #include <QTimer>
@@ -59,12 +60,28 @@ void scale_radius(Korvane::Controls &record, QSize screen)
     record.radius = {record.radius.x() * screen.width(), record.radius.y() * screen.height()};
 }
 
+/// What the desktop and assistive tools show of it. Nothing of that is drawn in the window.
+void introduce(QWidget &window)
+{
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Lanternix"));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(LanternixDialog::version));
+    QIcon icon; // the executable's; a window without it has none
+    for (const int size : {16, 32, 64})
+        icon.addFile(QStringLiteral(":/icons/%1.png").arg(size), {size, size});
+    window.setWindowIcon(icon);
+    window.setAccessibleName(QStringLiteral("Lanternix"));
+    window.setAccessibleDescription(QStringLiteral(
+        "Shows what pens, touches and erasers on electronic whiteboards report, and draws their "
+        "strokes over test patterns. H shows the keys, Escape ends the program."));
+}
+
 } // namespace
 
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
     leave_opengl_out();
     make_threads_light();
+    introduce(*this);
     setAttribute(Qt::WA_TranslucentBackground, true);
     auto *const layout = new QStackedLayout;
     layout->setStackingMode(QStackedLayout::StackAll);

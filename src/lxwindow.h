@@ -21,6 +21,9 @@ class LanternixDialog : public QDialog
     Q_OBJECT
 
 public:
+    /// The program's; all that tells a version has it from here.
+    static constexpr const char *version = "0.1.0";
+
     /// Shows itself maximized and starts receiving contacts.
     explicit LanternixDialog(QWidget *parent);
     ~LanternixDialog() override;

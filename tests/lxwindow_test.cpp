@@ -5,6 +5,7 @@
 #include "support/reports.h"
 #include "support/simulated_driver.h"
 
+#include <QIcon>
 #include <QPaintEvent>
 #include <QStackedLayout>
 #include <QTest>
@@ -301,6 +302,27 @@ TEST_F(ShownDialog, TickWithoutADirtyRegionRepaintsNothing)
     ASSERT_TRUE(QTest::qWaitFor([&ticks] { return ticks >= 5; }));
 
     EXPECT_TRUE(watcher.regions.empty());
+}
+
+// What the desktop and assistive tools are told.
+
+TEST_F(Dialog, HasANameAVersionAndAnIcon)
+{
+    EXPECT_EQ(QGuiApplication::applicationDisplayName(), "Lanternix");
+    EXPECT_EQ(QCoreApplication::applicationVersion(), LanternixDialog::version);
+    EXPECT_EQ(dialog->windowTitle(), "");
+    for (const int size : {16, 32, 64}) {
+        const QImage icon = dialog->windowIcon().pixmap(size).toImage();
+        EXPECT_EQ(icon.size(), QSize(size, size));
+        EXPECT_EQ(icon.pixelColor(size / 2, size / 4 + size / 8), QColor(Qt::white)) << "the lantern's glass";
+    }
+}
+
+TEST_F(Dialog, TellsAssistiveToolsWhatItIs)
+{
+    EXPECT_EQ(dialog->accessibleName(), "Lanternix");
+    EXPECT_TRUE(dialog->accessibleDescription().contains("whiteboards"));
+    EXPECT_TRUE(dialog->accessibleDescription().contains("Escape ends the program"));
 }
 
 // What it asks of Qt and of the C library.
