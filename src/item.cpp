@@ -54,7 +54,7 @@ public:
     /// The first call lays all out, on its thread.
     static TagText &instance()
     {
-        static TagText text;
+        static TagText text(make_tag_font());
         return text;
     }
 
@@ -92,21 +92,21 @@ private:
         QPointF origin; ///< item coordinates
     };
 
-    static constexpr int most_coverage_bytes = 1 << 24;
+    static constexpr int enough_coverage_bytes = 1 << 24; ///< of pixels: with more, all is forgotten
 
-    TagText()
+    explicit TagText(const QFont &font) : m_line_height(QFontMetrics(font).height())
     {
         for (const char *const label : {"FID: ", "X: ", "Y: ", "X Radius: ", "Y Radius: ", "Buttons: "})
-            m_labels.push_back(lay_out(QString::fromLatin1(label)));
+            m_labels.push_back(lay_out(QString::fromLatin1(label), font));
         for (const QChar character : m_characters)
-            m_numerals.push_back(lay_out(character));
+            m_numerals.push_back(lay_out(character, font));
     }
 
-    Piece lay_out(const QString &text) const
+    Piece lay_out(const QString &text, const QFont &font) const
     {
         Piece piece;
-        piece.outline.addText(0, 0, m_font, text);
-        const QFontMetricsF metrics(m_font);
+        piece.outline.addText(0, 0, font, text);
+        const QFontMetricsF metrics(font);
         for (const QChar next : m_characters) // measured together, since fonts kern
             piece.advances.push_back(metrics.horizontalAdvance(text + next)
                                      - metrics.horizontalAdvance(next));
@@ -136,8 +136,9 @@ private:
         return {std::trunc(point.x() * steps) / steps, std::trunc(point.y() * steps) / steps};
     }
 
-    static void draw_outlines(QPainter &painter, const std::vector<Placed> &placed)
+    void draw_outlines(QPainter &painter, const std::vector<Placed> &placed)
     {
+        const std::lock_guard lock(m_mutex); // paths share their data, and note in it what they have computed
         QPainterPath text;
         for (const Placed &part : placed)
             text.addPath(part.piece->outline.translated(part.origin));
@@ -176,7 +177,7 @@ private:
     /// Under the lock.
     void forget_when_full()
     {
-        if (m_coverage_bytes < most_coverage_bytes)
+        if (m_coverage_bytes < enough_coverage_bytes)
             return;
         for (std::vector<Piece> *const pieces : {&m_labels, &m_numerals}) {
             for (Piece &piece : *pieces)
@@ -213,9 +214,8 @@ private:
         return coverage;
     }
 
-    const QFont m_font = make_tag_font();
     const QString m_characters = QStringLiteral("0123456789-+.einfa"); ///< of QString::number's results
-    const int m_line_height = QFontMetrics(m_font).height();           ///< pixels
+    const int m_line_height;                                           ///< pixels
     std::vector<Piece> m_labels;                                       ///< by line
     std::vector<Piece> m_numerals;                                     ///< by place in m_characters
     std::mutex m_mutex;                                                ///< guards all coverage

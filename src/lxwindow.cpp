@@ -41,13 +41,18 @@ void leave_opengl_out()
 }
 
 /// Render threads come and go with each tick. The C library would give each of many a heap of its own, of
-/// which each keeps the most that it has ever needed, so that memory would grow for hours; and it keeps too
-/// few of their stacks, for the size that these have by default, so that mapping new ones took half of a
-/// tick.
-void make_threads_light()
+/// which each keeps the most that it has ever needed: memory would grow for hours.
+void share_heaps()
+{
+    mallopt(M_ARENA_MAX, 1);
+}
+
+/// The C library keeps the stacks of threads that have ended for those to come, but of the usual size only
+/// five; to map the others anew took nearly half of the processor time of a tick with ten tags. Holds for all
+/// threads started from here on.
+void make_stacks_small()
 {
     constexpr std::size_t stack_size = 1 << 20;
-    mallopt(M_ARENA_MAX, 1);
     pthread_attr_t attributes{};
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, stack_size);
@@ -72,7 +77,7 @@ void introduce(QWidget &window)
     window.setAccessibleName(QStringLiteral("Lanternix"));
     window.setAccessibleDescription(QStringLiteral(
         "Shows what pens, touches and erasers on electronic whiteboards report, and draws their "
-        "strokes over test patterns. H shows the keys, Escape ends the program."));
+        "strokes over test patterns. H shows or hides the keys, Escape ends the program."));
 }
 
 } // namespace
@@ -80,7 +85,7 @@ void introduce(QWidget &window)
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
     leave_opengl_out();
-    make_threads_light();
+    share_heaps();
     introduce(*this);
     setAttribute(Qt::WA_TranslucentBackground, true);
     auto *const layout = new QStackedLayout;
@@ -91,6 +96,7 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     m_views.push_back(m_view);
 
     m_korvane = std::make_unique<Korvane>(m_view, this);
+    make_stacks_small(); // now that the driver has started its threads, which are nobody's to make small
     // Direct, since all live on this thread: the slots write into the sender's records.
     connect(m_korvane.get(), &Korvane::out_korvane_pen_event, this, &LanternixDialog::in_korvane_pen);
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
@@ -108,7 +114,6 @@ LanternixDialog::~LanternixDialog()
     // A driver may call back until it has been detached, and here too: no contact may come to a window that
     // goes.
     m_korvane->disconnect(this);
-    m_korvane.reset();
 }
 
 QRect LanternixDialog::screen_geometry() const

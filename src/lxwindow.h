@@ -21,10 +21,11 @@ class LanternixDialog : public QDialog
     Q_OBJECT
 
 public:
-    /// The program's; all that tells a version has it from here.
+    /// The program's version. CMakeLists.txt and the scripts read it from this line: its form has to stay.
     static constexpr const char *version = "0.1.0";
 
-    /// Shows itself maximized and starts receiving contacts.
+    /// Shows itself maximized and starts receiving contacts. Settles for the whole process what Qt and the C
+    /// library would load and keep for it, and the application's name and version.
     explicit LanternixDialog(QWidget *parent);
     ~LanternixDialog() override;
 

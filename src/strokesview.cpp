@@ -168,6 +168,8 @@ public:
     explicit Layer(std::unique_ptr<QImage> image) : m_image(std::move(image)), m_painter(m_image.get())
     {
         m_painter.setRenderHint(QPainter::Antialiasing);
+        m_painter.setPen(
+            Qt::NoPen); // unlike a painter's first one, a pen that is set is known to have round caps
     }
 
     const QImage &image() const { return *m_image; }
@@ -319,7 +321,7 @@ void StrokesView::redraw_strokes()
 
 void StrokesView::clear_strokes()
 {
-    m_strokes = {};
+    std::vector<stroke>().swap(m_strokes);
     malloc_trim(0); // the C library would keep what a long session has drawn
     redraw_strokes();
     add_dirty_region({0, 0, width(), height()});

@@ -267,6 +267,52 @@ TEST_F(EventItemPicture, CoversCircleAndTag)
     EXPECT_EQ(m_view.get_dirty_region(), QRegion(100 - 177, 150 - 152, 206, 181));
 }
 
+TEST_F(EventItemPicture, LooksTheSameHoweverManyOtherPlacesItsTextHasLainAt)
+{
+    // More than is kept: the characters lie at other places between the pixels each time.
+    for (int i = 0; i < 3000; ++i)
+        show(contact(256, 1, here, {20 + i % 64 / 64.0, 30 + i / 64 % 64 / 64.0}));
+
+    show(contact(256, 1, here, {12.5, 7.25}));
+
+    EXPECT_TRUE(same_picture(painted(*m_item), drawn({here, {12.5, 7.25}, radius_lines("12.5", "7.25")})));
+}
+
+TEST_F(EventItemPicture, KeepsItsTextAtAnyScale)
+{
+    const auto text_at = [](const Tag &tag, const QTransform &transform) {
+        QImage canvas = empty_canvas();
+        QPainter painter(&canvas);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setTransform(transform);
+        painter.fillPath(text_of(tag), Qt::black);
+        return canvas;
+    };
+    const QTransform transform = QTransform::fromTranslate(500, 450).rotate(10).scale(2, 2);
+    const Tag tag{here, standard, standard_lines()};
+    m_item->refresh(contact(-1, 1, here));
+    m_item->rebuild();
+
+    QImage canvas = empty_canvas();
+    QPainter painter(&canvas);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setTransform(transform);
+    m_item->redraw(painter);
+    painter.end();
+
+    const QImage text = text_at(tag, transform);
+    int black = 0;
+    for (int y = 0; y < text.height(); ++y) {
+        for (int x = 0; x < text.width(); ++x) {
+            if (text.pixelColor(x, y) != Qt::black)
+                continue;
+            ++black;
+            ASSERT_EQ(canvas.pixelColor(x, y), QColor(Qt::black)) << x << ", " << y;
+        }
+    }
+    EXPECT_GT(black, 1000);
+}
+
 struct LocaleRow
 {
     const char *name; ///< of the C library's locale

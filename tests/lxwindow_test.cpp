@@ -387,7 +387,7 @@ TEST_F(Dialog, ThreadsShareTheHeapsThatThereAre)
     EXPECT_EQ(heaps(), before);
 }
 
-TEST_F(Dialog, TheStacksOfAsManyThreadsAsTwoHandsHaveFingersAreKept)
+TEST_F(Dialog, TheStacksOfTwiceAsManyThreadsAsFingersAreKept)
 {
     constexpr std::size_t kept_by_the_c_library = 40 << 20; // bytes: glibc.pthread.stack_cache_size
     pthread_attr_t attributes{};
@@ -397,7 +397,7 @@ TEST_F(Dialog, TheStacksOfAsManyThreadsAsTwoHandsHaveFingersAreKept)
     pthread_attr_destroy(&attributes);
 
     EXPECT_LE(20 * size, kept_by_the_c_library);
-    EXPECT_GE(size, std::size_t{1} << 20) << "the driver's own threads have them too";
+    EXPECT_GE(size, std::size_t{1} << 20) << "threads that the driver starts later have them too";
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 namespace {
 
 using namespace strokes;
@@ -110,6 +112,33 @@ TEST_F(Strokes, AreGoneOnceCleared)
     EXPECT_EQ(statistics(m_view), (Statistics{0, 0, 1000000, -1, 0}));
     m_view.redraw_strokes();
     EXPECT_TRUE(shows(empty_layer()));
+}
+
+/// Bytes that the program holds of the heap, mapped blocks included.
+std::size_t heap_in_use()
+{
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+TEST_F(Strokes, GiveTheirMemoryBackOnceCleared)
+{
+    const auto draw_a_dot = [this] {
+        pen(1, {50, 50});
+        pen(0, {50, 50});
+        m_view.get_dirty_region();
+    };
+    draw_a_dot();
+    m_view.clear_strokes();
+    m_view.get_dirty_region();
+    const std::size_t before = heap_in_use();
+    for (int i = 0; i < 20'000; ++i)
+        draw_a_dot();
+
+    m_view.clear_strokes();
+    m_view.get_dirty_region();
+
+    EXPECT_LE(heap_in_use(), before + 10'000);
 }
 
 TEST_F(Strokes, InProgressOutliveAClearing)

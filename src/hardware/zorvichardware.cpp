@@ -164,8 +164,13 @@ bool ZorvicHardware::init()
 {
     if (!initialiseZorvicWrapper())
         return false;
-    m_wrapper->SetPnpCallback(pnpCallback, this);
-    enumerate();
+    int generation = 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        generation = m_generation;
+    }
+    m_wrapper->SetPnpCallback(pnpCallback, this); // a change may come before it returns, and counts then
+    enumerate(generation);
     return true;
 }
 

@@ -30,7 +30,7 @@ Program::Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, 
     m_process.setProcessEnvironment(environment);
     m_process.start(LANTERNIX_PROGRAM, QStringList());
     if (!m_process.waitForStarted(patience_ms)
-        || !m_desktop->has_active_window("lanternix", m_process.processId()))
+        || !m_desktop->has_active_window("Lanternix", m_process.processId()))
         throw std::runtime_error("lanternix shows no window: "
                                  + m_process.readAllStandardError().toStdString());
 }
