@@ -418,8 +418,6 @@ void StrokesView::redraw_test()
     case help:
         draw_help(painter);
         break;
-    default:
-        break;
     }
 }
 
