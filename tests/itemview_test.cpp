@@ -105,6 +105,18 @@ TEST_F(ZOrder, LosesOnlyTheItemRemoved)
     EXPECT_EQ(m_items[0]->m_owner, &m_view);
 }
 
+TEST_F(ZOrder, LosesAnItemThatAnotherViewShowsNow)
+{
+    ItemView other(0);
+
+    other.add_item(m_items[1]);
+
+    EXPECT_EQ(order(), "acd");
+    ASSERT_EQ(other.items().size(), 1U);
+    EXPECT_EQ(other.items().front(), m_items[1]);
+    EXPECT_EQ(m_items[1]->m_owner, &other);
+}
+
 TEST_F(ZOrder, IsThatOfThePainting)
 {
     m_view.sub_all();
