@@ -87,6 +87,10 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     leave_opengl_out();
     share_heaps();
     introduce(*this);
+    // The view fills all of the window, so that the screen needs no alpha of it: with one, Qt would clear the
+    // window's memory before each painting, and the X server keep a second picture of it and copy that, too.
+    // Made before it is translucent, a native window has none.
+    winId();
     setAttribute(Qt::WA_TranslucentBackground, true);
     auto *const layout = new QStackedLayout;
     layout->setStackingMode(QStackedLayout::StackAll);

@@ -158,6 +158,14 @@ QRect Desktop::window_area()
     return {x, y, attributes.width, attributes.height};
 }
 
+bool Desktop::window_is_as_deep_as_the_screen()
+{
+    Display *const display = m_connection->display;
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(display, m_connection->active_window(), &attributes);
+    return attributes.depth == DefaultDepth(display, DefaultScreen(display));
+}
+
 QImage Desktop::window_picture()
 {
     const QRect area = window_area();

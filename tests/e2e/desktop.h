@@ -30,6 +30,8 @@ public:
     QImage window_picture();
     /// Where the active window's content lies on the screen.
     QRect window_area();
+    /// Whether the active window's pixels are as deep as the screen's, and so without alpha.
+    bool window_is_as_deep_as_the_screen();
     /// Presses and releases a key, named as X names it, e.g. "Escape", "h", "Left".
     void press(const char *key);
     /// Asks the active window to close, as the window manager's button does.

@@ -26,6 +26,13 @@ TEST(StartingTheProgram, CallsTheDriverInOrder)
                + modes_of_both_boards(true)));
 }
 
+TEST(StartingTheProgram, MakesAWindowWithoutAlpha)
+{
+    Program program({});
+
+    EXPECT_TRUE(program.desktop().window_is_as_deep_as_the_screen());
+}
+
 TEST(PluggingABoard, EnumeratesAndConfiguresAgain)
 {
     Program program(SimulatedDriver::two_boards_and_a_hub()
