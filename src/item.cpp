@@ -24,6 +24,8 @@ constexpr double tag_width = 150;     // pixels
 constexpr double tag_height = 125;    // pixels
 constexpr int text_size = 16;         // pixels
 
+constexpr double most_kept_pixels = 1 << 20; // of a shape: a larger one is drawn anew each time
+
 QPointF rounded_down(QPointF point)
 {
     return {std::floor(point.x()), std::floor(point.y())};
@@ -42,6 +44,64 @@ QFont make_tag_font()
     return font;
 }
 
+/// Whether what @p painter draws can be kept in pixels: it is the same again after a move by whole pixels.
+bool draws_in_pixels(const QPainter &painter)
+{
+    return painter.transform().type() <= QTransform::TxTranslate
+        && painter.testRenderHint(QPainter::Antialiasing);
+}
+
+using Coordinates = std::pair<double, double>; ///< x and y; QPointF compares with a tolerance
+
+/// A place in whole pixels, and what is left of it.
+struct Place
+{
+    explicit Place(QPointF point)
+        : pixel(rounded_down(point).toPoint()), between(point.x() - pixel.x(), point.y() - pixel.y())
+    {
+    }
+
+    QPoint pixel;
+    Coordinates between;
+};
+
+/// What was drawn at a place between the pixels.
+struct Drawing
+{
+    Coordinates between;
+    QImage picture; ///< premultiplied ARGB; null where nothing was drawn
+    QPoint offset;  ///< of the picture, from the pixel of the place
+};
+
+/// A picture of its own of what @p draw draws within @p area, antialiased, with the origin at @p between.
+template <typename Draw> Drawing make_drawing(const Coordinates &between, const QRectF &area, Draw draw)
+{
+    const QPointF shift(between.first, between.second);
+    const QRect pixels = area.translated(shift).toAlignedRect().adjusted(-1, -1, 1, 1);
+    Drawing drawing{between, QImage(pixels.size(), QImage::Format_ARGB32_Premultiplied), pixels.topLeft()};
+    drawing.picture.fill(Qt::transparent);
+    QPainter painter(&drawing.picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(shift - pixels.topLeft());
+    draw(painter);
+    return drawing;
+}
+
+void show(QPainter &painter, const Drawing &drawing, QPoint pixel)
+{
+    painter.save();
+    painter.resetTransform();
+    painter.drawImage(pixel + drawing.offset, drawing.picture);
+    painter.restore();
+}
+
+/// A line of a tag as it was last drawn.
+struct TagLine
+{
+    QString value;
+    Drawing drawing;
+};
+
 /// Writes what tags say. The toolkit would load the font anew on every render thread, and fill each outline
 /// anew for every record: both take far longer than the rest of a render. So each label and each character of
 /// a number is laid out once, filled once for each place between the pixels that it comes to lie at, and
@@ -50,6 +110,7 @@ class TagText
 {
 public:
     static constexpr std::size_t line_count = 6;
+    using Lines = std::array<TagLine, line_count>;
 
     /// The first call lays all out, on its thread.
     static TagText &instance()
@@ -59,37 +120,32 @@ public:
     }
 
     /// Fills the lines in black, the first one a line's height below @p corner. @p values are results of
-    /// QString::number, one for each label.
-    void draw(QPainter &painter, QPointF corner, const std::array<QString, line_count> &values)
+    /// QString::number, one for each label. @p lines is the caller's memory from one drawing to the next.
+    void draw(QPainter &painter, QPointF corner, const std::array<QString, line_count> &values, Lines &lines)
     {
-        const std::vector<Placed> placed = place(corner, values);
-        if (painter.transform().type() <= QTransform::TxTranslate)
-            draw_coverage(painter, placed);
-        else
-            draw_outlines(painter, placed);
+        for (std::size_t line = 0; line < line_count; ++line) {
+            corner.ry() += m_line_height;
+            const QPointF origin = in_steps(corner);
+            if (draws_in_pixels(painter))
+                draw_pixels(painter, Place(painter.transform().map(origin)), line, values.at(line),
+                            lines.at(line));
+            else
+                draw_outlines(painter, place(origin, line, values.at(line)));
+        }
     }
 
 private:
-    /// The black that an outline leaves on each pixel.
-    struct Coverage
-    {
-        QImage image;
-        QPoint offset; ///< of the image, from the pixel of the origin
-    };
-
-    using Fraction = std::pair<double, double>; ///< x and y of a place within its pixel
-
     struct Piece
     {
         QPainterPath outline;         ///< its baseline starts at (0, 0)
         std::vector<double> advances; ///< pixels to the character that follows, by its place in m_characters
-        std::map<Fraction, Coverage> coverage; ///< by place between the pixels; guarded by m_mutex
+        std::map<Coordinates, Drawing> coverage; ///< by place between the pixels; guarded by m_mutex
     };
 
     struct Placed
     {
         Piece *piece;
-        QPointF origin; ///< item coordinates
+        QPointF origin;
     };
 
     static constexpr int enough_coverage_bytes = 1 << 24; ///< of pixels: with more, all is forgotten
@@ -113,18 +169,13 @@ private:
         return piece;
     }
 
-    std::vector<Placed> place(QPointF corner, const std::array<QString, line_count> &values)
+    std::vector<Placed> place(QPointF origin, std::size_t line, const QString &value)
     {
-        std::vector<Placed> placed;
-        for (std::size_t line = 0; line < line_count; ++line) {
-            corner.ry() += m_line_height;
-            placed.push_back({&m_labels.at(line), in_steps(corner)});
-            for (const QChar character : values.at(line)) {
-                const auto next = static_cast<std::size_t>(m_characters.indexOf(character));
-                const QPointF origin =
-                    placed.back().origin + QPointF(placed.back().piece->advances.at(next), 0);
-                placed.push_back({&m_numerals.at(next), origin});
-            }
+        std::vector<Placed> placed{{&m_labels.at(line), origin}};
+        for (const QChar character : value) {
+            const auto next = static_cast<std::size_t>(m_characters.indexOf(character));
+            origin.rx() += placed.back().piece->advances.at(next);
+            placed.push_back({&m_numerals.at(next), origin});
         }
         return placed;
     }
@@ -147,18 +198,27 @@ private:
         painter.drawPath(text);
     }
 
-    /// Adds up what the pieces cover, as if they were one outline, and lays it over the picture.
-    void draw_coverage(QPainter &painter, const std::vector<Placed> &placed)
+    void draw_pixels(QPainter &painter, const Place &place, std::size_t line, const QString &value,
+                     TagLine &known)
+    {
+        if (known.drawing.picture.isNull() || known.value != value || known.drawing.between != place.between)
+            known = {value, compose(place.between, line, value)};
+        show(painter, known.drawing, place.pixel);
+    }
+
+    /// Adds up what the pieces of a line cover, as if they were one outline.
+    Drawing compose(const Coordinates &between, std::size_t line, const QString &value)
     {
         std::vector<std::pair<QPoint, QImage>> parts;
         QRect area;
         {
             const std::lock_guard lock(m_mutex);
             forget_when_full();
-            for (const Placed &part : placed) {
-                const auto [pixel, coverage] = cover(*part.piece, painter.transform().map(part.origin));
-                parts.emplace_back(pixel + coverage.offset, coverage.image);
-                area |= QRect(parts.back().first, coverage.image.size());
+            for (const Placed &part : place({between.first, between.second}, line, value)) {
+                const Place at(part.origin);
+                const Drawing &coverage = cover(*part.piece, at.between);
+                parts.emplace_back(at.pixel + coverage.offset, coverage.picture);
+                area |= QRect(parts.back().first, coverage.picture.size());
             }
         }
         QImage sum(area.size(), QImage::Format_ARGB32_Premultiplied);
@@ -168,10 +228,7 @@ private:
         for (const auto &[pixel, image] : parts)
             adding.drawImage(pixel - area.topLeft(), image);
         adding.end();
-        painter.save();
-        painter.resetTransform();
-        painter.drawImage(area.topLeft(), sum);
-        painter.restore();
+        return {between, std::move(sum), area.topLeft()};
     }
 
     /// Under the lock.
@@ -186,32 +243,18 @@ private:
         m_coverage_bytes = 0;
     }
 
-    /// The pixel that @p origin lies in, and the coverage of a piece there. Under the lock.
-    std::pair<QPoint, const Coverage &> cover(Piece &piece, QPointF origin)
+    /// The black that a piece leaves there. Under the lock.
+    const Drawing &cover(Piece &piece, const Coordinates &between)
     {
-        const QPointF corner = rounded_down(origin);
-        const QPoint pixel = corner.toPoint();
-        const QPointF between = origin - corner;
-        const Fraction key(between.x(), between.y());
-        const auto known = piece.coverage.find(key);
+        const auto known = piece.coverage.find(between);
         if (known != piece.coverage.end())
-            return {pixel, known->second};
+            return known->second;
 
-        Coverage coverage = fill(piece.outline.translated(between));
-        m_coverage_bytes += coverage.image.sizeInBytes();
-        return {pixel, piece.coverage.emplace(key, std::move(coverage)).first->second};
-    }
-
-    static Coverage fill(const QPainterPath &outline)
-    {
-        const QRect area = outline.boundingRect().toAlignedRect().adjusted(-1, -1, 1, 1);
-        Coverage coverage{QImage(area.size(), QImage::Format_ARGB32_Premultiplied), area.topLeft()};
-        coverage.image.fill(Qt::transparent);
-        QPainter painter(&coverage.image);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.translate(-area.topLeft());
-        painter.fillPath(outline, Qt::black);
-        return coverage;
+        Drawing coverage = make_drawing(between, piece.outline.boundingRect(), [&piece](QPainter &painter) {
+            painter.fillPath(piece.outline, Qt::black);
+        });
+        m_coverage_bytes += coverage.picture.sizeInBytes();
+        return piece.coverage.emplace(between, std::move(coverage)).first->second;
     }
 
     const QString m_characters = QStringLiteral("0123456789-+.einfa"); ///< of QString::number's results
@@ -392,8 +435,17 @@ void Item::unlock(int)
     --m_lock_count;
 }
 
+/// Circle, tag and cross, and the lines of the tag, as they were last drawn: from one record to the next most
+/// of it stays.
+struct EventItem::Drawn
+{
+    Coordinates radius; ///< pixels
+    Drawing shape;
+    TagText::Lines lines;
+};
+
 EventItem::EventItem(QPointF position, QColor colour)
-    : Item(position, 0, 1.0F, 0), m_colour(std::move(colour))
+    : Item(position, 0, 1.0F, 0), m_colour(std::move(colour)), m_drawn(std::make_unique<Drawn>())
 {
     m_hit_testable = false;
     TagText::instance(); // here rather than on a render thread
@@ -441,6 +493,29 @@ void EventItem::rebuild()
 
 void EventItem::redraw(QPainter &painter)
 {
+    const QSizeF size = m_outline_bounds.size();
+    if (draws_in_pixels(painter) && size.width() * size.height() < most_kept_pixels)
+        draw_kept_shape(painter);
+    else
+        draw_shape(painter);
+    TagText::instance().draw(painter, m_text_corner, m_values, m_drawn->lines);
+}
+
+void EventItem::draw_kept_shape(QPainter &painter)
+{
+    const Place place(painter.transform().map(QPointF()));
+    const Coordinates radius(m_radius.x(), m_radius.y());
+    Drawing &shape = m_drawn->shape;
+    if (shape.picture.isNull() || m_drawn->radius != radius || shape.between != place.between) {
+        m_drawn->radius = radius;
+        shape = make_drawing(place.between, m_outline_bounds,
+                             [this](QPainter &own_painter) { draw_shape(own_painter); });
+    }
+    show(painter, shape, place.pixel);
+}
+
+void EventItem::draw_shape(QPainter &painter)
+{
     QPen pen(Qt::black, 1, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
     pen.setCosmetic(true);
     painter.setPen(pen);
@@ -449,8 +524,6 @@ void EventItem::redraw(QPainter &painter)
 
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(m_cross);
-
-    TagText::instance().draw(painter, m_text_corner, m_values);
 }
 
 Pen::~Pen()

@@ -146,6 +146,12 @@ public:
     void redraw(QPainter &painter) override;
 
 private:
+    struct Drawn;
+
+    /// Draws circle, tag and cross, from the picture that was last made of them where that is the same.
+    void draw_kept_shape(QPainter &painter);
+    void draw_shape(QPainter &painter);
+
     QPainterPath m_shape; ///< circle and tag
     QPainterPath m_cross;
     QPointF m_text_corner;           ///< the tag's, item coordinates
@@ -154,6 +160,7 @@ private:
     int m_buttons = 0;
     QPointF m_radius; ///< pixels
     QColor m_colour;
+    std::unique_ptr<Drawn> m_drawn; ///< the render's
 };
 
 class Pen : public EventItem

@@ -11,6 +11,7 @@
 
 #include <clocale>
 #include <cmath>
+#include <set>
 
 namespace {
 
@@ -222,6 +223,55 @@ TEST_F(EventItemPicture, FollowsTheContactAndLeavesNothingBehind)
     show(contact(256, 1, here, {8, 40}));
 
     EXPECT_TRUE(same_picture(painted(*m_item), drawn({here, {8, 40}, radius_lines("8", "40")})));
+}
+
+TEST_F(EventItemPicture, ShowsEachRecordWholeWhateverTheLastOneWas)
+{
+    const QPointF no_size(0, 0);
+    const QPointF shifted(100.5, 150.25);
+    const QStringList shifted_lines = place_lines("100.5", "150.25");
+    const QString tiny = "1e-13"; // not quite nothing: the circle vanishes
+    const Row rows[] = {
+        {"X", contact(-1, 1, {101, 150}), {{101, 150}, standard, place_lines("101", "150")}},
+        {"Y", contact(-1, 1, {101, 149}), {{101, 149}, standard, place_lines("101", "149")}},
+        {"Half a pixel", contact(-1, 1, shifted), {shifted, standard, shifted_lines}},
+        {"Identity", contact(-16, 1, here), {here, standard, standard_lines("-16")}},
+        {"Buttons", contact(-16, 3, here), {here, standard, standard_lines("-16", "00000011")}},
+        {"Radius", contact(256, 1, here, {60, 10}), {here, {60, 10}, radius_lines("60", "10")}},
+        {"Radius turned", contact(256, 1, here, {10, 60}), {here, {10, 60}, radius_lines("10", "60")}},
+        {"No radius", contact(256, 1, here, no_size), {here, standard, radius_lines("0", "0")}},
+        {"Next to none",
+         contact(256, 1, here, {1e-13, 1e-13}),
+         {here, {1e-13, 1e-13}, radius_lines(tiny, tiny)}},
+        {"The first again", contact(-1, 1, {101, 150}), {{101, 150}, standard, place_lines("101", "150")}}};
+
+    for (const Row &row : rows) {
+        show(row.record);
+
+        EXPECT_TRUE(same_picture(painted(*m_item), drawn(row.expected))) << row.name;
+    }
+}
+
+TEST_F(EventItemPicture, IsAsSmoothAsItsPainter)
+{
+    const auto colours = [this](bool smooth) {
+        QImage canvas = empty_canvas();
+        QPainter painter(&canvas);
+        painter.setRenderHint(QPainter::Antialiasing, smooth);
+        painter.translate(300, 300);
+        m_item->redraw(painter);
+        painter.end();
+        std::set<QRgb> found;
+        for (int y = 0; y < canvas.height(); ++y) {
+            for (int x = 0; x < canvas.width(); ++x)
+                found.insert(canvas.pixel(x, y));
+        }
+        return found.size();
+    };
+    show(contact(-1, 1, here));
+
+    EXPECT_GT(colours(true), 20U);
+    EXPECT_EQ(colours(false), 3U) << "white, the tag's colour and black";
 }
 
 TEST_F(EventItemPicture, ShowsPosAndNotViewPos)
