@@ -3,6 +3,7 @@
 #include "item.h"
 #include "strokesview.h"
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDesktopWidget>
 #include <QIcon>
@@ -10,12 +11,18 @@
 #include <QStackedLayout>
 #include <QTimer>
 
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
 #include <malloc.h>
 #include <pthread.h>
 
 namespace {
 
 constexpr int tick_ms = 8;
+constexpr int enough_rounds = 16; // of the event loop in a tick: no board reports as often
+constexpr std::chrono::milliseconds pause(1);
 constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
 
 QPoint pixels(QPointF normalised, QSize screen)
@@ -106,6 +113,8 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
     connect(m_korvane.get(), &Korvane::out_korvane_erase_event, this, &LanternixDialog::in_korvane_erase);
 
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+            &LanternixDialog::pause_in_a_flood);
     m_timer = new QTimer(this);
     m_timer->setSingleShot(true);
     connect(m_timer, SIGNAL(timeout()), this, SLOT(in_timer_update()));
@@ -192,9 +201,17 @@ void LanternixDialog::route(std::vector<Korvane::Controls> &event, Targets &targ
     }
 }
 
+void LanternixDialog::pause_in_a_flood()
+{
+    if (++m_rounds > enough_rounds)
+        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + pause, m_next_tick));
+}
+
 void LanternixDialog::in_timer_update()
 {
     m_timer->start(tick_ms);
+    m_next_tick = std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_ms);
+    m_rounds = 0;
     for (ItemView *const view : m_views) {
         for (const auto &item : view->items())
             item->update_begin();
@@ -203,8 +220,11 @@ void LanternixDialog::in_timer_update()
         for (const auto &item : view->items())
             item->update_end();
     }
-    for (ItemView *const view : m_views)
-        view->update(view->get_dirty_region());
+    for (ItemView *const view : m_views) {
+        const QRegion dirty = view->get_dirty_region();
+        if (!dirty.isEmpty())
+            view->update(dirty);
+    }
 }
 
 void LanternixDialog::toggle_maximized()

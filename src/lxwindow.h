@@ -4,6 +4,7 @@
 
 #include <QDialog>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <vector>
@@ -51,6 +52,10 @@ private:
     void route(std::vector<Korvane::Controls> &event, Targets &targets, Batches &batches,
                ViewOperation deliver);
     void toggle_maximized();
+    /// Lets what arrives gather for a millisecond, once the event loop has gone round more often since the
+    /// last tick than any board reports: to be woken up costs more than most reports, and none of them shows
+    /// before the next tick.
+    void pause_in_a_flood();
 
     std::unique_ptr<Korvane> m_korvane;
     Targets m_pen_targets;
@@ -58,8 +63,10 @@ private:
     Targets m_erase_targets;
     Batches m_touch_batches;
     Batches m_erase_batches;
-    StrokesView *m_view = nullptr;   ///< a child of the dialog
-    std::vector<ItemView *> m_views; ///< whose items the tick renders
-    QTimer *m_timer = nullptr;       ///< a child of the dialog
+    StrokesView *m_view = nullptr;                     ///< a child of the dialog
+    std::vector<ItemView *> m_views;                   ///< whose items the tick renders
+    QTimer *m_timer = nullptr;                         ///< a child of the dialog
+    std::chrono::steady_clock::time_point m_next_tick; ///< when it is due
+    int m_rounds = 0;                                  ///< of the event loop since the last tick
     bool m_maximized = true;
 };

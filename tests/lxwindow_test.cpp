@@ -5,10 +5,12 @@
 #include "support/reports.h"
 #include "support/simulated_driver.h"
 
+#include <QEventLoop>
 #include <QIcon>
 #include <QPaintEvent>
 #include <QStackedLayout>
 #include <QTest>
+#include <QThread>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -21,6 +23,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <malloc.h>
@@ -302,6 +305,35 @@ TEST_F(ShownDialog, TickWithoutADirtyRegionRepaintsNothing)
     ASSERT_TRUE(QTest::qWaitFor([&ticks] { return ticks >= 5; }));
 
     EXPECT_TRUE(watcher.regions.empty());
+}
+
+TEST_F(Dialog, EventsOfAFloodGatherBetweenTicks)
+{
+    // Each event is posted once the last one has been handled. Without a pause a tick has time for hundreds.
+    QEventLoop loop;
+    QThread flood;
+    QObject poster;
+    poster.moveToThread(&flood);
+    flood.start();
+    int handled = 0;
+    std::function<void()> answer = [&] {
+        ++handled;
+        QMetaObject::invokeMethod(&poster, [&] { QMetaObject::invokeMethod(&loop, answer); });
+    };
+    std::vector<int> handled_by_tick;
+    QObject::connect(&timer(), &QTimer::timeout, &loop, [&] {
+        handled_by_tick.push_back(std::exchange(handled, 0));
+        if (handled_by_tick.size() == 10)
+            loop.quit();
+    });
+
+    answer();
+    loop.exec();
+    flood.quit();
+    flood.wait();
+
+    for (std::size_t tick = 1; tick < handled_by_tick.size(); ++tick)
+        EXPECT_LE(handled_by_tick.at(tick), 16 + 8 + 2) << tick;
 }
 
 // What the desktop and assistive tools are told.
