@@ -92,6 +92,10 @@ RATIOS = [
      "flood: resting pen, 20000 reports a second: processor time per report"),
     ("idle to bare ticks: share of a core",
      "idle, window shown: share of a core", "idle, window shown: share of a core, bare ticks"),
+    ("idle to a bare window of Qt's with the same tick: share of a core",
+     "idle, window shown: share of a core", "idle, window shown: share of a core, bare window"),
+    ("start to that of a bare window of Qt's",
+     "start: start to first picture", "start: start to first picture, bare window"),
     ("10 resting tags' tick to 10 std::async launches and joins",
      "function: tick_unchanged/items:10: processor time",
      ("function: floor_async_launch_and_join: processor time", 10)),
@@ -164,7 +168,8 @@ class Run:
 
     def probe(self):
         folder = self.build / "benchmarks" / "probe"
-        command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "driver", self.filter]
+        command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "bare_window", folder / "driver",
+                   self.filter]
         command += ["--quick"] if self.quick else []
         command += ["--before", self.before] if self.before else []
         for line in lines_of(command):

@@ -13,6 +13,7 @@
 struct Setting
 {
     Paths paths;
+    Paths bare_window; ///< a program that does nothing, for floors
     Screen &screen;
     std::string program_before; ///< the build to compare pictures with; may be empty
     bool quick = false;         ///< fewer repetitions

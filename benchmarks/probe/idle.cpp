@@ -3,6 +3,7 @@
 #include "cases.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <poll.h>
 
@@ -11,12 +12,17 @@ namespace {
 Result run_start(const Setting &setting)
 {
     std::vector<double> times;
+    std::vector<double> floors;
     for (int i = 0; i < (setting.quick ? 5 : 20); ++i) {
-        const Program program(setting.paths, setting.screen);
-        times.push_back(static_cast<double>(program.time_to_first_picture()) / millisecond);
+        for (const auto &[paths, found] :
+             {std::pair(&setting.paths, &times), {&setting.bare_window, &floors}}) {
+            const Program program(*paths, setting.screen);
+            found->push_back(static_cast<double>(program.time_to_first_picture()) / millisecond);
+        }
     }
     Result result;
     result["samples"]["start to first picture [ms]"] = times;
+    result["samples"]["start to first picture [ms], bare window"] = floors;
     return result;
 }
 
@@ -32,35 +38,53 @@ double share_of_bare_ticks(int ticks)
         / static_cast<double>(now() - start);
 }
 
-Result run_idle(const Setting &setting)
+/// What a program with nothing to do takes, one second after the other.
+struct Idle
 {
-    Screen &screen = setting.screen;
-    const Program program(setting.paths, screen);
-    screen.settle(second, now() + patience);
-
-    std::vector<double> shares;
-    std::vector<double> floors;
+    std::vector<double> shares; ///< percent of a core
     std::vector<double> wake_ups;
     int changes = 0;
+    long resident_bytes = 0;
+};
+
+Idle watch_idle(const Setting &setting, const Paths &paths)
+{
+    Screen &screen = setting.screen;
+    const Program program(paths, screen);
+    screen.settle(second, now() + patience);
+
+    Idle idle;
     for (int round = 0; round < (setting.quick ? 3 : 10); ++round) {
         const Nanoseconds start = now();
         const Nanoseconds processor = program.processor_time();
         const long earlier = program.wake_ups();
         while (screen.wait_for_change(start + second))
-            ++changes;
+            ++idle.changes;
         const double seconds = static_cast<double>(now() - start) / static_cast<double>(second);
         const long later = program.wake_ups();
-        shares.push_back(static_cast<double>(program.processor_time() - processor) * 100
-                         / static_cast<double>(now() - start));
-        floors.push_back(share_of_bare_ticks(100));
-        wake_ups.push_back(static_cast<double>(later - earlier) / seconds);
+        idle.shares.push_back(static_cast<double>(program.processor_time() - processor) * 100
+                              / static_cast<double>(now() - start));
+        idle.wake_ups.push_back(static_cast<double>(later - earlier) / seconds);
     }
+    idle.resident_bytes = program.resident_bytes();
+    return idle;
+}
+
+Result run_idle(const Setting &setting)
+{
+    std::vector<double> floors;
+    for (int round = 0; round < (setting.quick ? 3 : 10); ++round)
+        floors.push_back(share_of_bare_ticks(100));
+    const Idle floor = watch_idle(setting, setting.bare_window);
+    const Idle idle = watch_idle(setting, setting.paths);
+
     Result result;
-    result["samples"]["share of a core [%]"] = shares;
+    result["samples"]["share of a core [%]"] = idle.shares;
     result["samples"]["share of a core, bare ticks [%]"] = floors;
-    result["samples"]["wake-ups a second"] = wake_ups;
-    result["values"]["times painted"] = changes;
-    result["values"]["resident memory [MB]"] = static_cast<double>(program.resident_bytes()) / 1e6;
+    result["samples"]["share of a core, bare window [%]"] = floor.shares;
+    result["samples"]["wake-ups a second"] = idle.wake_ups;
+    result["values"]["times painted"] = idle.changes;
+    result["values"]["resident memory [MB]"] = static_cast<double>(idle.resident_bytes) / 1e6;
     return result;
 }
 

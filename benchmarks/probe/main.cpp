@@ -1,8 +1,8 @@
-// Usage: program_probe PROGRAM DRIVER_FOLDER FILTER [--quick] [--before PROGRAM]
-// Runs the program on the screen that DISPLAY names, on the probe's driver, and measures the cases whose
-// names the regular expression FILTER finds. Prints one JSON object per case on a line of its own: its name,
-// samples and values. Says on standard error which case runs. Pictures are compared with those of another
-// build of the program, where one is given.
+// Usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--quick] [--before PROGRAM]
+// Runs the program, and where a floor is wanted the bare window, on the screen that DISPLAY names, on the
+// probe's driver, and measures the cases whose names the regular expression FILTER finds. Prints one JSON
+// object per case on a line of its own: its name, samples and values. Says on standard error which case runs.
+// Pictures are compared with those of another build of the program, where one is given.
 
 #include "cases.h"
 
@@ -43,10 +43,10 @@ int run(const Setting &setting, const std::regex &filter)
 int main(int argc, char *argv[])
 {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    bool understood = arguments.size() >= 3;
+    bool understood = arguments.size() >= 4;
     bool quick = false;
     std::string before;
-    for (std::size_t i = 3; i < arguments.size(); ++i) {
+    for (std::size_t i = 4; i < arguments.size(); ++i) {
         if (arguments[i] == "--quick")
             quick = true;
         else if (arguments[i] == "--before" && i + 1 < arguments.size())
@@ -55,13 +55,15 @@ int main(int argc, char *argv[])
             understood = false;
     }
     if (!understood) {
-        std::fputs("usage: program_probe PROGRAM DRIVER_FOLDER FILTER [--quick] [--before PROGRAM]\n",
-                   stderr);
+        std::fputs(
+            "usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--quick] [--before PROGRAM]\n",
+            stderr);
         return 2;
     }
     try {
         Screen screen;
-        return run({{arguments[0], arguments[1]}, screen, before, quick}, std::regex(arguments[2]));
+        return run({{arguments[0], arguments[2]}, {arguments[1], arguments[2]}, screen, before, quick},
+                   std::regex(arguments[3]));
     } catch (const std::exception &error) {
         std::fprintf(stderr, "program_probe: %s\n", error.what());
         return 1;
