@@ -133,16 +133,14 @@ void draw_help(QPainter &painter)
     font.setPixelSize(help_text_size);
 
     const int line_height = QFontMetrics(font).height();
-    QPainterPath text;
-    int baseline = 0;
-    for (const char *const line : lines) {
-        baseline += line_height;
-        text.addText(0, baseline, font, QString::fromLatin1(line));
-    }
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Qt::black);
-    painter.drawPath(text);
+    int baseline = 0;
+    for (const char *const line : lines) { // filled one by one: the toolkit is slow with large outlines
+        baseline += line_height;
+        QPainterPath text;
+        text.addText(0, baseline, font, QString::fromLatin1(line));
+        painter.fillPath(text, Qt::black);
+    }
 }
 
 /// Null where there is no memory for the image.
