@@ -21,8 +21,8 @@
 namespace {
 
 constexpr int tick_ms = 8;
-constexpr int enough_rounds = 16; // of the event loop in a tick: no board reports as often
-constexpr std::chrono::milliseconds pause(1);
+constexpr int enough_rounds = 8; // of the event loop in a tick: no board reports as often
+constexpr std::chrono::milliseconds pause(2);
 constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
 
 QPoint pixels(QPointF normalised, QSize screen)

@@ -52,7 +52,7 @@ private:
     void route(std::vector<Korvane::Controls> &event, Targets &targets, Batches &batches,
                ViewOperation deliver);
     void toggle_maximized();
-    /// Lets what arrives gather for a millisecond, once the event loop has gone round more often since the
+    /// Lets what arrives gather for two milliseconds, once the event loop has gone round more often since the
     /// last tick than any board reports: to be woken up costs more than most reports, and none of them shows
     /// before the next tick.
     void pause_in_a_flood();

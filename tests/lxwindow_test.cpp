@@ -333,7 +333,7 @@ TEST_F(Dialog, EventsOfAFloodGatherBetweenTicks)
     flood.wait();
 
     for (std::size_t tick = 1; tick < handled_by_tick.size(); ++tick)
-        EXPECT_LE(handled_by_tick.at(tick), 16 + 8 + 2) << tick;
+        EXPECT_LE(handled_by_tick.at(tick), 20) << tick;
 }
 
 // What the desktop and assistive tools are told.

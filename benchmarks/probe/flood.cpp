@@ -156,8 +156,9 @@ Result run(const Setting &setting, const Flood &flood)
     return result;
 }
 
-/// The floor of a flood: a pen that hovers at one place. Each of its reports crosses to the GUI thread, which
-/// drops it, since it changes nothing.
+/// The floor of a flood: a pen that rests at one place. Each of its reports crosses to the GUI thread, which
+/// drops it, since it changes nothing. The pen is down: where one hovers, each report asks the X server for
+/// the window.
 Result run_resting(const Setting &setting, int rate)
 {
     Program program(setting.paths, setting.screen);
@@ -165,7 +166,7 @@ Result run_resting(const Setting &setting, int rate)
     const int count = rate * (setting.quick ? 1 : 5);
     const Point middle{setting.screen.width() / 2, setting.screen.height() / 2};
     const std::vector<boardsim::Bytes> reports(static_cast<std::size_t>(count),
-                                               Contacts{}.report({middle}, setting.screen, false));
+                                               Contacts{}.report({middle}, setting.screen));
     const Nanoseconds processor = program.processor_time();
     program.deliver(reports, second / rate);
     Result result;
