@@ -10,6 +10,7 @@
 #include <cmath>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -69,7 +70,7 @@ struct Place
 struct Drawing
 {
     Coordinates between;
-    QImage picture; ///< premultiplied ARGB; null where nothing was drawn
+    QImage picture; ///< premultiplied ARGB; null before the first drawing, and without memory
     QPoint offset;  ///< of the picture, from the pixel of the place
 };
 
@@ -79,6 +80,8 @@ template <typename Draw> Drawing make_drawing(const Coordinates &between, const 
     const QPointF shift(between.first, between.second);
     const QRect pixels = area.translated(shift).toAlignedRect().adjusted(-1, -1, 1, 1);
     Drawing drawing{between, QImage(pixels.size(), QImage::Format_ARGB32_Premultiplied), pixels.topLeft()};
+    if (drawing.picture.isNull())
+        return drawing;
     drawing.picture.fill(Qt::transparent);
     QPainter painter(&drawing.picture);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -123,10 +126,11 @@ public:
     /// QString::number, one for each label. @p lines is the caller's memory from one drawing to the next.
     void draw(QPainter &painter, QPointF corner, const std::array<QString, line_count> &values, Lines &lines)
     {
+        const bool in_pixels = draws_in_pixels(painter);
         for (std::size_t line = 0; line < line_count; ++line) {
             corner.ry() += m_line_height;
             const QPointF origin = in_steps(corner);
-            if (draws_in_pixels(painter))
+            if (in_pixels)
                 draw_pixels(painter, Place(painter.transform().map(origin)), line, values.at(line),
                             lines.at(line));
             else
@@ -198,12 +202,12 @@ private:
         painter.drawPath(text);
     }
 
-    void draw_pixels(QPainter &painter, const Place &place, std::size_t line, const QString &value,
+    void draw_pixels(QPainter &painter, const Place &at, std::size_t line, const QString &value,
                      TagLine &known)
     {
-        if (known.drawing.picture.isNull() || known.value != value || known.drawing.between != place.between)
-            known = {value, compose(place.between, line, value)};
-        show(painter, known.drawing, place.pixel);
+        if (known.drawing.picture.isNull() || known.value != value || known.drawing.between != at.between)
+            known = {value, compose(at.between, line, value)};
+        show(painter, known.drawing, at.pixel);
     }
 
     /// Adds up what the pieces of a line cover, as if they were one outline.
@@ -439,7 +443,7 @@ void Item::unlock(int)
 /// of it stays.
 struct EventItem::Drawn
 {
-    Coordinates radius; ///< pixels
+    std::optional<Coordinates> radius; ///< pixels; of the last rebuild
     Drawing shape;
     TagText::Lines lines;
 };
@@ -489,11 +493,14 @@ void EventItem::rebuild()
     m_cross.lineTo(r.x(), 0);
 
     set_outline(m_shape);
+    const Coordinates radius(m_radius.x(), m_radius.y());
+    if (std::exchange(m_drawn->radius, radius) != radius)
+        m_drawn->shape = {};
 }
 
 void EventItem::redraw(QPainter &painter)
 {
-    const QSizeF size = m_outline_bounds.size();
+    const QSizeF size = m_shape.boundingRect().size();
     if (draws_in_pixels(painter) && size.width() * size.height() < most_kept_pixels)
         draw_kept_shape(painter);
     else
@@ -504,14 +511,14 @@ void EventItem::redraw(QPainter &painter)
 void EventItem::draw_kept_shape(QPainter &painter)
 {
     const Place place(painter.transform().map(QPointF()));
-    const Coordinates radius(m_radius.x(), m_radius.y());
     Drawing &shape = m_drawn->shape;
-    if (shape.picture.isNull() || m_drawn->radius != radius || shape.between != place.between) {
-        m_drawn->radius = radius;
-        shape = make_drawing(place.between, m_outline_bounds,
+    if (shape.picture.isNull() || shape.between != place.between)
+        shape = make_drawing(place.between, m_shape.boundingRect(),
                              [this](QPainter &own_painter) { draw_shape(own_painter); });
-    }
-    show(painter, shape, place.pixel);
+    if (shape.picture.isNull())
+        draw_shape(painter);
+    else
+        show(painter, shape, place.pixel);
 }
 
 void EventItem::draw_shape(QPainter &painter)

@@ -148,7 +148,7 @@ public:
 private:
     struct Drawn;
 
-    /// Draws circle, tag and cross, from the picture that was last made of them where that is the same.
+    /// Draws circle, tag and cross from the picture that was last made of them, as long as it is the same.
     void draw_kept_shape(QPainter &painter);
     void draw_shape(QPainter &painter);
 

@@ -21,7 +21,7 @@
 namespace {
 
 constexpr int tick_ms = 8;
-constexpr int enough_rounds = 8; // of the event loop in a tick: no board reports as often
+constexpr int enough_rounds = 8; // of the event loop in a tick: a thousand a second
 constexpr std::chrono::milliseconds pause(2);
 constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
 
@@ -94,10 +94,10 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     leave_opengl_out();
     share_heaps();
     introduce(*this);
-    // The view fills all of the window, so that the screen needs no alpha of it: with one, Qt would clear the
-    // window's memory before each painting, and the X server keep a second picture of it and copy that, too.
-    // Made before it is translucent, a native window has none.
-    winId();
+    // Deliberate: the native window is made before it is translucent, and so without alpha. The view fills
+    // all of it; with alpha Qt would clear the window's memory before each painting, and the X server keep a
+    // second picture of it and copy that, too.
+    create();
     setAttribute(Qt::WA_TranslucentBackground, true);
     auto *const layout = new QStackedLayout;
     layout->setStackingMode(QStackedLayout::StackAll);
@@ -220,11 +220,8 @@ void LanternixDialog::in_timer_update()
         for (const auto &item : view->items())
             item->update_end();
     }
-    for (ItemView *const view : m_views) {
-        const QRegion dirty = view->get_dirty_region();
-        if (!dirty.isEmpty())
-            view->update(dirty);
-    }
+    for (ItemView *const view : m_views)
+        view->update(view->get_dirty_region());
 }
 
 void LanternixDialog::toggle_maximized()

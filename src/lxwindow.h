@@ -52,8 +52,8 @@ private:
     void route(std::vector<Korvane::Controls> &event, Targets &targets, Batches &batches,
                ViewOperation deliver);
     void toggle_maximized();
-    /// Lets what arrives gather for two milliseconds, once the event loop has gone round more often since the
-    /// last tick than any board reports: to be woken up costs more than most reports, and none of them shows
+    /// Lets what arrives gather for two milliseconds, at most until the tick, once the event loop has gone
+    /// round a thousand times a second: to be woken up costs more than most reports, and no report shows
     /// before the next tick.
     void pause_in_a_flood();
 
@@ -63,10 +63,10 @@ private:
     Targets m_erase_targets;
     Batches m_touch_batches;
     Batches m_erase_batches;
-    StrokesView *m_view = nullptr;                     ///< a child of the dialog
-    std::vector<ItemView *> m_views;                   ///< whose items the tick renders
-    QTimer *m_timer = nullptr;                         ///< a child of the dialog
+    StrokesView *m_view = nullptr;   ///< a child of the dialog
+    std::vector<ItemView *> m_views; ///< whose items the tick renders
+    QTimer *m_timer = nullptr;       ///< a child of the dialog
+    bool m_maximized = true;
     std::chrono::steady_clock::time_point m_next_tick; ///< when it is due
     int m_rounds = 0;                                  ///< of the event loop since the last tick
-    bool m_maximized = true;
 };

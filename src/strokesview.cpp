@@ -135,7 +135,8 @@ void draw_help(QPainter &painter)
     const int line_height = QFontMetrics(font).height();
     painter.setRenderHint(QPainter::Antialiasing);
     int baseline = 0;
-    for (const char *const line : lines) { // filled one by one: the toolkit is slow with large outlines
+    // Filled one by one, since the toolkit is slow with large outlines: lines this far apart share no pixel.
+    for (const char *const line : lines) {
         baseline += line_height;
         QPainterPath text;
         text.addText(0, baseline, font, QString::fromLatin1(line));

@@ -156,13 +156,13 @@ Result run(const Setting &setting, const Flood &flood)
     return result;
 }
 
-/// The floor of a flood: a pen that rests at one place. Each of its reports crosses to the GUI thread, which
-/// drops it, since it changes nothing. The pen is down: where one hovers, each report asks the X server for
-/// the window.
+/// Reports that do no more than cross to the GUI thread, which drops them since they change nothing: a pen
+/// rests at one place. It is down, for where one hovers, each report asks the X server which window lies
+/// under it.
 Result run_resting(const Setting &setting, int rate)
 {
     Program program(setting.paths, setting.screen);
-    program.prepare(true);
+    program.prepare(false);
     const int count = rate * (setting.quick ? 1 : 5);
     const Point middle{setting.screen.width() / 2, setting.screen.height() / 2};
     const std::vector<boardsim::Bytes> reports(static_cast<std::size_t>(count),

@@ -38,7 +38,7 @@ double share_of_bare_ticks(int ticks)
         / static_cast<double>(now() - start);
 }
 
-/// What a program with nothing to do takes, one second after the other.
+/// What a program with nothing to do has taken, one second after the other.
 struct Idle
 {
     std::vector<double> shares; ///< percent of a core
@@ -47,41 +47,38 @@ struct Idle
     long resident_bytes = 0;
 };
 
-Idle watch_idle(const Setting &setting, const Paths &paths)
+/// Starts the program and watches it for a second.
+void watch_idle(const Paths &paths, Screen &screen, Idle &idle)
 {
-    Screen &screen = setting.screen;
     const Program program(paths, screen);
     screen.settle(second, now() + patience);
-
-    Idle idle;
-    for (int round = 0; round < (setting.quick ? 3 : 10); ++round) {
-        const Nanoseconds start = now();
-        const Nanoseconds processor = program.processor_time();
-        const long earlier = program.wake_ups();
-        while (screen.wait_for_change(start + second))
-            ++idle.changes;
-        const double seconds = static_cast<double>(now() - start) / static_cast<double>(second);
-        const long later = program.wake_ups();
-        idle.shares.push_back(static_cast<double>(program.processor_time() - processor) * 100
-                              / static_cast<double>(now() - start));
-        idle.wake_ups.push_back(static_cast<double>(later - earlier) / seconds);
-    }
+    const Nanoseconds start = now();
+    const Nanoseconds processor = program.processor_time();
+    const long earlier = program.wake_ups();
+    while (screen.wait_for_change(start + second))
+        ++idle.changes;
+    const double seconds = static_cast<double>(now() - start) / static_cast<double>(second);
+    const long later = program.wake_ups();
+    idle.shares.push_back(static_cast<double>(program.processor_time() - processor) * 100
+                          / static_cast<double>(now() - start));
+    idle.wake_ups.push_back(static_cast<double>(later - earlier) / seconds);
     idle.resident_bytes = program.resident_bytes();
-    return idle;
 }
 
 Result run_idle(const Setting &setting)
 {
-    std::vector<double> floors;
-    for (int round = 0; round < (setting.quick ? 3 : 10); ++round)
-        floors.push_back(share_of_bare_ticks(100));
-    const Idle floor = watch_idle(setting, setting.bare_window);
-    const Idle idle = watch_idle(setting, setting.paths);
-
+    std::vector<double> bare_ticks;
+    Idle bare_window;
+    Idle idle;
+    for (int round = 0; round < (setting.quick ? 3 : 10); ++round) {
+        bare_ticks.push_back(share_of_bare_ticks(100));
+        watch_idle(setting.bare_window, setting.screen, bare_window);
+        watch_idle(setting.paths, setting.screen, idle);
+    }
     Result result;
     result["samples"]["share of a core [%]"] = idle.shares;
-    result["samples"]["share of a core, bare ticks [%]"] = floors;
-    result["samples"]["share of a core, bare window [%]"] = floor.shares;
+    result["samples"]["share of a core, bare ticks [%]"] = bare_ticks;
+    result["samples"]["share of a core, bare window [%]"] = bare_window.shares;
     result["samples"]["wake-ups a second"] = idle.wake_ups;
     result["values"]["times painted"] = idle.changes;
     result["values"]["resident memory [MB]"] = static_cast<double>(idle.resident_bytes) / 1e6;
