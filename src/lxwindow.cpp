@@ -22,7 +22,7 @@ namespace {
 
 constexpr int tick_ms = 8;
 constexpr int enough_rounds = 8; // of the event loop in a tick: a thousand a second
-constexpr std::chrono::milliseconds pause(2);
+constexpr std::chrono::milliseconds flood_pause(2);
 constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
 
 QPoint pixels(QPointF normalised, QSize screen)
@@ -204,7 +204,7 @@ void LanternixDialog::route(std::vector<Korvane::Controls> &event, Targets &targ
 void LanternixDialog::pause_in_a_flood()
 {
     if (++m_rounds > enough_rounds)
-        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + pause, m_next_tick));
+        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
 }
 
 void LanternixDialog::in_timer_update()
