@@ -8,17 +8,23 @@
 #include <QDesktopWidget>
 #include <QIcon>
 #include <QKeyEvent>
+#include <QSocketNotifier>
 #include <QStackedLayout>
 #include <QTimer>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <thread>
 
 #include <malloc.h>
 #include <pthread.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
 
 namespace {
+
+using TimePoint = std::chrono::steady_clock::time_point;
 
 constexpr int tick_ms = 8;
 constexpr int enough_rounds = 8; // of the event loop in a tick: a thousand a second
@@ -89,6 +95,66 @@ void introduce(QWidget &window)
 
 } // namespace
 
+/// Watches the event loop from one tick to the next.
+class LanternixDialog::Pace : public QObject
+{
+public:
+    Pace()
+    {
+        connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+                &Pace::about_to_wait);
+        connect(&m_alarm_notifier, &QSocketNotifier::activated, this, [this] {
+            std::uint64_t times = 0; // has to be read, or the file stays readable
+            (void)!::read(m_alarm, &times, sizeof(times));
+        });
+    }
+
+    ~Pace() override
+    {
+        m_alarm_notifier.setEnabled(false);
+        ::close(m_alarm);
+    }
+
+    void expect_tick(TimePoint due)
+    {
+        m_next_tick = due;
+        m_rounds = 0;
+    }
+
+private:
+    void about_to_wait()
+    {
+        ++m_rounds;
+        if (m_rounds == 2) // the first is that of the tick itself
+            wake_for_tick();
+        if (m_rounds > enough_rounds)
+            pause();
+    }
+
+    /// The toolkit waits for its timer in whole milliseconds: up to one too long, unless the timer has just
+    /// been started. The alarm wakes it in time to find the timer due.
+    void wake_for_tick() const
+    {
+        using namespace std::chrono;
+        const nanoseconds due = m_next_tick.time_since_epoch(); // of the monotonic clock
+        const seconds whole = duration_cast<seconds>(due);
+        const itimerspec setting{{}, {whole.count(), (due - whole).count()}};
+        timerfd_settime(m_alarm, TFD_TIMER_ABSTIME, &setting, nullptr);
+    }
+
+    /// Lets what arrives gather, at most until the tick: in a flood, to be woken up costs more than most
+    /// reports, and no report shows before the next tick.
+    void pause() const
+    {
+        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
+    }
+
+    const int m_alarm = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+    QSocketNotifier m_alarm_notifier{m_alarm, QSocketNotifier::Read};
+    TimePoint m_next_tick;
+    int m_rounds = 0; ///< of the event loop since the last tick
+};
+
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
     leave_opengl_out();
@@ -113,12 +179,11 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
     connect(m_korvane.get(), &Korvane::out_korvane_erase_event, this, &LanternixDialog::in_korvane_erase);
 
-    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
-            &LanternixDialog::pause_in_a_flood);
+    m_pace = std::make_unique<Pace>();
     m_timer = new QTimer(this);
     m_timer->setSingleShot(true);
     connect(m_timer, SIGNAL(timeout()), this, SLOT(in_timer_update()));
-    m_timer->start(tick_ms);
+    start_timer();
     showMaximized();
 }
 
@@ -201,17 +266,15 @@ void LanternixDialog::route(std::vector<Korvane::Controls> &event, Targets &targ
     }
 }
 
-void LanternixDialog::pause_in_a_flood()
+void LanternixDialog::start_timer()
 {
-    if (++m_rounds > enough_rounds)
-        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
+    m_timer->start(tick_ms);
+    m_pace->expect_tick(std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_ms));
 }
 
 void LanternixDialog::in_timer_update()
 {
-    m_timer->start(tick_ms);
-    m_next_tick = std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_ms);
-    m_rounds = 0;
+    start_timer();
     for (ItemView *const view : m_views) {
         for (const auto &item : view->items())
             item->update_begin();

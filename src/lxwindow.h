@@ -4,7 +4,6 @@
 
 #include <QDialog>
 
-#include <chrono>
 #include <map>
 #include <memory>
 #include <vector>
@@ -42,6 +41,7 @@ public:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    class Pace;
     using Targets = std::map<int, QWidget *>; ///< by contact id; null: not captured. Entries stay
     using Batches =
         std::map<QWidget *, std::vector<Korvane::Controls>>; ///< entries stay, empty between reports
@@ -52,10 +52,7 @@ private:
     void route(std::vector<Korvane::Controls> &event, Targets &targets, Batches &batches,
                ViewOperation deliver);
     void toggle_maximized();
-    /// Lets what arrives gather for two milliseconds, at most until the tick, once the event loop has gone
-    /// round a thousand times a second: to be woken up costs more than most reports, and no report shows
-    /// before the next tick.
-    void pause_in_a_flood();
+    void start_timer();
 
     std::unique_ptr<Korvane> m_korvane;
     Targets m_pen_targets;
@@ -67,6 +64,5 @@ private:
     std::vector<ItemView *> m_views; ///< whose items the tick renders
     QTimer *m_timer = nullptr;       ///< a child of the dialog
     bool m_maximized = true;
-    std::chrono::steady_clock::time_point m_next_tick; ///< when it is due
-    int m_rounds = 0;                                  ///< of the event loop since the last tick
+    std::unique_ptr<Pace> m_pace;
 };
