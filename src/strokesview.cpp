@@ -12,6 +12,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <map>
+#include <tuple>
 
 #include <malloc.h>
 
@@ -24,6 +27,12 @@ constexpr int cell = 32; // pixels: mesh of the grid, side of a cell of the colo
 constexpr int bar_columns = 17;    // eight black ones between nine white ones
 constexpr int help_text_size = 32; // pixels
 constexpr QSize normal_size{960, 540};
+
+// Lines whose pictures are kept, at most; together they take some six megabytes.
+constexpr int longest_kept_line = 24;    // pixels across and down together
+constexpr float widest_kept_line = 9;    // pixels from its middle: the widest that the keys set
+constexpr float narrowest_kept_line = 1; // not kept itself, nor any narrower
+constexpr std::size_t most_kept_lines = 2048;
 
 bool same(double a, double b)
 {
@@ -40,6 +49,87 @@ bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
     return same(a.line.x1(), b.line.x1()) && same(a.line.y1(), b.line.y1()) && same(a.line.x2(), b.line.x2())
         && same(a.line.y2(), b.line.y2()) && a.width == b.width;
 }
+
+/// The pixels that a segment may touch. Both end pixels belong to it, as QRect counts its corners.
+QRect covered_pixels(const StrokesView::segment &piece)
+{
+    const auto [left, right] =
+        std::minmax({static_cast<int>(piece.line.x1()), static_cast<int>(piece.line.x2())});
+    const auto [top, bottom] =
+        std::minmax({static_cast<int>(piece.line.y1()), static_cast<int>(piece.line.y2())});
+    const auto margin = static_cast<int>(double(piece.width) + 1.0);
+    return QRect(QPoint(left, top), QPoint(right, bottom)).adjusted(-margin, -margin, margin, margin);
+}
+
+/// The painter keeps the pen, since to set one takes its time.
+void draw_line(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
+{
+    const double width = 2 * double(piece.width);
+    const QPen &pen = painter.pen();
+    if (pen.style() != Qt::SolidLine || pen.widthF() != width || pen.color() != colour)
+        painter.setPen(
+            QPen(QBrush(colour, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawLines(&piece.line, 1);
+}
+
+/// Pictures of short lines. The more often a pen reports, the shorter are its steps, and the fewer different
+/// ones there are: filled once, they are only copied, which takes a sixth of the time.
+class ShortLines
+{
+public:
+    /// Draws a line in the same pixels as draw_line would. False, and nothing drawn, where there is no
+    /// picture of it.
+    bool draw(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
+    {
+        if (!suits(piece) || colour.alpha() != 255)
+            return false;
+        if (m_pictures.size() >= most_kept_lines)
+            m_pictures.clear();
+        const auto [known, first] =
+            m_pictures.try_emplace({piece.line.dx(), piece.line.dy(), piece.width, colour.rgb()});
+        if (first) // most of those whose width changes all the time never come again
+            return false;
+        const QRect area = covered_pixels(piece);
+        QImage &picture = known->second;
+        if (picture.isNull())
+            picture = make_picture(piece, colour, area);
+        if (picture.isNull())
+            return false;
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        painter.drawImage(area.topLeft(), picture);
+        return true;
+    }
+
+private:
+    using Key = std::tuple<double, double, float, QRgb>; ///< way across and down, width, colour
+
+    /// Short lines from pixel to pixel, which the toolkit fills alike wherever they lie. Of two pixels'
+    /// width, some depend on how the last bit of a coordinate has been rounded.
+    static bool suits(const StrokesView::segment &piece)
+    {
+        const auto whole = [](double x) { return x == std::floor(x); };
+        const QLineF &line = piece.line;
+        return whole(line.x1()) && whole(line.y1()) && whole(line.x2()) && whole(line.y2())
+            && std::abs(line.dx()) + std::abs(line.dy()) <= longest_kept_line
+            && piece.width > narrowest_kept_line && piece.width <= widest_kept_line;
+    }
+
+    /// Null where there is no memory.
+    static QImage make_picture(const StrokesView::segment &piece, const QColor &colour, const QRect &area)
+    {
+        QImage picture(area.size(), QImage::Format_ARGB32_Premultiplied);
+        if (picture.isNull())
+            return picture;
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(-area.topLeft());
+        draw_line(painter, piece, colour);
+        return picture;
+    }
+
+    std::map<Key, QImage> m_pictures; ///< null: seen once
+};
 
 void set_outline_pen(QPainter &painter, Qt::PenStyle style)
 {
@@ -183,8 +273,8 @@ public:
         m_painter.setCompositionMode(colour == Qt::white ? QPainter::CompositionMode_Clear : mode);
         if (is_point(piece.line))
             paint_dot(piece, colour);
-        else
-            paint_line(piece, colour);
+        else if (colour == Qt::white || !m_short_lines.draw(m_painter, piece, colour))
+            draw_line(m_painter, piece, colour);
     }
 
 private:
@@ -198,18 +288,9 @@ private:
         m_painter.drawPath(dot);
     }
 
-    void paint_line(const segment &piece, const QColor &colour)
-    {
-        const double width = 2 * double(piece.width);
-        const QPen &pen = m_painter.pen();
-        if (pen.style() != Qt::SolidLine || pen.widthF() != width || pen.color() != colour)
-            m_painter.setPen(
-                QPen(QBrush(colour, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        m_painter.drawLines(&piece.line, 1);
-    }
-
     std::unique_ptr<QImage> m_image;
     QPainter m_painter;
+    ShortLines m_short_lines;
 };
 
 StrokesView::StrokesView() : ItemView(0)
@@ -293,14 +374,7 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
 
 void StrokesView::mark_dirty(const segment &piece)
 {
-    const auto [left, right] =
-        std::minmax({static_cast<int>(piece.line.x1()), static_cast<int>(piece.line.x2())});
-    const auto [top, bottom] =
-        std::minmax({static_cast<int>(piece.line.y1()), static_cast<int>(piece.line.y2())});
-    const auto margin = static_cast<int>(double(piece.width) + 1.0);
-    // Both end pixels belong to the segment, as QRect counts its corners.
-    add_dirty_region(
-        QRect(QPoint(left, top), QPoint(right, bottom)).adjusted(-margin, -margin, margin, margin));
+    add_dirty_region(covered_pixels(piece));
 }
 
 void StrokesView::redraw_strokes()
