@@ -1,31 +1,38 @@
-// Usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--quick] [--before PROGRAM]
+// Usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--list] [--quick] [--before PROGRAM]
 // Runs the program, and where a floor is wanted the bare window, on the screen that DISPLAY names, on the
 // probe's driver, and measures the cases whose names the regular expression FILTER finds. Prints one JSON
-// object per case on a line of its own: its name, samples and values. Says on standard error which case runs.
+// object per case on a line of its own: its name, samples and values. --list prints their names instead.
 // Pictures are compared with those of another build of the program, where one is given.
 
 #include "cases.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <regex>
 
 namespace {
 
-int run(const Setting &setting, const std::regex &filter)
+std::vector<Case> chosen_cases(const std::regex &filter, bool with_pictures)
 {
-    std::vector<Case> cases;
-    add_latency_cases(cases);
-    add_flood_cases(cases);
-    add_idle_cases(cases);
-    if (!setting.program_before.empty())
-        add_picture_cases(cases);
+    std::vector<Case> all;
+    add_latency_cases(all);
+    add_flood_cases(all);
+    add_idle_cases(all);
+    if (with_pictures)
+        add_picture_cases(all);
+    std::vector<Case> chosen;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(chosen),
+                 [&](const Case &one) { return std::regex_search(one.name, filter); });
+    return chosen;
+}
+
+int run(const Setting &setting, const std::vector<Case> &cases)
+{
     int status = 0;
     for (const Case &chosen : cases) {
-        if (!std::regex_search(chosen.name, filter))
-            continue;
-        std::fprintf(stderr, "%s\n", chosen.name.c_str());
         try {
             Result result = chosen.run(setting);
             result["name"] = chosen.name;
@@ -44,10 +51,13 @@ int main(int argc, char *argv[])
 {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     bool understood = arguments.size() >= 4;
+    bool list = false;
     bool quick = false;
     std::string before;
     for (std::size_t i = 4; i < arguments.size(); ++i) {
-        if (arguments[i] == "--quick")
+        if (arguments[i] == "--list")
+            list = true;
+        else if (arguments[i] == "--quick")
             quick = true;
         else if (arguments[i] == "--before" && i + 1 < arguments.size())
             before = arguments[++i];
@@ -55,15 +65,21 @@ int main(int argc, char *argv[])
             understood = false;
     }
     if (!understood) {
-        std::fputs(
-            "usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--quick] [--before PROGRAM]\n",
-            stderr);
+        std::fputs("usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--list] [--quick] "
+                   "[--before PROGRAM]\n",
+                   stderr);
         return 2;
     }
     try {
+        const std::vector<Case> cases = chosen_cases(std::regex(arguments[3]), !before.empty());
+        if (list) {
+            for (const Case &chosen : cases)
+                std::puts(chosen.name.c_str());
+            return 0;
+        }
         Screen screen;
         return run({{arguments[0], arguments[2]}, {arguments[1], arguments[2]}, screen, before, quick},
-                   std::regex(arguments[3]));
+                   cases);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "program_probe: %s\n", error.what());
         return 1;
