@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdint>
 #include <thread>
 
 #include <malloc.h>
@@ -103,10 +102,7 @@ public:
     {
         connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
                 &Pace::about_to_wait);
-        connect(&m_alarm_notifier, &QSocketNotifier::activated, this, [this] {
-            std::uint64_t times = 0; // has to be read, or the file stays readable
-            (void)!::read(m_alarm, &times, sizeof(times));
-        });
+        connect(&m_alarm_notifier, &QSocketNotifier::activated, this, [this] { set_alarm({}); });
     }
 
     ~Pace() override
@@ -117,6 +113,8 @@ public:
 
     void expect_tick(TimePoint due)
     {
+        if (m_rounds > 1)
+            set_alarm({}); // the tick has been sooner
         m_next_tick = due;
         m_rounds = 0;
     }
@@ -125,20 +123,21 @@ private:
     void about_to_wait()
     {
         ++m_rounds;
-        if (m_rounds == 2) // the first is that of the tick itself
-            wake_for_tick();
+        if (m_rounds == 2) // the first is that of the tick itself, before which nothing new can show
+            set_alarm(m_next_tick);
         if (m_rounds > enough_rounds)
             pause();
     }
 
-    /// The toolkit waits for its timer in whole milliseconds: up to one too long, unless the timer has just
-    /// been started. The alarm wakes it in time to find the timer due.
-    void wake_for_tick() const
+    /// The toolkit waits for its timer in whole milliseconds, up to one too long. The alarm wakes it in time
+    /// to find the timer due. The clock's beginning unsets it, and keeps it from waking again; without a file
+    /// nothing happens, and ticks come up to that millisecond late.
+    void set_alarm(TimePoint at) const
     {
         using namespace std::chrono;
-        const nanoseconds due = m_next_tick.time_since_epoch(); // of the monotonic clock
-        const seconds whole = duration_cast<seconds>(due);
-        const itimerspec setting{{}, {whole.count(), (due - whole).count()}};
+        const nanoseconds time = at.time_since_epoch(); // of the monotonic clock
+        const seconds whole = duration_cast<seconds>(time);
+        const itimerspec setting{{}, {whole.count(), (time - whole).count()}};
         timerfd_settime(m_alarm, TFD_TIMER_ABSTIME, &setting, nullptr);
     }
 
@@ -149,7 +148,7 @@ private:
         std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
     }
 
-    const int m_alarm = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+    const int m_alarm = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
     QSocketNotifier m_alarm_notifier{m_alarm, QSocketNotifier::Read};
     TimePoint m_next_tick;
     int m_rounds = 0; ///< of the event loop since the last tick

@@ -13,8 +13,10 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <tuple>
+#include <utility>
 
 #include <malloc.h>
 
@@ -28,7 +30,7 @@ constexpr int bar_columns = 17;    // eight black ones between nine white ones
 constexpr int help_text_size = 32; // pixels
 constexpr QSize normal_size{960, 540};
 
-// Lines whose pictures are kept, at most; together they take some six megabytes.
+// Lines whose pictures are kept, at most; together they take nine megabytes at most.
 constexpr int longest_kept_line = 24;    // pixels across and down together
 constexpr float widest_kept_line = 9;    // pixels from its middle: the widest that the keys set
 constexpr float narrowest_kept_line = 1; // not kept itself, nor any narrower
@@ -83,18 +85,12 @@ public:
     {
         if (!suits(piece) || colour.alpha() != 255)
             return false;
-        if (m_pictures.size() >= most_kept_lines)
-            m_pictures.clear();
-        const auto [known, first] =
-            m_pictures.try_emplace({piece.line.dx(), piece.line.dy(), piece.width, colour.rgb()});
-        if (first) // most of those whose width changes all the time never come again
-            return false;
         const QRect area = covered_pixels(piece);
-        QImage &picture = known->second;
-        if (picture.isNull())
-            picture = make_picture(piece, colour, area);
+        const QImage picture = find_picture(piece, colour, area);
         if (picture.isNull())
             return false;
+        // Also in a rebuild: opaque, it leaves the same pixels as with the source mode, which would clear
+        // what lies around it.
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
         painter.drawImage(area.topLeft(), picture);
         return true;
@@ -102,6 +98,7 @@ public:
 
 private:
     using Key = std::tuple<double, double, float, QRgb>; ///< way across and down, width, colour
+    static constexpr std::size_t most_seen = 1024;
 
     /// Short lines from pixel to pixel, which the toolkit fills alike wherever they lie. Of two pixels'
     /// width, some depend on how the last bit of a coordinate has been rounded.
@@ -112,6 +109,27 @@ private:
         return whole(line.x1()) && whole(line.y1()) && whole(line.x2()) && whole(line.y2())
             && std::abs(line.dx()) + std::abs(line.dy()) <= longest_kept_line
             && piece.width > narrowest_kept_line && piece.width <= widest_kept_line;
+    }
+
+    /// Null for a line that has not come before: where the width changes all the time, most never come again.
+    QImage find_picture(const StrokesView::segment &piece, const QColor &colour, const QRect &area)
+    {
+        const Key key(piece.line.dx(), piece.line.dy(), piece.width, colour.rgb());
+        const auto known = m_pictures.find(key);
+        if (known != m_pictures.end())
+            return known->second;
+        if (std::exchange(m_seen.at(hash(key) % most_seen), key) != key)
+            return {};
+        if (m_pictures.size() >= most_kept_lines)
+            m_pictures.clear();
+        return m_pictures[key] = make_picture(piece, colour, area);
+    }
+
+    static std::size_t hash(const Key &key)
+    {
+        const auto [across, down, width, colour] = key;
+        const std::hash<double> of;
+        return ((of(across) * 31 + of(down)) * 31 + of(double(width))) * 31 + colour;
     }
 
     /// Null where there is no memory.
@@ -125,10 +143,12 @@ private:
         painter.setRenderHint(QPainter::Antialiasing);
         painter.translate(-area.topLeft());
         draw_line(painter, piece, colour);
-        return picture;
+        painter.end();
+        return picture.copy(); // what has been painted on keeps a paint engine, larger than most pictures
     }
 
-    std::map<Key, QImage> m_pictures; ///< null: seen once
+    std::map<Key, QImage> m_pictures;    ///< null where there was no memory
+    std::array<Key, most_seen> m_seen{}; ///< by hash: the last line that had no picture
 };
 
 void set_outline_pen(QPainter &painter, Qt::PenStyle style)

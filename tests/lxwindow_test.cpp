@@ -5,28 +5,20 @@
 #include "support/reports.h"
 #include "support/simulated_driver.h"
 
-#include <QAbstractEventDispatcher>
-#include <QEventLoop>
 #include <QIcon>
 #include <QPaintEvent>
 #include <QStackedLayout>
 #include <QTest>
-#include <QThread>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -310,96 +302,6 @@ TEST_F(ShownDialog, TickWithoutADirtyRegionRepaintsNothing)
     ASSERT_TRUE(QTest::qWaitFor([&ticks] { return ticks >= 5; }));
 
     EXPECT_TRUE(watcher.regions.empty());
-}
-
-TEST_F(Dialog, EventsOfAFloodGatherBetweenTicks)
-{
-    // Each event is posted once the last one has been handled. Without a pause a tick has time for hundreds.
-    QEventLoop loop;
-    QThread flood;
-    QObject poster;
-    poster.moveToThread(&flood);
-    flood.start();
-    int handled = 0;
-    std::function<void()> answer = [&] {
-        ++handled;
-        QMetaObject::invokeMethod(&poster, [&] { QMetaObject::invokeMethod(&loop, answer); });
-    };
-    std::vector<int> handled_by_tick;
-    QObject::connect(&timer(), &QTimer::timeout, &loop, [&] {
-        handled_by_tick.push_back(std::exchange(handled, 0));
-        if (handled_by_tick.size() == 10)
-            loop.quit();
-    });
-
-    answer();
-    loop.exec();
-    flood.quit();
-    flood.wait();
-
-    EXPECT_GT(*std::max_element(handled_by_tick.begin(), handled_by_tick.end()), 0);
-    for (std::size_t tick = 1; tick < handled_by_tick.size(); ++tick)
-        EXPECT_LE(handled_by_tick.at(tick), 20) << tick;
-}
-
-/// What is left until the timer fires that the process has as a file, in nanoseconds; 0: it is not set.
-long long time_to_alarm()
-{
-    long long left = 0;
-    for (const auto &file : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code vanished; // as does the folder's own
-        if (std::filesystem::read_symlink(file, vanished) != "anon_inode:[timerfd]")
-            continue;
-        std::ifstream info("/proc/self/fdinfo/" + file.path().filename().string());
-        for (std::string line; std::getline(info, line);) {
-            long long seconds = 0;
-            long long nanoseconds = 0;
-            if (std::sscanf(line.c_str(), "it_value: (%lld, %lld)", &seconds, &nanoseconds) == 2)
-                left += seconds * 1'000'000'000 + nanoseconds;
-        }
-    }
-    return left;
-}
-
-/// Runs the event loop for six ticks, with an event of no effect after one of them. What the alarm has left,
-/// for each tick and each time that the loop is then about to wait.
-std::vector<std::vector<long long>> watch_alarm(const QTimer &timer, std::size_t tick_with_event)
-{
-    QEventLoop loop;
-    std::vector<std::vector<long long>> ticks;
-    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &loop,
-                     [&ticks] {
-                         if (!ticks.empty())
-                             ticks.back().push_back(time_to_alarm());
-                     });
-    QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
-        if (ticks.size() == 6)
-            loop.quit();
-        else if (ticks.size() == tick_with_event)
-            QMetaObject::invokeMethod(
-                &loop, [] {}, Qt::QueuedConnection);
-        ticks.emplace_back();
-    });
-    loop.exec();
-    return ticks;
-}
-
-TEST_F(ShownDialog, AlarmWakesTheLoopForTheTickThatFollowsAnEvent)
-{
-    const std::vector<long long> with_event = watch_alarm(timer(), 3).at(3);
-
-    ASSERT_GE(with_event.size(), 2U);
-    EXPECT_EQ(with_event.at(0), 0);
-    EXPECT_GT(with_event.at(1), 0);
-    EXPECT_LE(with_event.at(1), 8'000'000);
-}
-
-TEST_F(ShownDialog, AlarmStaysUnsetWhileNothingHappens)
-{
-    const auto ticks = watch_alarm(timer(), 1);
-
-    for (std::size_t tick = 2; tick < 6; ++tick)
-        EXPECT_EQ(ticks.at(tick), std::vector<long long>{0}) << "tick " << tick;
 }
 
 // What the desktop and assistive tools are told.

@@ -1,5 +1,6 @@
 // Short lines that come again and again are filled once and then copied. Nobody may see that.
 
+#include "support/heap.h"
 #include "support/items.h"
 #include "support/strokes.h"
 
@@ -8,8 +9,6 @@
 #include <cmath>
 #include <ostream>
 #include <vector>
-
-#include <malloc.h>
 
 namespace {
 
@@ -114,8 +113,9 @@ INSTANTIATE_TEST_SUITE_P(
 struct Kinds
 {
     const char *name;
+    double thinnest;
     double widest;
-    double longest;
+    double longest; ///< across
 };
 
 void PrintTo(const Kinds &kinds, std::ostream *stream)
@@ -127,25 +127,44 @@ class ThousandsOfLines : public ShortLines, public testing::WithParamInterface<K
 {
 };
 
+TEST_F(ShortLines, AreKeptWhenTheyComeForTheSecondTime)
+{
+    const auto kept_of_many = [this] {
+        const std::size_t before = heap_in_use();
+        for (int i = 0; i < 400; ++i) {
+            const double width = 4 + i / 100.0;
+            m_view.draw_stroke(contact(1, 1, {50, 50}, {width, width}), Qt::red);
+            m_view.draw_stroke(contact(1, 0, {53, 50}, {width, width}), Qt::red);
+        }
+        m_view.get_dirty_region();
+        m_view.clear_strokes();
+        return static_cast<long>(heap_in_use() - before);
+    };
+
+    EXPECT_LT(kept_of_many(), 50'000);
+    EXPECT_GT(kept_of_many(), 150'000);
+}
+
 TEST_P(ThousandsOfLines, TakeLittleMemory)
 {
-    constexpr int count = 6'000;
-    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    constexpr int count = 4'000;
+    const Kinds &kinds = GetParam();
+    const std::size_t before = heap_in_use();
     for (int i = 0; i < count; ++i) {
         const double part = double(i) / count;
-        const double width = 2 + part * (GetParam().widest - 2);
-        const double x = 50 + std::floor(1 + part * GetParam().longest);
+        const double width = kinds.thinnest + part * (kinds.widest - kinds.thinnest);
+        const double x = 50 + std::floor(1 + part * kinds.longest);
         for (const QPointF at : {QPointF(50, 50), QPointF(x, 51), QPointF(50, 50), QPointF(x, 51)})
             m_view.draw_stroke(contact(1, 1, at, {width, width}), Qt::red);
         m_view.get_dirty_region();
     }
 
-    EXPECT_LT(mallinfo2().uordblks + mallinfo2().hblkhd - before, 16U << 20);
+    EXPECT_LT(heap_in_use(), before + (12U << 20));
 }
 
 INSTANTIATE_TEST_SUITE_P(, ThousandsOfLines,
-                         testing::Values(Kinds{"ThatAreThin", 4, 3}, Kinds{"ThatAreThick", 60, 3},
-                                         Kinds{"ThatAreLong", 4, 150}),
+                         testing::Values(Kinds{"ThatAreThin", 2, 4, 3}, Kinds{"ThatAreNotThin", 8, 9, 20},
+                                         Kinds{"ThatAreThick", 10, 60, 3}, Kinds{"ThatAreLong", 2, 4, 150}),
                          testing::PrintToStringParamName());
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "support/heap.h"
 #include "support/items.h"
 #include "support/messages.h"
 #include "support/pictures.h"
@@ -6,8 +7,6 @@
 #include <QResizeEvent>
 
 #include <gtest/gtest.h>
-
-#include <malloc.h>
 
 namespace {
 
@@ -112,13 +111,6 @@ TEST_F(Strokes, AreGoneOnceCleared)
     EXPECT_EQ(statistics(m_view), (Statistics{0, 0, 1000000, -1, 0}));
     m_view.redraw_strokes();
     EXPECT_TRUE(shows(empty_layer()));
-}
-
-/// Bytes that the program holds of the heap, mapped blocks included.
-std::size_t heap_in_use()
-{
-    const struct mallinfo2 heap = mallinfo2();
-    return heap.uordblks + heap.hblkhd;
 }
 
 TEST_F(Strokes, GiveTheirMemoryBackOnceCleared)

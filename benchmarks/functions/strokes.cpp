@@ -52,11 +52,13 @@ private:
     QPointF m_at{screen.width() / 2.0, screen.height() / 2.0};
 };
 
-Korvane::Controls record(QPointF at, int buttons = 1)
+/// A contact without a size draws lines of the program's own width.
+Korvane::Controls record(QPointF at, int buttons = 1, double radius = 0)
 {
     Korvane::Controls record;
     record.id = pen_id;
     record.buttons = buttons;
+    record.radius = {radius, radius};
     record.pos = record.view_pos = at;
     return record;
 }
@@ -72,10 +74,10 @@ public:
         prepare(m_painter);
     }
 
-    static void prepare(QPainter &painter)
+    static void prepare(QPainter &painter, double radius = half_width)
     {
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(QBrush(Qt::red), 2 * half_width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter.setPen(QPen(QBrush(Qt::red), 2 * radius, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     }
 
     QPainter &painter() { return m_painter; }
@@ -150,6 +152,42 @@ void draw_stroke(benchmark::State &state)
     pair.report(state, per_tick);
 }
 BENCHMARK(draw_stroke)->Iterations(rounds(5'000))->UseManualTime();
+
+/// The same for a contact whose size changes with each record, so that no line comes again.
+void draw_stroke_of_changing_width(benchmark::State &state)
+{
+    constexpr int per_tick = 8;
+    const auto view = new_view(screen);
+    Lines lines;
+    Wander wander(6);
+    QPointF last = wander.next();
+    view->draw_stroke(record(last), Qt::red);
+    double radius = half_width;
+    Pair pair;
+    for (auto _ : state) {
+        QPointF points[per_tick];
+        for (QPointF &point : points)
+            point = wander.next();
+        const auto radius_at = [radius](int i) { return radius + i * 1e-5; };
+        pair.measure(
+            [&] {
+                for (int i = 0; i < per_tick; ++i)
+                    view->draw_stroke(record(points[i], 1, radius_at(i)), Qt::red);
+            },
+            [&] {
+                for (int i = 0; i < per_tick; ++i) {
+                    Lines::prepare(lines.painter(), radius_at(i));
+                    lines.painter().drawLine(last, points[i]);
+                    last = points[i];
+                }
+            });
+        view->get_dirty_region();
+        radius += per_tick * 1e-5;
+        state.SetIterationTime(pair.last() * 1e-9 / per_tick);
+    }
+    pair.report(state, per_tick);
+}
+BENCHMARK(draw_stroke_of_changing_width)->Iterations(rounds(5'000))->UseManualTime();
 
 /// Strokes of 1 to 199 segments, as many as it takes; their lines in @p lines.
 void draw_strokes(StrokesView &view, std::int64_t segments, std::vector<QLineF> &lines)

@@ -1,0 +1,16 @@
+#include "support/heap.h"
+
+#include <malloc.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/allocator_interface.h>
+#endif
+
+std::size_t heap_in_use()
+{
+#ifdef __SANITIZE_ADDRESS__ // which has a heap of its own, of which the C library does not know
+    return __sanitizer_get_current_allocated_bytes();
+#else
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+#endif
+}
