@@ -143,6 +143,14 @@ def processor_times():
     return times[7], sum(times)
 
 
+def parsed(lines):
+    """The JSON object that a program has printed."""
+    try:
+        return json.loads("".join(lines))
+    except json.JSONDecodeError as error:
+        raise Failure(f"no result: {error}") from error
+
+
 class Run:
     """Runs everything and collects the measurements by name."""
 
@@ -159,18 +167,18 @@ class Run:
         self.stolen = 0
 
     def all(self):
-        self.tolerate(self.probe)
+        self.tolerate("probe", self.probe)
         for group, path in (("function", "functions/function_benchmarks"),
                             ("trace", "trace/trace_recording_benchmark"),
                             ("trace", "trace/trace_writing_benchmark")):
-            self.tolerate(self.benchmarks, group, self.build / "benchmarks" / path)
+            self.tolerate(group, self.benchmarks, group, self.build / "benchmarks" / path)
 
-    def tolerate(self, measure, *arguments):
+    def tolerate(self, name, measure, *arguments):
         """A part that fails leaves the others to be measured."""
         try:
             measure(*arguments)
         except (Failure, OSError) as error:
-            self.failures.append(str(error))
+            self.failures.append(f"{name}: {error}")
 
     def undisturbed(self, name, measure):
         """Measures again, twice at most, where other guests of the host took processor time; the least disturbed
@@ -182,7 +190,13 @@ class Run:
                 print(f"  {100 * tries[-1][0]:.1f} % of the time was stolen: once more", file=sys.stderr, flush=True)
                 time.sleep(self.REST)
             stolen, total = processor_times()
-            result = measure()
+            try:
+                result = measure()
+            except (Failure, OSError) as error:
+                if not tries:
+                    raise
+                self.failures.append(f"{name}: {error}")
+                break
             stolen_later, total_later = processor_times()
             tries.append(((stolen_later - stolen) / max(1, total_later - total), result))
             if tries[-1][0] <= self.MOST_STOLEN:
@@ -201,10 +215,10 @@ class Run:
         command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "bare_window", folder / "driver"]
         options = (["--quick"] if self.quick else []) + (["--before", self.before] if self.before else [])
         for name in [line.strip() for line in lines_of(command + [self.filter, "--list"] + options)]:
-            self.tolerate(self.probe_case, name, command + [f"^{name}$"] + options)
+            self.tolerate(name, self.probe_case, name, command + [f"^{re.escape(name)}$"] + options)
 
     def probe_case(self, name, command):
-        result = json.loads(self.undisturbed(name, lambda: "".join(lines_of(command))))
+        result = self.undisturbed(name, lambda: parsed(lines_of(command)))
         for text, samples in result.get("samples", {}).items():
             self.add(name, text, samples)
         for text, value in result.get("values", {}).items():
@@ -215,20 +229,19 @@ class Run:
         quietly = {"env": dict(os.environ, **({"BENCHMARK_QUICK": "1"} if self.quick else {})),
                    "stderr": subprocess.DEVNULL}
         repetitions = 1 if group != "function" else 3 if self.quick else 9
-        for line in lines_of([program, "--benchmark_list_tests"], **quietly):
-            name = line.strip()
+        for name in [line.strip() for line in lines_of([program, "--benchmark_list_tests"], **quietly)]:
             if re.search(self.filter, f"{group}: {name}"):
-                self.tolerate(self.benchmark, group, name, [
+                self.tolerate(f"{group}: {name}", self.benchmark, group, name, [
                     program, "--benchmark_format=json", f"--benchmark_filter=^{re.escape(name)}$",
                     f"--benchmark_repetitions={repetitions}",
                     f"--benchmark_min_time={0.01 if self.quick else 0.05}"], quietly)
 
     def benchmark(self, group, name, command, options):
-        output = json.loads(self.undisturbed(f"{group}: {name}", lambda: "".join(lines_of(command, **options))))
+        output = self.undisturbed(f"{group}: {name}", lambda: parsed(lines_of(command, **options)))
         entries = [entry for entry in output["benchmarks"] if entry["run_type"] == "iteration"]
         for entry in entries:
             if entry.get("error_occurred"):
-                raise Failure(f"{name}: {entry['error_message']}")
+                raise Failure(entry["error_message"])
         self.add_benchmark(group, name, entries)
 
     def add_benchmark(self, group, name, entries):
@@ -341,6 +354,8 @@ def main():
     run = Run(options)
     facts = machine()
     run.all()
+    if not run.measurements and not run.failures:
+        sys.exit(f"benchmarks/report.py: nothing is called {options.filter}")
     facts["load after"] = os.getloadavg()[0]
     facts["stolen from a case, at most"] = f"{100 * run.stolen:.1f} %"
     write_results(run.build, facts, run.measurements)

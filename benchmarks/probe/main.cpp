@@ -12,6 +12,7 @@
 #include <iostream>
 #include <iterator>
 #include <regex>
+#include <stdexcept>
 
 namespace {
 
@@ -77,6 +78,8 @@ int main(int argc, char *argv[])
                 std::puts(chosen.name.c_str());
             return 0;
         }
+        if (cases.empty())
+            throw std::runtime_error("no case is called " + arguments[3]);
         Screen screen;
         return run({{arguments[0], arguments[2]}, {arguments[1], arguments[2]}, screen, before, quick},
                    cases);

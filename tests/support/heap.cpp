@@ -2,7 +2,7 @@
 
 #include <malloc.h>
 #ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/allocator_interface.h>
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // its header is not in Debian's packages
 #endif
 
 std::size_t heap_in_use()
