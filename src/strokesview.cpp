@@ -379,7 +379,7 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
         drawing.segments.push_back(piece);
         if (m_strokes_layer)
             m_strokes_layer->paint(piece, drawing.colour, QPainter::CompositionMode_SourceOver);
-        mark_dirty(piece);
+        add_dirty_region(covered_pixels(piece));
     }
 
     if (event.buttons != 0) {
@@ -390,11 +390,6 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
     drawing.segments.shrink_to_fit(); // it will not grow any more
     m_strokes.push_back({std::move(drawing.segments), drawing.colour});
     drawing.segments.clear();
-}
-
-void StrokesView::mark_dirty(const segment &piece)
-{
-    add_dirty_region(covered_pixels(piece));
 }
 
 void StrokesView::redraw_strokes()

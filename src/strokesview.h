@@ -94,7 +94,6 @@ private:
     void toggle(test_mode mode);
     template <typename ContactItem>
     void show_contact(const Korvane::Controls &event, const QColor &stroke_colour, const QColor &item_colour);
-    void mark_dirty(const segment &piece);
 
     std::vector<stroke> m_strokes;                     ///< finished, oldest first
     std::map<int, std::shared_ptr<EventItem>> m_items; ///< by contact id: the info tags shown
