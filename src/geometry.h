@@ -1,0 +1,200 @@
+#pragma once
+
+#include "korvane.h"
+
+#include <QColor>
+#include <QImage>
+#include <QObject>
+#include <QPainterPath>
+#include <QPointF>
+#include <QPolygonF>
+#include <QRect>
+#include <QString>
+#include <QTransform>
+#include <QVector2D>
+
+#include <array>
+#include <future>
+#include <memory>
+#include <vector>
+
+class ItemView;
+class QPainter;
+
+/// Something that an ItemView shows: a shape with a position, a rotation and a scale, an outline for hit
+/// testing and a picture of itself that it keeps in a cache.
+///
+/// Shared by the view's z-order and by the contacts that it has captured. All operations belong to the GUI
+/// thread, except that every tick renders each item on a thread of its own between update_begin and
+/// update_end: meanwhile nothing else may touch the cache, the outline or the update flags. Item coordinates
+/// are pixels before rotation and scale, with (0, 0) at the position; view coordinates are pixels of the
+/// view.
+class Item : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What the next render has to do.
+    enum UpdateFlag {
+        refresh_area = 1,     ///< tell the view which area the item covers
+        redraw_picture = 2,   ///< draw the picture into the cache
+        resize_cache = 4,     ///< make the cache fit the outline
+        rebuild_geometry = 8, ///< make the outline
+        update_all = 15
+    };
+
+    /// @p rotation in degrees, clockwise on the screen; @p id is what ItemView::find_item looks for.
+    Item(QPointF position, float rotation, float scale, int id);
+    /// Waits for a render in flight; so must the destructor of every subclass, before its own members go.
+    ~Item() override;
+
+    // Contacts, with pos in item coordinates and view_pos in view coordinates; the base takes no notice. An
+    // item that was removed still gets those that it has captured. The item that a hovering pen has left gets
+    // pos in the coordinates of the item that it has entered.
+    virtual void pen_event(const Korvane::Controls &event);
+    virtual void touch_event(const std::vector<Korvane::Controls> &event);
+    virtual void erase_event(const std::vector<Korvane::Controls> &event);
+    /// Makes the geometry anew and hands the outline to set_outline. The render's.
+    virtual void rebuild();
+    /// Draws the item in item coordinates. The render's.
+    virtual void redraw(QPainter &painter);
+    /// Makes the cache large enough for the outline; caches only grow. Where there is no memory for it, the
+    /// item has none and is not drawn. Render thread.
+    virtual void rebuffer();
+
+    /// To be called after a change of position, rotation or scale.
+    void set_transforms();
+    QPointF map_to(QPointF view_point) const;   ///< to item coordinates
+    QPointF map_from(QPointF item_point) const; ///< to view coordinates
+    /// In item coordinates. The cache follows with the next render that resizes it.
+    void set_outline(const QPainterPath &outline);
+    /// Whether @p item_point lies inside the outline.
+    bool hit(QPointF item_point) const;
+
+    /// Draws the cached picture where it was last rendered, in view coordinates; nothing without a cache.
+    void paint(QPainter &painter) const;
+    /// Clears the cache and draws the item into it; nothing without a cache. The render's.
+    void redraw();
+    /// Starts the render of a tick, on a thread of its own unless only the area is to be told.
+    void update_begin();
+    /// Waits for the render that update_begin has started, or runs it where no thread could be had. What a
+    /// render throws is dropped.
+    void update_end();
+    /// The render itself; nothing without an owner, and the update flags stay. The render's.
+    void update_impl();
+    /// Nothing is drawn until a render has resized the cache and redrawn the picture.
+    void clear_image_cache();
+
+    void to_front() const; ///< in the owner's z-order; nothing without an owner
+    void to_back() const;
+
+    void lock(int); ///< adds one to the lock count, which is for subclasses: nothing here is locked
+    void unlock(int);
+
+private:
+    void report_screen_area();
+
+    std::future<void> m_pending_render; ///< of the last update_begin
+
+protected:
+    QPointF m_position; ///< view coordinates of the item's origin
+    float m_rotation;   ///< degrees
+    float m_scale;
+    float m_factor = 1.0F; ///< for subclasses
+
+public:
+    int m_id; ///< what ItemView::find_item looks for; no contact's id
+
+protected:
+    std::unique_ptr<QImage> m_image_cache; ///< premultiplied ARGB; null until the first render
+    QPointF m_cache_offset;      ///< whole pixels: where the cache lies, from the position rounded down
+    QRectF m_image_rectangle;    ///< where the picture lies, from the position; pixels
+    QPointF m_rendered_position; ///< position, rotation and scale when the last render started
+    float m_rendered_rotation = 0;
+    float m_rendered_scale = 0;
+    QPainterPath m_outline; ///< item coordinates
+    QRectF m_outline_bounds;
+    QTransform m_to_view;
+    QTransform m_from_view;
+    QRect m_screen_area; ///< view coordinates of what the last render covered
+
+public:
+    ItemView *m_owner = nullptr;     ///< the view that shows the item, set and cleared by the view
+    int m_update_flags = update_all; ///< of UpdateFlag
+    bool m_hit_testable = true;      ///< ItemView::hit_item skips the item where false
+
+protected:
+    int m_lock_count = 0;
+};
+
+/// Shows one contact: a circle of its size, a cross through its centre, and beside it an info tag with six
+/// lines about its last record. Takes no contacts itself.
+class EventItem : public Item
+{
+    Q_OBJECT
+
+public:
+    /// @p position in view coordinates; @p colour fills the circle and the tag.
+    EventItem(QPointF position, QColor colour);
+    ~EventItem() override;
+
+    /// Moves to the contact and shows this record of it from the next tick on; radii in pixels.
+    void refresh(const Korvane::Controls &event);
+
+    void rebuild() override;
+    using Item::redraw;
+    void redraw(QPainter &painter) override;
+
+private:
+    struct Drawn;
+
+    /// Draws circle, tag and cross from the picture that was last made of them, as long as it is the same.
+    void draw_kept_shape(QPainter &painter);
+    void draw_shape(QPainter &painter);
+
+    QPainterPath m_shape; ///< circle and tag
+    QPainterPath m_cross;
+    QPointF m_text_corner;           ///< the tag's, item coordinates
+    std::array<QString, 6> m_values; ///< of the tag's lines, behind their labels
+    int m_contact_id = 0;
+    int m_buttons = 0;
+    QPointF m_radius; ///< pixels
+    QColor m_colour;
+    std::unique_ptr<Drawn> m_drawn; ///< the render's
+};
+
+class Pen : public EventItem
+{
+    Q_OBJECT
+
+public:
+    using EventItem::EventItem;
+    ~Pen() override;
+};
+
+class Touch : public EventItem
+{
+    Q_OBJECT
+
+public:
+    using EventItem::EventItem;
+    ~Touch() override;
+};
+
+class Erase : public EventItem
+{
+    Q_OBJECT
+
+public:
+    using EventItem::EventItem;
+    ~Erase() override;
+};
+
+/// The point of the segment from @p a to @p b, its ends included, that is nearest to @p p.
+QVector2D nearest_point_on_line(QVector2D p, QVector2D a, QVector2D b);
+/// The squared distance from @p p to the segment from @p a to @p b.
+float distance_squared_to_line(QVector2D p, QVector2D a, QVector2D b);
+/// The point of the open line through @p polygon's points that is nearest to @p p; @p index receives the
+/// number of its segment, the later one of two equally near. The last @p skip segments are left out. The
+/// polygon needs two points or more.
+QVector2D nearest_point_on_polygon(const QPolygonF &polygon, int skip, QVector2D p, int &index);
