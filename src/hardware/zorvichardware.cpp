@@ -1,5 +1,6 @@
 #include "hardware/zorvichardware.h"
 
+#include "hardware/reportlayout.h"
 #include "hardware/zorvicwrapper.h"
 
 #include <QApplication>
@@ -12,63 +13,9 @@
 #include <climits>
 #include <cstring>
 
+using namespace reportlayout;
+
 namespace {
-
-// What the board sends. Byte 1 of every report is its kind; 16-bit values are unsigned, low byte first.
-
-constexpr int kindAt = 1;
-
-namespace prefix { // 3 bytes that some boards put before a report
-constexpr quint8 kind = 0x41;
-constexpr unsigned int size = 3;
-} // namespace prefix
-
-namespace pen {
-constexpr int identifierAt = 0;
-constexpr quint8 identifier = 0x08;
-constexpr quint8 kind = 0x21;
-constexpr int xAt = 3; // 16 bits
-constexpr int yAt = 5; // 16 bits
-constexpr int stateAt = 7;
-constexpr quint8 tipBit = 0x01;
-constexpr quint8 buttonBit = 0x02;
-constexpr quint8 stateBit2 = 0x04;
-constexpr quint8 numberMask = 0x78;
-constexpr int numberShift = 3;
-constexpr int size = 8;
-static_assert(stateAt + 1 == size, "the state byte ends the report");
-} // namespace pen
-
-namespace contact { // both lists of contacts: 2-byte header, no count byte; places within a contact
-constexpr int firstAt = 2;
-constexpr int stateAt = 0;
-constexpr quint8 downBit = 0x80;
-constexpr quint8 idMask = 0x7F;
-constexpr int xAt = 1; // 16 bits
-constexpr int yAt = 3; // 16 bits
-} // namespace contact
-
-namespace touch {
-constexpr quint8 kind = 0x45;
-constexpr int extentAt = 5; // 16 bits
-constexpr int contactSize = 7;
-static_assert(extentAt + 2 == contactSize, "the fields fill a contact");
-} // namespace touch
-
-namespace erase {
-constexpr quint8 kind = 0x46;
-constexpr int widthAt = 5;  // 16 bits
-constexpr int heightAt = 7; // 16 bits
-constexpr int contactSize = 9;
-static_assert(heightAt + 2 == contactSize, "the fields fill a contact");
-} // namespace erase
-
-namespace touchStatusReport {
-constexpr quint8 kind = 0xA5;
-constexpr int firstAt = 2; // six signed bytes
-constexpr int size = 8;
-static_assert(firstAt + 6 == size, "the values fill the report");
-} // namespace touchStatusReport
 
 quint8 byteAt(const QByteArray &report, int at)
 {
@@ -90,33 +37,7 @@ int wholeContacts(const QByteArray &report, int contactSize)
     return (report.size() - contact::firstAt) / contactSize;
 }
 
-// What the driver takes for the operating system. Touches are laid out as above, with an extent of 0; pens
-// are not.
-
-namespace systemReport {
-constexpr std::size_t bufferSize = 256;
-constexpr int lengthAt = 0;
-constexpr int penNumberAt = 2;
-constexpr quint8 penTipBit = 0x80; // in the byte of the number
-constexpr int penXAt = 3;          // 16 bits
-constexpr int penYAt = 5;          // 16 bits
-constexpr unsigned char penLength = 9;
-constexpr int maxContacts = (static_cast<int>(bufferSize) - contact::firstAt) / touch::contactSize;
-static_assert(maxContacts == 36);
-} // namespace systemReport
-
 using SystemReport = std::array<unsigned char, systemReport::bufferSize>;
-
-void putByte(SystemReport &report, int at, int value)
-{
-    report.at(static_cast<std::size_t>(at)) = static_cast<unsigned char>(value);
-}
-
-void putWord(SystemReport &report, int at, int value)
-{
-    putByte(report, at, value & 0xFF);
-    putByte(report, at + 1, value >> 8 & 0xFF);
-}
 
 constexpr double rawPerScreen = 32767; // raw units across the screen
 
@@ -389,7 +310,7 @@ bool ZorvicHardware::isErasePacket(const QByteArray &report)
 
 bool ZorvicHardware::isTouchStatusPacket(const QByteArray &report)
 {
-    return report.size() == touchStatusReport::size && isKind(report, touchStatusReport::kind);
+    return report.size() == status::size && isKind(report, status::kind);
 }
 
 void ZorvicHardware::getPenData(const QByteArray &report, PenEvent &event)
@@ -442,7 +363,7 @@ void ZorvicHardware::getTouchStatusData(const QByteArray &report, TouchStatus &s
 {
     if (!isTouchStatusPacket(report))
         return;
-    int at = touchStatusReport::firstAt;
+    int at = status::firstAt;
     for (qint32 *value :
          {&status.byte2, &status.byte3, &status.byte4, &status.byte5, &status.byte6, &status.byte7})
         // NOLINTNEXTLINE(bugprone-signed-char-misuse): the values are signed, and to be sign-extended.
