@@ -1,5 +1,7 @@
 #include "hardware/zorvicwrapper.h"
 
+#include "hardware/zorvicexports.h"
+
 #include <cstdio>
 #include <type_traits>
 
@@ -10,61 +12,6 @@ namespace {
 constexpr const char *libraryName = "libzorvicboardex.so.1";
 
 } // namespace
-
-// Every export that is resolved, in the order of resolving, with the driver's parameter types: bytes and
-// bools are widened to int. Its name in the library has the prefix "zorvic".
-// clang-format off
-#define ZORVIC_EXPORTS(EXPORT)                                                                           \
-    EXPORT(Attach,                           bool())                                                     \
-    EXPORT(Detach,                           void())                                                     \
-    EXPORT(Interface,                        int())                                                      \
-    EXPORT(SetCallback,                      void(int board, PacketCallback, void *context))             \
-    EXPORT(ClearCallback,                    void(int board, void *callback, void *context))             \
-    EXPORT(SendCommand,                      int(int board, const char *command))                        \
-    EXPORT(WritePacket,                      int(int board, const void *data, int length))               \
-    EXPORT(SetXferMask,                      void(int board, int mask))                                  \
-    EXPORT(GetDeviceCount,                   int())                                                      \
-    EXPORT(EnumDeviceInfo,                   bool(int index, _ZORVIC_DEVICE_INFO *out))                  \
-    EXPORT(SetPnpCallback,                   void(PnpCallback, void *context))                           \
-    EXPORT(SetPointingDeviceDestination,     void(int board, int pen, int flag, int mode))               \
-    EXPORT(SetPointingDeviceDestinationEx,   void(int board, int pen, int flag, int mode, int extra))    \
-    EXPORT(GetPointingDeviceDestination,     int(int board, int pen, int flag))                          \
-    EXPORT(OpenSynchronousChannel,           int(int board, PacketCallback, void *context))              \
-    EXPORT(CloseSynchronousChannel,          void(int board, int channel))                               \
-    EXPORT(ReadSynchronousPacket,            int(int board, int channel, void *buffer, int size,         \
-                                                 unsigned int timeout))                                  \
-    EXPORT(SetCalibrationMode,               int(int board, int mode))                                   \
-    EXPORT(SetCalibrationData,               void(int board, void *data))                                \
-    EXPORT(SetCalibrationDataEx,             void(int board, int first, int second, void *data))         \
-    EXPORT(GetCalibrationPoints,             void(int board, int *first, int *second))                   \
-    EXPORT(SetWirelessCalibrationData,       void(int board, void *data))                                \
-    EXPORT(LibraryVersionNumber,             void(unsigned char *major, unsigned char *minor,            \
-                                                  unsigned int *revision, unsigned int *build))          \
-    EXPORT(Lock,                             void())                                                     \
-    EXPORT(Unlock,                           void())                                                     \
-    EXPORT(SerialConnect,                    int(int port))                                              \
-    EXPORT(SerialDisconnect,                 int())                                                      \
-    EXPORT(SerialGetConnected,               int(int *out))                                              \
-    EXPORT(SerialSetStartupMode,             void(int mode))                                             \
-    EXPORT(SerialGetStartupMode,             int())                                                      \
-    EXPORT(SetDoubleClickDistance,           void(int board, int distance))                              \
-    EXPORT(SetDriverDebugMode,               void(int board, int mode, unsigned int mask))               \
-    EXPORT(Echo,                             void(int board, int length, const unsigned char *data))     \
-    EXPORT(Inject,                           void(int board, int length, const unsigned char *data))     \
-    EXPORT(SendTouchPacketToSystem,          void(int board, int length, const unsigned char *data))     \
-    EXPORT(SetTouchDestination,              void(int board, int destination))                           \
-    EXPORT(SetTouchDestinationEx,            void(int board, int destination, int extra))                \
-    EXPORT(GetTouchDestination,              int(int board))                                             \
-    EXPORT(SetTouchEnabled,                  void(int board, int enabled))                               \
-    EXPORT(GetTouchEnabled,                  int(int board))                                             \
-    EXPORT(SetTouchSystemRedirectionEnabled, void(int board, int enabled))                               \
-    EXPORT(GetTouchSystemRedirectionEnabled, int(int board))                                             \
-    EXPORT(SetLATEDetection,                 void(int board, int mode))                                  \
-    EXPORT(GetLATEDetection,                 int(int board))                                             \
-    EXPORT(IsSomethingOnBoard,               int(int board))                                             \
-    EXPORT(SetTwoFingerScroll,               void(int board, int mode))                                  \
-    EXPORT(ReverseButtons,                   void(int board, int reversed))
-// clang-format on
 
 /// One pointer per export, null while the export is missing or nothing was attached yet. Atomic, because a
 /// plug-and-play notification resolves them again on the driver's thread while the GUI thread calls through.
