@@ -10,19 +10,21 @@ struct _ZORVIC_DEVICE_INFO // NOLINT(bugprone-reserved-identifier)
 {
     static constexpr std::int32_t sizeMarker = 9;   ///< the value of size that the driver expects
     static constexpr std::size_t recordSize = 4096; ///< ample: drivers differ in how much they fill
+    static constexpr std::size_t infoAt = 325;      ///< where additionalInfo starts
+    static constexpr std::size_t longestInfo = recordSize - infoAt - 1; ///< bytes, without the NUL
 
     std::int32_t size; ///< record size or version marker: sizeMarker before every call
     std::int32_t kind; ///< 1 board, 2 legacy hub, 3 2.4 GHz hub, 4 virtual hub
     std::uint8_t driverBytes1[12];
     std::int32_t board; ///< board number, the first argument of every per-board call
-    std::uint8_t driverBytes2[301];
-    char additionalInfo[recordSize - 325]; ///< key<value> items; the driver should end them with a NUL
+    std::uint8_t driverBytes2[infoAt - 24];
+    char additionalInfo[longestInfo + 1]; ///< key<value> items; the driver should end them with a NUL
 };
 
 static_assert(offsetof(_ZORVIC_DEVICE_INFO, size) == 0);
 static_assert(offsetof(_ZORVIC_DEVICE_INFO, kind) == 4);
 static_assert(offsetof(_ZORVIC_DEVICE_INFO, board) == 20);
-static_assert(offsetof(_ZORVIC_DEVICE_INFO, additionalInfo) == 325);
+static_assert(offsetof(_ZORVIC_DEVICE_INFO, additionalInfo) == _ZORVIC_DEVICE_INFO::infoAt);
 static_assert(sizeof(_ZORVIC_DEVICE_INFO) == _ZORVIC_DEVICE_INFO::recordSize);
 
 /// Called by the driver, on its own thread, for each report of a board. The bytes belong to the driver
