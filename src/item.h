@@ -1,5 +1,6 @@
 #pragma once
 
+#include "geometry.h"
 #include "korvane.h"
 
 #include <QColor>
@@ -7,11 +8,9 @@
 #include <QObject>
 #include <QPainterPath>
 #include <QPointF>
-#include <QPolygonF>
 #include <QRect>
 #include <QString>
 #include <QTransform>
-#include <QVector2D>
 
 #include <array>
 #include <future>
@@ -189,12 +188,3 @@ public:
     using EventItem::EventItem;
     ~Erase() override;
 };
-
-/// The point of the segment from @p a to @p b, its ends included, that is nearest to @p p.
-QVector2D nearest_point_on_line(QVector2D p, QVector2D a, QVector2D b);
-/// The squared distance from @p p to the segment from @p a to @p b.
-float distance_squared_to_line(QVector2D p, QVector2D a, QVector2D b);
-/// The point of the open line through @p polygon's points that is nearest to @p p; @p index receives the
-/// number of its segment, the later one of two equally near. The last @p skip segments are left out. The
-/// polygon needs two points or more.
-QVector2D nearest_point_on_polygon(const QPolygonF &polygon, int skip, QVector2D p, int &index);
