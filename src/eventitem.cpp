@@ -1,5 +1,7 @@
 #include "item.h"
 
+#include "keptpicture.h"
+
 #include <QFont>
 #include <QFontMetrics>
 #include <QPainter>
@@ -8,7 +10,6 @@
 #include <cmath>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -19,12 +20,7 @@ constexpr double tag_width = 150;     // pixels
 constexpr double tag_height = 125;    // pixels
 constexpr int text_size = 16;         // pixels
 
-constexpr double most_kept_pixels = 1 << 20; // of a shape: a larger one is drawn anew each time
-
-QPointF rounded_down(QPointF point)
-{
-    return {std::floor(point.x()), std::floor(point.y())};
-}
+constexpr double most_kept_pixels = 1 << 20; // of a shape: a larger one is drawn again each time
 
 QString eight_bits(int value)
 {
@@ -39,64 +35,11 @@ QFont make_tag_font()
     return font;
 }
 
-/// Whether what @p painter draws can be kept in pixels: it is the same again after a move by whole pixels.
-bool draws_in_pixels(const QPainter &painter)
-{
-    return painter.transform().type() <= QTransform::TxTranslate
-        && painter.testRenderHint(QPainter::Antialiasing);
-}
-
-using Coordinates = std::pair<double, double>; ///< x and y; QPointF compares with a tolerance
-
-/// A place in whole pixels, and what is left of it.
-struct Place
-{
-    explicit Place(QPointF point)
-        : pixel(rounded_down(point).toPoint()), between(point.x() - pixel.x(), point.y() - pixel.y())
-    {
-    }
-
-    QPoint pixel;
-    Coordinates between;
-};
-
-/// What was drawn at a place between the pixels.
-struct Drawing
-{
-    Coordinates between;
-    QImage picture; ///< premultiplied ARGB; null before the first drawing, and without memory
-    QPoint offset;  ///< of the picture, from the pixel of the place
-};
-
-/// A picture of its own of what @p draw draws within @p area, antialiased, with the origin at @p between.
-template <typename Draw> Drawing make_drawing(const Coordinates &between, const QRectF &area, Draw draw)
-{
-    const QPointF shift(between.first, between.second);
-    const QRect pixels = area.translated(shift).toAlignedRect().adjusted(-1, -1, 1, 1);
-    Drawing drawing{between, QImage(pixels.size(), QImage::Format_ARGB32_Premultiplied), pixels.topLeft()};
-    if (drawing.picture.isNull())
-        return drawing;
-    drawing.picture.fill(Qt::transparent);
-    QPainter painter(&drawing.picture);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(shift - pixels.topLeft());
-    draw(painter);
-    return drawing;
-}
-
-void show(QPainter &painter, const Drawing &drawing, QPoint pixel)
-{
-    painter.save();
-    painter.resetTransform();
-    painter.drawImage(pixel + drawing.offset, drawing.picture);
-    painter.restore();
-}
-
 /// A line of a tag as it was last drawn.
 struct TagLine
 {
     QString value;
-    Drawing drawing;
+    KeptPicture picture;
 };
 
 /// Writes what tags say. The toolkit would load the font anew on every render thread, and fill each outline
@@ -120,12 +63,12 @@ public:
     /// QString::number, one for each label. @p lines is the caller's memory from one drawing to the next.
     void draw(QPainter &painter, QPointF corner, const std::array<QString, line_count> &values, Lines &lines)
     {
-        const bool in_pixels = draws_in_pixels(painter);
+        const bool in_pixels = KeptPicture::can_replace(painter);
         for (std::size_t line = 0; line < line_count; ++line) {
             corner.ry() += m_line_height;
             const QPointF origin = in_steps(corner);
             if (in_pixels)
-                draw_pixels(painter, Place(painter.transform().map(origin)), line, values.at(line),
+                draw_pixels(painter, PixelPosition(painter.transform().map(origin)), line, values.at(line),
                             lines.at(line));
             else
                 draw_outlines(painter, place(origin, line, values.at(line)));
@@ -137,7 +80,7 @@ private:
     {
         QPainterPath outline;         ///< its baseline starts at (0, 0)
         std::vector<double> advances; ///< pixels to the character that follows, by its place in m_characters
-        std::map<Coordinates, Drawing> coverage; ///< by place between the pixels; guarded by m_mutex
+        std::map<Subpixel, KeptPicture> coverage; ///< guarded by m_mutex
     };
 
     struct Placed
@@ -146,7 +89,7 @@ private:
         QPointF origin;
     };
 
-    static constexpr int enough_coverage_bytes = 1 << 24; ///< of pixels: with more, all is forgotten
+    static constexpr qsizetype enough_coverage_memory = 1 << 24; ///< bytes; with more, all is forgotten
 
     explicit TagText(const QFont &font) : m_line_height(QFontMetrics(font).height())
     {
@@ -196,63 +139,58 @@ private:
         painter.drawPath(text);
     }
 
-    void draw_pixels(QPainter &painter, const Place &at, std::size_t line, const QString &value,
+    void draw_pixels(QPainter &painter, const PixelPosition &at, std::size_t line, const QString &value,
                      TagLine &known)
     {
-        if (known.drawing.picture.isNull() || known.value != value || known.drawing.between != at.between)
-            known = {value, compose(at.between, line, value)};
-        show(painter, known.drawing, at.pixel);
+        if (known.value != value || !known.picture.suits(at.subpixel))
+            known = {value, compose(at.subpixel, line, value)};
+        known.picture.show(painter, at.pixel);
     }
 
     /// Adds up what the pieces of a line cover, as if they were one outline.
-    Drawing compose(const Coordinates &between, std::size_t line, const QString &value)
+    KeptPicture compose(Subpixel subpixel, std::size_t line, const QString &value)
     {
-        std::vector<std::pair<QPoint, QImage>> parts;
+        std::vector<std::pair<QPoint, KeptPicture>> parts;
         QRect area;
         {
             const std::lock_guard lock(m_mutex);
             forget_when_full();
-            for (const Placed &part : place({between.first, between.second}, line, value)) {
-                const Place at(part.origin);
-                const Drawing &coverage = cover(*part.piece, at.between);
-                parts.emplace_back(at.pixel + coverage.offset, coverage.picture);
-                area |= QRect(parts.back().first, coverage.picture.size());
+            for (const Placed &part : place({subpixel.x, subpixel.y}, line, value)) {
+                const PixelPosition at(part.origin);
+                parts.emplace_back(at.pixel, cover(*part.piece, at.subpixel));
+                area |= parts.back().second.covered(at.pixel);
             }
         }
-        QImage sum(area.size(), QImage::Format_ARGB32_Premultiplied);
-        sum.fill(Qt::transparent);
-        QPainter adding(&sum);
-        adding.setCompositionMode(QPainter::CompositionMode_Plus);
-        for (const auto &[pixel, image] : parts)
-            adding.drawImage(pixel - area.topLeft(), image);
-        adding.end();
-        return {between, std::move(sum), area.topLeft()};
+        return KeptPicture(area, subpixel, [&parts, &area](QPainter &painter) {
+            painter.setCompositionMode(QPainter::CompositionMode_Plus);
+            for (const auto &[pixel, picture] : parts)
+                picture.show(painter, pixel - area.topLeft());
+        });
     }
 
     /// Under the lock.
     void forget_when_full()
     {
-        if (m_coverage_bytes < enough_coverage_bytes)
+        if (m_coverage_memory < enough_coverage_memory)
             return;
         for (std::vector<Piece> *const pieces : {&m_labels, &m_numerals}) {
             for (Piece &piece : *pieces)
                 piece.coverage.clear();
         }
-        m_coverage_bytes = 0;
+        m_coverage_memory = 0;
     }
 
     /// The black that a piece leaves there. Under the lock.
-    const Drawing &cover(Piece &piece, const Coordinates &between)
+    const KeptPicture &cover(Piece &piece, Subpixel subpixel)
     {
-        const auto known = piece.coverage.find(between);
+        const auto known = piece.coverage.find(subpixel);
         if (known != piece.coverage.end())
             return known->second;
 
-        Drawing coverage = make_drawing(between, piece.outline.boundingRect(), [&piece](QPainter &painter) {
-            painter.fillPath(piece.outline, Qt::black);
-        });
-        m_coverage_bytes += coverage.picture.sizeInBytes();
-        return piece.coverage.emplace(between, std::move(coverage)).first->second;
+        KeptPicture coverage(piece.outline.boundingRect(), subpixel,
+                             [&piece](QPainter &painter) { painter.fillPath(piece.outline, Qt::black); });
+        m_coverage_memory += coverage.memory();
+        return piece.coverage.emplace(subpixel, std::move(coverage)).first->second;
     }
 
     const QString m_characters = QStringLiteral("0123456789-+.einfa"); ///< of QString::number's results
@@ -260,7 +198,7 @@ private:
     std::vector<Piece> m_labels;                                       ///< by line
     std::vector<Piece> m_numerals;                                     ///< by place in m_characters
     std::mutex m_mutex;                                                ///< guards all coverage
-    qsizetype m_coverage_bytes = 0;
+    qsizetype m_coverage_memory = 0;
 };
 
 } // namespace
@@ -269,8 +207,8 @@ private:
 /// of it stays.
 struct EventItem::Drawn
 {
-    std::optional<Coordinates> radius; ///< pixels; of the last rebuild
-    Drawing shape;
+    QPointF radius; ///< of the circle in the last rebuild, pixels; never (0, 0) after one
+    KeptPicture shape;
     TagText::Lines lines;
 };
 
@@ -319,15 +257,16 @@ void EventItem::rebuild()
     m_cross.lineTo(r.x(), 0);
 
     set_outline(m_shape);
-    const Coordinates radius(m_radius.x(), m_radius.y());
-    if (std::exchange(m_drawn->radius, radius) != radius)
+    // Exactly, since QPointF compares with a tolerance.
+    if (m_drawn->radius.x() != r.x() || m_drawn->radius.y() != r.y())
         m_drawn->shape = {};
+    m_drawn->radius = r;
 }
 
 void EventItem::redraw(QPainter &painter)
 {
     const QSizeF size = m_shape.boundingRect().size();
-    if (draws_in_pixels(painter) && size.width() * size.height() < most_kept_pixels)
+    if (KeptPicture::can_replace(painter) && size.width() * size.height() < most_kept_pixels)
         draw_kept_shape(painter);
     else
         draw_shape(painter);
@@ -336,15 +275,15 @@ void EventItem::redraw(QPainter &painter)
 
 void EventItem::draw_kept_shape(QPainter &painter)
 {
-    const Place place(painter.transform().map(QPointF()));
-    Drawing &shape = m_drawn->shape;
-    if (shape.picture.isNull() || shape.between != place.between)
-        shape = make_drawing(place.between, m_shape.boundingRect(),
-                             [this](QPainter &own_painter) { draw_shape(own_painter); });
-    if (shape.picture.isNull())
+    const PixelPosition origin(painter.transform().map(QPointF()));
+    KeptPicture &shape = m_drawn->shape;
+    if (!shape.suits(origin.subpixel))
+        shape = KeptPicture(m_shape.boundingRect(), origin.subpixel,
+                            [this](QPainter &own_painter) { draw_shape(own_painter); });
+    if (shape.is_null())
         draw_shape(painter);
     else
-        show(painter, shape, place.pixel);
+        shape.show(painter, origin.pixel);
 }
 
 void EventItem::draw_shape(QPainter &painter)
