@@ -1,24 +1,17 @@
 #include "item.h"
 
 #include "keptpicture.h"
+#include "tagtext.h"
 
-#include <QFont>
-#include <QFontMetrics>
 #include <QPainter>
 
-#include <array>
-#include <cmath>
-#include <map>
-#include <mutex>
 #include <utility>
-#include <vector>
 
 namespace {
 
 constexpr double default_radius = 25; // pixels, for contacts without a size
 constexpr double tag_width = 150;     // pixels
 constexpr double tag_height = 125;    // pixels
-constexpr int text_size = 16;         // pixels
 
 constexpr double most_kept_pixels = 1 << 20; // of a shape: a larger one is drawn again each time
 
@@ -26,180 +19,6 @@ QString eight_bits(int value)
 {
     return QString::number(value + 256, 2).right(8);
 }
-
-QFont make_tag_font()
-{
-    QFont font;
-    font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
-    font.setPixelSize(text_size);
-    return font;
-}
-
-/// A line of a tag as it was last drawn.
-struct TagLine
-{
-    QString value;
-    KeptPicture picture;
-};
-
-/// Writes what tags say. The toolkit would load the font anew on every render thread, and fill each outline
-/// anew for every record: both take far longer than the rest of a render. So each label and each character of
-/// a number is laid out once, filled once for each place between the pixels that it comes to lie at, and
-/// shared by all threads.
-class TagText
-{
-public:
-    static constexpr std::size_t line_count = 6;
-    using Lines = std::array<TagLine, line_count>;
-
-    /// The first call lays all out, on its thread.
-    static TagText &instance()
-    {
-        static TagText text(make_tag_font());
-        return text;
-    }
-
-    /// Fills the lines in black, the first one a line's height below @p corner. @p values are results of
-    /// QString::number, one for each label. @p lines is the caller's memory from one drawing to the next.
-    void draw(QPainter &painter, QPointF corner, const std::array<QString, line_count> &values, Lines &lines)
-    {
-        const bool in_pixels = KeptPicture::can_replace(painter);
-        for (std::size_t line = 0; line < line_count; ++line) {
-            corner.ry() += m_line_height;
-            const QPointF origin = in_steps(corner);
-            if (in_pixels)
-                draw_pixels(painter, PixelPosition(painter.transform().map(origin)), line, values.at(line),
-                            lines.at(line));
-            else
-                draw_outlines(painter, place(origin, line, values.at(line)));
-        }
-    }
-
-private:
-    struct Piece
-    {
-        QPainterPath outline;         ///< its baseline starts at (0, 0)
-        std::vector<double> advances; ///< pixels to the character that follows, by its place in m_characters
-        std::map<Subpixel, KeptPicture> coverage; ///< guarded by m_mutex
-    };
-
-    struct Placed
-    {
-        Piece *piece;
-        QPointF origin;
-    };
-
-    static constexpr qsizetype enough_coverage_memory = 1 << 24; ///< bytes; with more, all is forgotten
-
-    explicit TagText(const QFont &font) : m_line_height(QFontMetrics(font).height())
-    {
-        for (const char *const label : {"FID: ", "X: ", "Y: ", "X Radius: ", "Y Radius: ", "Buttons: "})
-            m_labels.push_back(lay_out(QString::fromLatin1(label), font));
-        for (const QChar character : m_characters)
-            m_numerals.push_back(lay_out(character, font));
-    }
-
-    Piece lay_out(const QString &text, const QFont &font) const
-    {
-        Piece piece;
-        piece.outline.addText(0, 0, font, text);
-        const QFontMetricsF metrics(font);
-        for (const QChar next : m_characters) // measured together, since fonts kern
-            piece.advances.push_back(metrics.horizontalAdvance(text + next)
-                                     - metrics.horizontalAdvance(next));
-        return piece;
-    }
-
-    std::vector<Placed> place(QPointF origin, std::size_t line, const QString &value)
-    {
-        std::vector<Placed> placed{{&m_labels.at(line), origin}};
-        for (const QChar character : value) {
-            const auto next = static_cast<std::size_t>(m_characters.indexOf(character));
-            origin.rx() += placed.back().piece->advances.at(next);
-            placed.push_back({&m_numerals.at(next), origin});
-        }
-        return placed;
-    }
-
-    /// The toolkit lays text out in steps of a 64th of a pixel, and drops what is less.
-    static QPointF in_steps(QPointF point)
-    {
-        constexpr double steps = 64;
-        return {std::trunc(point.x() * steps) / steps, std::trunc(point.y() * steps) / steps};
-    }
-
-    void draw_outlines(QPainter &painter, const std::vector<Placed> &placed)
-    {
-        const std::lock_guard lock(m_mutex); // paths share their data, and note in it what they have computed
-        QPainterPath text;
-        for (const Placed &part : placed)
-            text.addPath(part.piece->outline.translated(part.origin));
-        painter.setBrush(Qt::black);
-        painter.setPen(Qt::NoPen);
-        painter.drawPath(text);
-    }
-
-    void draw_pixels(QPainter &painter, const PixelPosition &at, std::size_t line, const QString &value,
-                     TagLine &known)
-    {
-        if (known.value != value || !known.picture.suits(at.subpixel))
-            known = {value, compose(at.subpixel, line, value)};
-        known.picture.show(painter, at.pixel);
-    }
-
-    /// Adds up what the pieces of a line cover, as if they were one outline.
-    KeptPicture compose(Subpixel subpixel, std::size_t line, const QString &value)
-    {
-        std::vector<std::pair<QPoint, KeptPicture>> parts;
-        QRect area;
-        {
-            const std::lock_guard lock(m_mutex);
-            forget_when_full();
-            for (const Placed &part : place({subpixel.x, subpixel.y}, line, value)) {
-                const PixelPosition at(part.origin);
-                parts.emplace_back(at.pixel, cover(*part.piece, at.subpixel));
-                area |= parts.back().second.covered(at.pixel);
-            }
-        }
-        return KeptPicture(area, subpixel, [&parts, &area](QPainter &painter) {
-            painter.setCompositionMode(QPainter::CompositionMode_Plus);
-            for (const auto &[pixel, picture] : parts)
-                picture.show(painter, pixel - area.topLeft());
-        });
-    }
-
-    /// Under the lock.
-    void forget_when_full()
-    {
-        if (m_coverage_memory < enough_coverage_memory)
-            return;
-        for (std::vector<Piece> *const pieces : {&m_labels, &m_numerals}) {
-            for (Piece &piece : *pieces)
-                piece.coverage.clear();
-        }
-        m_coverage_memory = 0;
-    }
-
-    /// The black that a piece leaves there. Under the lock.
-    const KeptPicture &cover(Piece &piece, Subpixel subpixel)
-    {
-        const auto known = piece.coverage.find(subpixel);
-        if (known != piece.coverage.end())
-            return known->second;
-
-        KeptPicture coverage(piece.outline.boundingRect(), subpixel,
-                             [&piece](QPainter &painter) { painter.fillPath(piece.outline, Qt::black); });
-        m_coverage_memory += coverage.memory();
-        return piece.coverage.emplace(subpixel, std::move(coverage)).first->second;
-    }
-
-    const QString m_characters = QStringLiteral("0123456789-+.einfa"); ///< of QString::number's results
-    const int m_line_height;                                           ///< pixels
-    std::vector<Piece> m_labels;                                       ///< by line
-    std::vector<Piece> m_numerals;                                     ///< by place in m_characters
-    std::mutex m_mutex;                                                ///< guards all coverage
-    qsizetype m_coverage_memory = 0;
-};
 
 } // namespace
 
