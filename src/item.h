@@ -25,7 +25,7 @@ class QPainter;
 ///
 /// Shared by the view's z-order and by the contacts that it has captured. All operations belong to the GUI
 /// thread, except that every tick renders each item on a thread of its own between update_begin and
-/// update_end: meanwhile nothing else may touch the cache, the outline or the update flags. Item coordinates
+/// update_end. Until then nothing else may touch the cache, the outline or the update flags. Item coordinates
 /// are pixels before rotation and scale, with (0, 0) at the position; view coordinates are pixels of the
 /// view.
 class Item : public QObject
@@ -53,12 +53,12 @@ public:
     virtual void pen_event(const Korvane::Controls &event);
     virtual void touch_event(const std::vector<Korvane::Controls> &event);
     virtual void erase_event(const std::vector<Korvane::Controls> &event);
-    /// Makes the geometry anew and hands the outline to set_outline. The render's.
+    /// Makes the geometry again and hands the outline to set_outline. Called on the render thread.
     virtual void rebuild();
-    /// Draws the item in item coordinates. The render's.
+    /// Draws the item in item coordinates. Called on the render thread.
     virtual void redraw(QPainter &painter);
     /// Makes the cache large enough for the outline; caches only grow. Where there is no memory for it, the
-    /// item has none and is not drawn. Render thread.
+    /// item has none and is not drawn. Called on the render thread.
     virtual void rebuffer();
 
     /// To be called after a change of position, rotation or scale.
@@ -72,14 +72,15 @@ public:
 
     /// Draws the cached picture where it was last rendered, in view coordinates; nothing without a cache.
     void paint(QPainter &painter) const;
-    /// Clears the cache and draws the item into it; nothing without a cache. The render's.
+    /// Clears the cache and draws the item into it; nothing without a cache. Called on the render thread.
     void redraw();
     /// Starts the render of a tick, on a thread of its own unless only the area is to be told.
     void update_begin();
     /// Waits for the render that update_begin has started, or runs it where no thread could be had. What a
     /// render throws is dropped.
     void update_end();
-    /// The render itself; nothing without an owner, and the update flags stay. The render's.
+    /// The render itself. An item without an owner does nothing and keeps its update flags. Called on the
+    /// render thread.
     void update_impl();
     /// Nothing is drawn until a render has resized the cache and redrawn the picture.
     void clear_image_cache();
@@ -93,6 +94,8 @@ public:
 private:
     void report_screen_area();
 
+    // The order of the members is part of the interface, so that access changes with the members' users:
+    // protected ones are for subclasses, public ones for the view and for those who look items up.
     std::future<void> m_pending_render; ///< of the last update_begin
 
 protected:
@@ -159,9 +162,10 @@ private:
     int m_buttons = 0;
     QPointF m_radius; ///< pixels
     QColor m_colour;
-    std::unique_ptr<Drawn> m_drawn; ///< the render's
+    std::unique_ptr<Drawn> m_drawn; ///< used by the render only
 };
 
+/// Shows a pen.
 class Pen : public EventItem
 {
     Q_OBJECT
@@ -171,6 +175,7 @@ public:
     ~Pen() override;
 };
 
+/// Shows a finger.
 class Touch : public EventItem
 {
     Q_OBJECT
@@ -180,6 +185,7 @@ public:
     ~Touch() override;
 };
 
+/// Shows a palm or an eraser.
 class Erase : public EventItem
 {
     Q_OBJECT
