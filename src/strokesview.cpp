@@ -1,6 +1,7 @@
 #include "strokesview.h"
 
 #include "item.h"
+#include "roundline.h"
 
 #include <QBrush>
 #include <QFont>
@@ -52,40 +53,18 @@ bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
         && same(a.line.y2(), b.line.y2()) && a.width == b.width;
 }
 
-/// The pixels that a segment may touch. Both end pixels belong to it, as QRect counts its corners.
-QRect covered_pixels(const StrokesView::segment &piece)
-{
-    const auto [left, right] =
-        std::minmax({static_cast<int>(piece.line.x1()), static_cast<int>(piece.line.x2())});
-    const auto [top, bottom] =
-        std::minmax({static_cast<int>(piece.line.y1()), static_cast<int>(piece.line.y2())});
-    const auto margin = static_cast<int>(double(piece.width) + 1.0);
-    return QRect(QPoint(left, top), QPoint(right, bottom)).adjusted(-margin, -margin, margin, margin);
-}
-
-/// The painter keeps the pen, since to set one takes its time.
-void draw_line(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
-{
-    const double width = 2 * double(piece.width);
-    const QPen &pen = painter.pen();
-    if (pen.style() != Qt::SolidLine || pen.widthF() != width || pen.color() != colour)
-        painter.setPen(
-            QPen(QBrush(colour, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawLines(&piece.line, 1);
-}
-
 /// Pictures of short lines. The more often a pen reports, the shorter are its steps, and the fewer different
 /// ones there are: filled once, they are only copied, which takes a sixth of the time.
 class ShortLines
 {
 public:
-    /// Draws a line in the same pixels as draw_line would. False, and nothing drawn, where there is no
+    /// Draws a line in the same pixels as draw_round_line would. False, and nothing drawn, where there is no
     /// picture of it.
     bool draw(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
     {
         if (!suits(piece) || colour.alpha() != 255)
             return false;
-        const QRect area = covered_pixels(piece);
+        const QRect area = covered_pixels(piece.line, piece.width);
         const QImage picture = find_picture(piece, colour, area);
         if (picture.isNull())
             return false;
@@ -142,7 +121,7 @@ private:
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.translate(-area.topLeft());
-        draw_line(painter, piece, colour);
+        draw_round_line(painter, piece.line, piece.width, colour);
         painter.end();
         return picture.copy(); // what has been painted on keeps a paint engine, larger than most pictures
     }
@@ -294,7 +273,7 @@ public:
         if (is_point(piece.line))
             paint_dot(piece, colour);
         else if (colour == Qt::white || !m_short_lines.draw(m_painter, piece, colour))
-            draw_line(m_painter, piece, colour);
+            draw_round_line(m_painter, piece.line, piece.width, colour);
     }
 
 private:
@@ -379,7 +358,7 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
         drawing.segments.push_back(piece);
         if (m_strokes_layer)
             m_strokes_layer->paint(piece, drawing.colour, QPainter::CompositionMode_SourceOver);
-        add_dirty_region(covered_pixels(piece));
+        add_dirty_region(covered_pixels(piece.line, piece.width));
     }
 
     if (event.buttons != 0) {
