@@ -2,6 +2,7 @@
 
 #include "item.h"
 #include "roundline.h"
+#include "shortlines.h"
 
 #include <QBrush>
 #include <QFont>
@@ -14,9 +15,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <functional>
-#include <map>
-#include <tuple>
 #include <utility>
 
 #include <malloc.h>
@@ -30,12 +28,6 @@ constexpr int cell = 32; // pixels: mesh of the grid, side of a cell of the colo
 constexpr int bar_columns = 17;    // eight black ones between nine white ones
 constexpr int help_text_size = 32; // pixels
 constexpr QSize normal_size{960, 540};
-
-// Lines whose pictures are kept, at most; together they take nine megabytes at most.
-constexpr int longest_kept_line = 24;    // pixels across and down together
-constexpr float widest_kept_line = 9;    // pixels from its middle: the widest that the keys set
-constexpr float narrowest_kept_line = 1; // not kept itself, nor any narrower
-constexpr std::size_t most_kept_lines = 2048;
 
 bool same(double a, double b)
 {
@@ -52,83 +44,6 @@ bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
     return same(a.line.x1(), b.line.x1()) && same(a.line.y1(), b.line.y1()) && same(a.line.x2(), b.line.x2())
         && same(a.line.y2(), b.line.y2()) && a.width == b.width;
 }
-
-/// Pictures of short lines. The more often a pen reports, the shorter are its steps, and the fewer different
-/// ones there are: filled once, they are only copied, which takes a sixth of the time.
-class ShortLines
-{
-public:
-    /// Draws a line in the same pixels as draw_round_line would. False, and nothing drawn, where there is no
-    /// picture of it.
-    bool draw(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
-    {
-        if (!suits(piece) || colour.alpha() != 255)
-            return false;
-        const QRect area = covered_pixels(piece.line, piece.width);
-        const QImage picture = find_picture(piece, colour, area);
-        if (picture.isNull())
-            return false;
-        // Also in a rebuild: opaque, it leaves the same pixels as with the source mode, which would clear
-        // what lies around it.
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        painter.drawImage(area.topLeft(), picture);
-        return true;
-    }
-
-private:
-    using Key = std::tuple<double, double, float, QRgb>; ///< way across and down, width, colour
-    static constexpr std::size_t most_seen = 1024;
-
-    /// Short lines from pixel to pixel, which the toolkit fills alike wherever they lie. Of two pixels'
-    /// width, some depend on how the last bit of a coordinate has been rounded.
-    static bool suits(const StrokesView::segment &piece)
-    {
-        const auto whole = [](double x) { return x == std::floor(x); };
-        const QLineF &line = piece.line;
-        return whole(line.x1()) && whole(line.y1()) && whole(line.x2()) && whole(line.y2())
-            && std::abs(line.dx()) + std::abs(line.dy()) <= longest_kept_line
-            && piece.width > narrowest_kept_line && piece.width <= widest_kept_line;
-    }
-
-    /// Null for a line that has not come before: where the width changes all the time, most never come again.
-    QImage find_picture(const StrokesView::segment &piece, const QColor &colour, const QRect &area)
-    {
-        const Key key(piece.line.dx(), piece.line.dy(), piece.width, colour.rgb());
-        const auto known = m_pictures.find(key);
-        if (known != m_pictures.end())
-            return known->second;
-        if (std::exchange(m_seen.at(hash(key) % most_seen), key) != key)
-            return {};
-        if (m_pictures.size() >= most_kept_lines)
-            m_pictures.clear();
-        return m_pictures[key] = make_picture(piece, colour, area);
-    }
-
-    static std::size_t hash(const Key &key)
-    {
-        const auto [across, down, width, colour] = key;
-        const std::hash<double> of;
-        return ((of(across) * 31 + of(down)) * 31 + of(double(width))) * 31 + colour;
-    }
-
-    /// Null where there is no memory.
-    static QImage make_picture(const StrokesView::segment &piece, const QColor &colour, const QRect &area)
-    {
-        QImage picture(area.size(), QImage::Format_ARGB32_Premultiplied);
-        if (picture.isNull())
-            return picture;
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.translate(-area.topLeft());
-        draw_round_line(painter, piece.line, piece.width, colour);
-        painter.end();
-        return picture.copy(); // what has been painted on keeps a paint engine, larger than most pictures
-    }
-
-    std::map<Key, QImage> m_pictures;    ///< null where there was no memory
-    std::array<Key, most_seen> m_seen{}; ///< by hash: the last line that had no picture
-};
 
 void set_outline_pen(QPainter &painter, Qt::PenStyle style)
 {
@@ -272,7 +187,7 @@ public:
         m_painter.setCompositionMode(colour == Qt::white ? QPainter::CompositionMode_Clear : mode);
         if (is_point(piece.line))
             paint_dot(piece, colour);
-        else if (colour == Qt::white || !m_short_lines.draw(m_painter, piece, colour))
+        else if (colour == Qt::white || !m_short_lines.draw(m_painter, piece.line, piece.width, colour))
             draw_round_line(m_painter, piece.line, piece.width, colour);
     }
 
