@@ -2,7 +2,7 @@
 
 #include "item.h"
 #include "roundline.h"
-#include "shortlines.h"
+#include "strokeslayer.h"
 
 #include <QBrush>
 #include <QFont>
@@ -32,11 +32,6 @@ constexpr QSize normal_size{960, 540};
 bool same(double a, double b)
 {
     return std::abs(a - b) <= same_position;
-}
-
-bool is_point(const QLineF &line)
-{
-    return same(line.x1(), line.x2()) && same(line.y1(), line.y2());
 }
 
 bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
@@ -162,51 +157,6 @@ bool smaller(const QImage *image, int width, int height)
 
 } // namespace
 
-/// The image of the strokes, premultiplied ARGB and transparent where nothing is drawn, with its painter.
-/// That stays open, with the pen that it has, since making both anew takes longer than a short line.
-class StrokesView::Layer
-{
-public:
-    /// @p image is not null.
-    explicit Layer(std::unique_ptr<QImage> image) : m_image(std::move(image)), m_painter(m_image.get())
-    {
-        m_painter.setRenderHint(QPainter::Antialiasing);
-        m_painter.setPen(
-            Qt::NoPen); // unlike a painter's first one, a pen that is set is known to have round caps
-    }
-
-    const QImage &image() const { return *m_image; }
-
-    void clear() { m_image->fill(0); }
-
-    /// The one rule by which a segment is painted, live and in a rebuild.
-    void paint(const segment &piece, const QColor &colour, QPainter::CompositionMode mode)
-    {
-        // Erasers never paint white: they make the layer transparent again, so that the pattern shows
-        // through.
-        m_painter.setCompositionMode(colour == Qt::white ? QPainter::CompositionMode_Clear : mode);
-        if (is_point(piece.line))
-            paint_dot(piece, colour);
-        else if (colour == Qt::white || !m_short_lines.draw(m_painter, piece.line, piece.width, colour))
-            draw_round_line(m_painter, piece.line, piece.width, colour);
-    }
-
-private:
-    void paint_dot(const segment &piece, const QColor &colour)
-    {
-        const auto radius = double(piece.width);
-        QPainterPath dot;
-        dot.addEllipse(piece.line.x1() - radius, piece.line.y1() - radius, 2 * radius, 2 * radius);
-        m_painter.setPen(Qt::NoPen);
-        m_painter.setBrush(QBrush(colour, Qt::SolidPattern));
-        m_painter.drawPath(dot);
-    }
-
-    std::unique_ptr<QImage> m_image;
-    QPainter m_painter;
-    ShortLines m_short_lines;
-};
-
 StrokesView::StrokesView() : ItemView(0)
 {
     connect(this, &ItemView::out_pen_event, this, &StrokesView::my_pen_event);
@@ -272,7 +222,8 @@ void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colo
     if (drawing.segments.empty() || !same_segment(drawing.segments.back(), piece)) {
         drawing.segments.push_back(piece);
         if (m_strokes_layer)
-            m_strokes_layer->paint(piece, drawing.colour, QPainter::CompositionMode_SourceOver);
+            m_strokes_layer->paint(piece.line, piece.width, drawing.colour,
+                                   QPainter::CompositionMode_SourceOver);
         add_dirty_region(covered_pixels(piece.line, piece.width));
     }
 
@@ -294,7 +245,7 @@ void StrokesView::redraw_strokes()
     QPainter::CompositionMode mode = QPainter::CompositionMode_SourceOver;
     for (const stroke &finished : m_strokes) {
         for (const segment &piece : finished.segments) {
-            m_strokes_layer->paint(piece, finished.colour, mode);
+            m_strokes_layer->paint(piece.line, piece.width, finished.colour, mode);
             // Deliberate: only the very first segment of a rebuild is composed over what lies below.
             mode = QPainter::CompositionMode_Source;
         }
@@ -418,7 +369,7 @@ void StrokesView::resizeEvent(QResizeEvent *)
 
     if (smaller(m_strokes_layer ? &m_strokes_layer->image() : nullptr, max_width, max_height)) {
         auto image = new_image(max_width, max_height, QImage::Format_ARGB32_Premultiplied);
-        m_strokes_layer = image ? std::make_unique<Layer>(std::move(image)) : nullptr;
+        m_strokes_layer = image ? std::make_unique<StrokesLayer>(std::move(image)) : nullptr;
         redraw_strokes();
     }
     if (smaller(m_test_image.get(), max_width, max_height))

@@ -13,6 +13,7 @@
 
 class EventItem;
 class QPainter;
+class StrokesLayer;
 
 /// The full-screen drawing area: a test pattern, over it the strokes that contacts have left, over these an
 /// info tag for each contact in progress. GUI thread only; all coordinates are pixels of the widget.
@@ -89,15 +90,13 @@ public slots:
 private:
     enum test_mode { no_test, grid, colors, shapes, black, vertical_bars, horizontal_bars, help };
 
-    class Layer;
-
     void toggle(test_mode mode);
     template <typename ContactItem>
     void show_contact(const Korvane::Controls &event, const QColor &stroke_colour, const QColor &item_colour);
 
     std::vector<stroke> m_strokes;                     ///< finished, oldest first
     std::map<int, std::shared_ptr<EventItem>> m_items; ///< by contact id: the info tags shown
-    std::unique_ptr<Layer> m_strokes_layer;            ///< null where there is no memory for it
+    std::unique_ptr<StrokesLayer> m_strokes_layer;     ///< null if there is no memory for it
     std::map<int, draw_state> m_draw_states;           ///< by contact id; entries stay
 
 public:
