@@ -5,11 +5,7 @@
 #include "strokeslayer.h"
 
 #include <QBrush>
-#include <QFont>
-#include <QFontMetrics>
 #include <QPainter>
-#include <QPainterPath>
-#include <QPen>
 
 #include <algorithm>
 #include <array>
@@ -24,9 +20,6 @@ namespace {
 constexpr double same_position = 1e-12; // pixels: closer than this is equal
 constexpr int tag_alpha = 32;
 constexpr QRgb white = 0xffffff;
-constexpr int cell = 32; // pixels: mesh of the grid, side of a cell of the colour field, smallest target
-constexpr int bar_columns = 17;    // eight black ones between nine white ones
-constexpr int help_text_size = 32; // pixels
 constexpr QSize normal_size{960, 540};
 
 bool same(double a, double b)
@@ -38,109 +31,6 @@ bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
 {
     return same(a.line.x1(), b.line.x1()) && same(a.line.y1(), b.line.y1()) && same(a.line.x2(), b.line.x2())
         && same(a.line.y2(), b.line.y2()) && a.width == b.width;
-}
-
-void set_outline_pen(QPainter &painter, Qt::PenStyle style)
-{
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(QBrush(Qt::black, Qt::SolidPattern), 0.0, style, Qt::RoundCap, Qt::RoundJoin));
-    painter.setBrush(Qt::NoBrush);
-}
-
-// The patterns. Grid and colour field fill the whole image, the others the widget as it is now.
-
-void draw_grid(QPainter &painter, QSize size)
-{
-    set_outline_pen(painter, Qt::DotLine);
-    for (int x = 0; x < size.width(); x += cell)
-        painter.drawLine(x, 0, x, size.height());
-    for (int y = 0; y < size.height(); y += cell)
-        painter.drawLine(0, y, size.width(), y);
-}
-
-void draw_colour_field(QPainter &painter, QSize size, const std::array<QBrush, 4> &brushes)
-{
-    for (int y = 0; y < size.height(); y += cell) {
-        for (int x = 0; x < size.width(); x += cell) {
-            const int colour = 2 * (x / cell % 2) + y / cell % 2;
-            painter.fillRect(x, y, cell, cell, brushes.at(static_cast<std::size_t>(colour)));
-        }
-    }
-}
-
-/// Square rings of targets around the centre, each ring one target wide and its targets half as large again.
-void draw_targets(QPainter &painter, QSize size)
-{
-    set_outline_pen(painter, Qt::SolidLine);
-    const int cx = size.width() / 2;
-    const int cy = size.height() / 2;
-    int diameter = cell;
-    for (int offset = 0; offset < cx;) {
-        const int across = offset + diameter / 2; // from the centre to the ring
-        const int end = diameter / 2 + std::max(cx, cy);
-        const auto draw = [&](int x, int y) { target(painter, float(x), float(y), float(diameter)); };
-        for (int along = across; along < end; along += diameter) {
-            draw(cx + along, cy + across);
-            draw(cx + along, cy - across);
-            draw(cx - along, cy + across);
-            draw(cx - along, cy - across);
-            draw(cx + across, cy + along);
-            draw(cx + across, cy - along);
-            draw(cx - across, cy + along);
-            draw(cx - across, cy - along);
-        }
-        offset += diameter;
-        diameter = diameter * 3 / 2;
-    }
-}
-
-void draw_vertical_bars(QPainter &painter, QSize size)
-{
-    painter.fillRect(QRect(QPoint(), size), Qt::white);
-    const int step = size.width() / bar_columns;
-    for (int i = 1; i < bar_columns; i += 2)
-        painter.fillRect(step * i, 0, step, size.height(), Qt::black);
-}
-
-void draw_horizontal_bars(QPainter &painter, QSize size)
-{
-    painter.fillRect(QRect(QPoint(), size), Qt::white);
-    const int step = size.height() / bar_columns;
-    for (int i = 1; i < bar_columns; i += 2)
-        painter.fillRect(0, step * i, size.width(), step, Qt::black);
-}
-
-void draw_help(QPainter &painter)
-{
-    static constexpr const char *lines[] = {
-        "Keyboard controls",
-        "H to toggle this help screen",
-        "ESC to exit",
-        "ENTER to toggle full screen",
-        "BACKSPACE to clear strokes",
-        "SPACE to toggle info tag boxes",
-        "G to toggle grid",
-        "S to toggle shape field",
-        "C to toggle colour field",
-        "B to toggle all black",
-        "<- to toggle vertical bars",
-        "-> to toggle horizontal bars",
-        "0-9 to select stroke width",
-    };
-    QFont font;
-    font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
-    font.setPixelSize(help_text_size);
-
-    const int line_height = QFontMetrics(font).height();
-    painter.setRenderHint(QPainter::Antialiasing);
-    int baseline = 0;
-    // Filled one by one, since the toolkit is slow with large outlines: lines this far apart share no pixel.
-    for (const char *const line : lines) {
-        baseline += line_height;
-        QPainterPath text;
-        text.addText(0, baseline, font, QString::fromLatin1(line));
-        painter.fillPath(text, Qt::black);
-    }
 }
 
 /// Null where there is no memory for the image.
@@ -340,7 +230,7 @@ void StrokesView::redraw_test()
         draw_targets(painter, size());
         break;
     case black:
-        painter.fillRect(0, 0, width(), height(), Qt::black);
+        draw_black(painter, size());
         break;
     case vertical_bars:
         draw_vertical_bars(painter, size());
@@ -386,14 +276,4 @@ void StrokesView::paintEvent(QPaintEvent *event)
         painter.drawImage(0, 0, m_strokes_layer->image());
     // The items are painted by a second painter, while this one is still open.
     ItemView::paintEvent(event);
-}
-
-void target(QPainter &painter, float x, float y, float size)
-{
-    const auto whole = [](float value) { return static_cast<int>(value); };
-    const float radius = 0.5F * size;
-    const float arm = 0.25F * size;
-    painter.drawEllipse(whole(x - radius), whole(y - radius), whole(size), whole(size));
-    painter.drawLine(whole(x - arm), whole(y), whole(x + arm), whole(y));
-    painter.drawLine(whole(x), whole(y - arm), whole(x), whole(y + arm));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "itemview.h"
+#include "testpatterns.h"
 
 #include <QColor>
 #include <QImage>
@@ -12,7 +13,6 @@
 #include <vector>
 
 class EventItem;
-class QPainter;
 class StrokesLayer;
 
 /// The full-screen drawing area: a test pattern, over it the strokes that contacts have left, over these an
@@ -107,7 +107,3 @@ private:
     int m_test_mode = help;               ///< of test_mode
     std::unique_ptr<QImage> m_test_image; ///< RGB32
 };
-
-/// Draws a circle of diameter @p size around (@p x, @p y) with a cross half as wide, all truncated to whole
-/// pixels, with the painter's pen and brush.
-void target(QPainter &painter, float x, float y, float size);

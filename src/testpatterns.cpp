@@ -1,8 +1,5 @@
-#include "strokesview.h"
+#include "testpatterns.h"
 
-#include "item.h"
-
-#include <QBrush>
 #include <QFont>
 #include <QFontMetrics>
 #include <QPainter>
@@ -10,146 +7,13 @@
 #include <QPen>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstddef>
-#include <functional>
-#include <map>
-#include <tuple>
-#include <utility>
-
-#include <malloc.h>
 
 namespace {
 
-constexpr double same_position = 1e-12; // pixels: closer than this is equal
-constexpr int tag_alpha = 32;
-constexpr QRgb white = 0xffffff;
 constexpr int cell = 32; // pixels: mesh of the grid, side of a cell of the colour field, smallest target
 constexpr int bar_columns = 17;    // eight black ones between nine white ones
 constexpr int help_text_size = 32; // pixels
-constexpr QSize normal_size{960, 540};
-
-// Lines whose pictures are kept, at most; together they take nine megabytes at most.
-constexpr int longest_kept_line = 24;    // pixels across and down together
-constexpr float widest_kept_line = 9;    // pixels from its middle: the widest that the keys set
-constexpr float narrowest_kept_line = 1; // not kept itself, nor any narrower
-constexpr std::size_t most_kept_lines = 2048;
-
-bool same(double a, double b)
-{
-    return std::abs(a - b) <= same_position;
-}
-
-bool is_point(const QLineF &line)
-{
-    return same(line.x1(), line.x2()) && same(line.y1(), line.y2());
-}
-
-bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
-{
-    return same(a.line.x1(), b.line.x1()) && same(a.line.y1(), b.line.y1()) && same(a.line.x2(), b.line.x2())
-        && same(a.line.y2(), b.line.y2()) && a.width == b.width;
-}
-
-/// The pixels that a segment may touch. Both end pixels belong to it, as QRect counts its corners.
-QRect covered_pixels(const StrokesView::segment &piece)
-{
-    const auto [left, right] =
-        std::minmax({static_cast<int>(piece.line.x1()), static_cast<int>(piece.line.x2())});
-    const auto [top, bottom] =
-        std::minmax({static_cast<int>(piece.line.y1()), static_cast<int>(piece.line.y2())});
-    const auto margin = static_cast<int>(double(piece.width) + 1.0);
-    return QRect(QPoint(left, top), QPoint(right, bottom)).adjusted(-margin, -margin, margin, margin);
-}
-
-/// The painter keeps the pen, since to set one takes its time.
-void draw_line(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
-{
-    const double width = 2 * double(piece.width);
-    const QPen &pen = painter.pen();
-    if (pen.style() != Qt::SolidLine || pen.widthF() != width || pen.color() != colour)
-        painter.setPen(
-            QPen(QBrush(colour, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawLines(&piece.line, 1);
-}
-
-/// Pictures of short lines. The more often a pen reports, the shorter are its steps, and the fewer different
-/// ones there are: filled once, they are only copied, which takes a sixth of the time.
-class ShortLines
-{
-public:
-    /// Draws a line in the same pixels as draw_line would. False, and nothing drawn, where there is no
-    /// picture of it.
-    bool draw(QPainter &painter, const StrokesView::segment &piece, const QColor &colour)
-    {
-        if (!suits(piece) || colour.alpha() != 255)
-            return false;
-        const QRect area = covered_pixels(piece);
-        const QImage picture = find_picture(piece, colour, area);
-        if (picture.isNull())
-            return false;
-        // Also in a rebuild: opaque, it leaves the same pixels as with the source mode, which would clear
-        // what lies around it.
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        painter.drawImage(area.topLeft(), picture);
-        return true;
-    }
-
-private:
-    using Key = std::tuple<double, double, float, QRgb>; ///< way across and down, width, colour
-    static constexpr std::size_t most_seen = 1024;
-
-    /// Short lines from pixel to pixel, which the toolkit fills alike wherever they lie. Of two pixels'
-    /// width, some depend on how the last bit of a coordinate has been rounded.
-    static bool suits(const StrokesView::segment &piece)
-    {
-        const auto whole = [](double x) { return x == std::floor(x); };
-        const QLineF &line = piece.line;
-        return whole(line.x1()) && whole(line.y1()) && whole(line.x2()) && whole(line.y2())
-            && std::abs(line.dx()) + std::abs(line.dy()) <= longest_kept_line
-            && piece.width > narrowest_kept_line && piece.width <= widest_kept_line;
-    }
-
-    /// Null for a line that has not come before: where the width changes all the time, most never come again.
-    QImage find_picture(const StrokesView::segment &piece, const QColor &colour, const QRect &area)
-    {
-        const Key key(piece.line.dx(), piece.line.dy(), piece.width, colour.rgb());
-        const auto known = m_pictures.find(key);
-        if (known != m_pictures.end())
-            return known->second;
-        if (std::exchange(m_seen.at(hash(key) % most_seen), key) != key)
-            return {};
-        if (m_pictures.size() >= most_kept_lines)
-            m_pictures.clear();
-        return m_pictures[key] = make_picture(piece, colour, area);
-    }
-
-    static std::size_t hash(const Key &key)
-    {
-        const auto [across, down, width, colour] = key;
-        const std::hash<double> of;
-        return ((of(across) * 31 + of(down)) * 31 + of(double(width))) * 31 + colour;
-    }
-
-    /// Null where there is no memory.
-    static QImage make_picture(const StrokesView::segment &piece, const QColor &colour, const QRect &area)
-    {
-        QImage picture(area.size(), QImage::Format_ARGB32_Premultiplied);
-        if (picture.isNull())
-            return picture;
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.translate(-area.topLeft());
-        draw_line(painter, piece, colour);
-        painter.end();
-        return picture.copy(); // what has been painted on keeps a paint engine, larger than most pictures
-    }
-
-    std::map<Key, QImage> m_pictures;    ///< null where there was no memory
-    std::array<Key, most_seen> m_seen{}; ///< by hash: the last line that had no picture
-};
 
 void set_outline_pen(QPainter &painter, Qt::PenStyle style)
 {
@@ -158,7 +22,7 @@ void set_outline_pen(QPainter &painter, Qt::PenStyle style)
     painter.setBrush(Qt::NoBrush);
 }
 
-// The patterns. Grid and colour field fill the whole image, the others the widget as it is now.
+} // namespace
 
 void draw_grid(QPainter &painter, QSize size)
 {
@@ -179,7 +43,6 @@ void draw_colour_field(QPainter &painter, QSize size, const std::array<QBrush, 4
     }
 }
 
-/// Square rings of targets around the centre, each ring one target wide and its targets half as large again.
 void draw_targets(QPainter &painter, QSize size)
 {
     set_outline_pen(painter, Qt::SolidLine);
@@ -203,6 +66,11 @@ void draw_targets(QPainter &painter, QSize size)
         offset += diameter;
         diameter = diameter * 3 / 2;
     }
+}
+
+void draw_black(QPainter &painter, QSize size)
+{
+    painter.fillRect(QRect(QPoint(), size), Qt::black);
 }
 
 void draw_vertical_bars(QPainter &painter, QSize size)
@@ -245,302 +113,13 @@ void draw_help(QPainter &painter)
     const int line_height = QFontMetrics(font).height();
     painter.setRenderHint(QPainter::Antialiasing);
     int baseline = 0;
-    // Filled one by one, since the toolkit is slow with large outlines: lines this far apart share no pixel.
+    // One by one, since Qt fills large outlines slowly. Lines this far apart share no pixel.
     for (const char *const line : lines) {
         baseline += line_height;
         QPainterPath text;
         text.addText(0, baseline, font, QString::fromLatin1(line));
         painter.fillPath(text, Qt::black);
     }
-}
-
-/// Null where there is no memory for the image.
-std::unique_ptr<QImage> new_image(int width, int height, QImage::Format format)
-{
-    auto image = std::make_unique<QImage>(width, height, format);
-    return image->isNull() ? nullptr : std::move(image);
-}
-
-bool smaller(const QImage *image, int width, int height)
-{
-    return !image || image->width() < width || image->height() < height;
-}
-
-} // namespace
-
-/// The image of the strokes, premultiplied ARGB and transparent where nothing is drawn, with its painter.
-/// That stays open, with the pen that it has, since making both anew takes longer than a short line.
-class StrokesView::Layer
-{
-public:
-    /// @p image is not null.
-    explicit Layer(std::unique_ptr<QImage> image) : m_image(std::move(image)), m_painter(m_image.get())
-    {
-        m_painter.setRenderHint(QPainter::Antialiasing);
-        m_painter.setPen(
-            Qt::NoPen); // unlike a painter's first one, a pen that is set is known to have round caps
-    }
-
-    const QImage &image() const { return *m_image; }
-
-    void clear() { m_image->fill(0); }
-
-    /// The one rule by which a segment is painted, live and in a rebuild.
-    void paint(const segment &piece, const QColor &colour, QPainter::CompositionMode mode)
-    {
-        // Erasers never paint white: they make the layer transparent again, so that the pattern shows
-        // through.
-        m_painter.setCompositionMode(colour == Qt::white ? QPainter::CompositionMode_Clear : mode);
-        if (is_point(piece.line))
-            paint_dot(piece, colour);
-        else if (colour == Qt::white || !m_short_lines.draw(m_painter, piece, colour))
-            draw_line(m_painter, piece, colour);
-    }
-
-private:
-    void paint_dot(const segment &piece, const QColor &colour)
-    {
-        const auto radius = double(piece.width);
-        QPainterPath dot;
-        dot.addEllipse(piece.line.x1() - radius, piece.line.y1() - radius, 2 * radius, 2 * radius);
-        m_painter.setPen(Qt::NoPen);
-        m_painter.setBrush(QBrush(colour, Qt::SolidPattern));
-        m_painter.drawPath(dot);
-    }
-
-    std::unique_ptr<QImage> m_image;
-    QPainter m_painter;
-    ShortLines m_short_lines;
-};
-
-StrokesView::StrokesView() : ItemView(0)
-{
-    connect(this, &ItemView::out_pen_event, this, &StrokesView::my_pen_event);
-    connect(this, &ItemView::out_touch_event, this, &StrokesView::my_touch_event);
-    connect(this, &ItemView::out_erase_event, this, &StrokesView::my_erase_event);
-}
-
-StrokesView::~StrokesView() = default;
-
-void StrokesView::my_pen_event(const Korvane::Controls &event)
-{
-    show_contact<Pen>(event, Qt::red, QColor(255, 0, 0, tag_alpha));
-}
-
-void StrokesView::my_touch_event(const std::vector<Korvane::Controls> &event)
-{
-    for (const Korvane::Controls &record : event)
-        show_contact<Touch>(record, Qt::green, QColor(0, 255, 0, tag_alpha));
-}
-
-void StrokesView::my_erase_event(const std::vector<Korvane::Controls> &event)
-{
-    for (const Korvane::Controls &record : event)
-        show_contact<Erase>(record, Qt::white, QColor(0, 0, 255, tag_alpha));
-}
-
-template <typename ContactItem>
-void StrokesView::show_contact(const Korvane::Controls &event, const QColor &stroke_colour,
-                               const QColor &item_colour)
-{
-    const auto shown = m_items.find(event.id);
-    if (shown != m_items.end()) {
-        const std::shared_ptr<EventItem> item = shown->second;
-        if (event.buttons == 0) {
-            m_items.erase(shown);
-            sub_item(item.get());
-        } else {
-            item->refresh(event);
-        }
-    } else if (m_show_tags && event.buttons != 0) {
-        const auto item = std::make_shared<ContactItem>(event.pos, item_colour);
-        item->refresh(event);
-        add_item(item);
-        m_items[event.id] = item;
-    }
-    draw_stroke(event, stroke_colour);
-}
-
-void StrokesView::draw_stroke(const Korvane::Controls &event, const QColor &colour)
-{
-    draw_state &drawing = m_draw_states[event.id];
-    if (drawing.state == 0) {
-        if (event.buttons == 0)
-            return;
-        drawing.state = 1;
-        drawing.last = event.pos;
-        drawing.segments.clear();
-        drawing.colour = colour;
-    }
-
-    const auto size = static_cast<float>(std::max(event.radius.x(), event.radius.y()));
-    const segment piece{QLineF(drawing.last, event.pos), size == 0 ? m_stroke_width : size};
-    if (drawing.segments.empty() || !same_segment(drawing.segments.back(), piece)) {
-        drawing.segments.push_back(piece);
-        if (m_strokes_layer)
-            m_strokes_layer->paint(piece, drawing.colour, QPainter::CompositionMode_SourceOver);
-        add_dirty_region(covered_pixels(piece));
-    }
-
-    if (event.buttons != 0) {
-        drawing.last = event.pos;
-        return;
-    }
-    drawing.state = 0;
-    drawing.segments.shrink_to_fit(); // it will not grow any more
-    m_strokes.push_back({std::move(drawing.segments), drawing.colour});
-    drawing.segments.clear();
-}
-
-void StrokesView::redraw_strokes()
-{
-    if (!m_strokes_layer)
-        return;
-    m_strokes_layer->clear();
-    QPainter::CompositionMode mode = QPainter::CompositionMode_SourceOver;
-    for (const stroke &finished : m_strokes) {
-        for (const segment &piece : finished.segments) {
-            m_strokes_layer->paint(piece, finished.colour, mode);
-            // Deliberate: only the very first segment of a rebuild is composed over what lies below.
-            mode = QPainter::CompositionMode_Source;
-        }
-    }
-}
-
-void StrokesView::clear_strokes()
-{
-    std::vector<stroke>().swap(m_strokes);
-    malloc_trim(0); // the C library would keep what a long session has drawn
-    redraw_strokes();
-    add_dirty_region({0, 0, width(), height()});
-}
-
-void StrokesView::statistics(int &strokes, int &segments, int &min_segments, int &max_segments,
-                             int &mean_segments) const
-{
-    strokes = static_cast<int>(m_strokes.size());
-    segments = 0;
-    min_segments = 1000000;
-    max_segments = -1;
-    for (const stroke &finished : m_strokes) {
-        const auto count = static_cast<int>(finished.segments.size());
-        min_segments = std::min(min_segments, count);
-        max_segments = std::max(max_segments, count);
-        segments += count;
-    }
-    mean_segments = strokes != 0 ? segments / strokes : 0;
-}
-
-void StrokesView::toggle(test_mode mode)
-{
-    m_test_mode = m_test_mode == mode ? no_test : mode;
-    redraw_test();
-    update();
-}
-
-void StrokesView::toggle_grid()
-{
-    toggle(grid);
-}
-
-void StrokesView::toggle_colors()
-{
-    toggle(colors);
-}
-
-void StrokesView::toggle_shapes()
-{
-    toggle(shapes);
-}
-
-void StrokesView::toggle_black()
-{
-    toggle(black);
-}
-
-void StrokesView::toggle_vcalib()
-{
-    toggle(vertical_bars);
-}
-
-void StrokesView::toggle_hcalib()
-{
-    toggle(horizontal_bars);
-}
-
-void StrokesView::toggle_help()
-{
-    toggle(help);
-}
-
-void StrokesView::redraw_test()
-{
-    static const std::array<QBrush, 4> brushes{
-        QBrush(Qt::red, Qt::SolidPattern), QBrush(Qt::green, Qt::SolidPattern),
-        QBrush(Qt::blue, Qt::SolidPattern), QBrush(Qt::white, Qt::SolidPattern)};
-    if (!m_test_image)
-        return;
-    m_test_image->fill(white);
-    if (m_test_mode == no_test)
-        return;
-    QPainter painter(m_test_image.get());
-    switch (m_test_mode) {
-    case grid:
-        draw_grid(painter, m_test_image->size());
-        break;
-    case colors:
-        draw_colour_field(painter, m_test_image->size(), brushes);
-        break;
-    case shapes:
-        draw_targets(painter, size());
-        break;
-    case black:
-        painter.fillRect(0, 0, width(), height(), Qt::black);
-        break;
-    case vertical_bars:
-        draw_vertical_bars(painter, size());
-        break;
-    case horizontal_bars:
-        draw_horizontal_bars(painter, size());
-        break;
-    case help:
-        draw_help(painter);
-        break;
-    }
-}
-
-QSize StrokesView::sizeHint() const
-{
-    return normal_size;
-}
-
-void StrokesView::resizeEvent(QResizeEvent *)
-{
-    // Deliberate: shared by all views, and never smaller again, so that images are not made anew.
-    static int max_width = 0;
-    static int max_height = 0;
-    max_width = std::max(max_width, width());
-    max_height = std::max(max_height, height());
-
-    if (smaller(m_strokes_layer ? &m_strokes_layer->image() : nullptr, max_width, max_height)) {
-        auto image = new_image(max_width, max_height, QImage::Format_ARGB32_Premultiplied);
-        m_strokes_layer = image ? std::make_unique<Layer>(std::move(image)) : nullptr;
-        redraw_strokes();
-    }
-    if (smaller(m_test_image.get(), max_width, max_height))
-        m_test_image = new_image(max_width, max_height, QImage::Format_RGB32);
-    redraw_test();
-}
-
-void StrokesView::paintEvent(QPaintEvent *event)
-{
-    QPainter painter(this);
-    if (m_test_image)
-        painter.drawImage(0, 0, *m_test_image);
-    if (m_strokes_layer)
-        painter.drawImage(0, 0, m_strokes_layer->image());
-    // The items are painted by a second painter, while this one is still open.
-    ItemView::paintEvent(event);
 }
 
 void target(QPainter &painter, float x, float y, float size)
