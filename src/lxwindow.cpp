@@ -1,6 +1,7 @@
 #include "lxwindow.h"
 
 #include "item.h"
+#include "process.h"
 #include "strokesview.h"
 
 #include <QAbstractEventDispatcher>
@@ -16,8 +17,6 @@
 #include <chrono>
 #include <thread>
 
-#include <malloc.h>
-#include <pthread.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
@@ -41,35 +40,6 @@ void move_into(Korvane::Controls &record, const QWidget &target, const QWidget &
 {
     record.pos = target.mapFrom(&dialog, dialog_point);
     record.view_pos = record.pos;
-}
-
-/// Nothing here uses OpenGL. Qt would load it all the same with the first window, which takes as much time as
-/// all else until the first picture, and as much memory.
-void leave_opengl_out()
-{
-    constexpr const char *integration = "QT_XCB_GL_INTEGRATION"; // Qt's own switch
-    if (!qEnvironmentVariableIsSet(integration))
-        qputenv(integration, "none");
-}
-
-/// Render threads come and go with each tick. The C library would give each of many a heap of its own, of
-/// which each keeps the most that it has ever needed: memory would grow for hours.
-void share_heaps()
-{
-    mallopt(M_ARENA_MAX, 1);
-}
-
-/// The C library keeps the stacks of threads that have ended for those to come, but of the usual size only
-/// five; to map the others anew took nearly half of the processor time of a tick with ten tags. Holds for all
-/// threads started from here on.
-void make_stacks_small()
-{
-    constexpr std::size_t stack_size = 1 << 20;
-    pthread_attr_t attributes{};
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, stack_size);
-    pthread_setattr_default_np(&attributes);
-    pthread_attr_destroy(&attributes);
 }
 
 void scale_radius(Korvane::Controls &record, QSize screen)
@@ -156,8 +126,8 @@ private:
 
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
-    leave_opengl_out();
-    share_heaps();
+    process::leave_opengl_out();
+    process::share_heap();
     introduce(*this);
     // Deliberate: the native window is made before it is translucent, and so without alpha. The view fills
     // all of it; with alpha Qt would clear the window's memory before each painting, and the X server keep a
@@ -172,7 +142,7 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     m_views.push_back(m_view);
 
     m_korvane = std::make_unique<Korvane>(m_view, this);
-    make_stacks_small(); // now that the driver has started its threads, which are nobody's to make small
+    process::make_stacks_small(); // not before the driver has started its own threads, which may need more
     // Direct, since all live on this thread: the slots write into the sender's records.
     connect(m_korvane.get(), &Korvane::out_korvane_pen_event, this, &LanternixDialog::in_korvane_pen);
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);

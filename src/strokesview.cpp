@@ -1,6 +1,7 @@
 #include "strokesview.h"
 
 #include "item.h"
+#include "process.h"
 #include "roundline.h"
 #include "strokeslayer.h"
 
@@ -12,8 +13,6 @@
 #include <cmath>
 #include <cstddef>
 #include <utility>
-
-#include <malloc.h>
 
 namespace {
 
@@ -145,7 +144,7 @@ void StrokesView::redraw_strokes()
 void StrokesView::clear_strokes()
 {
     std::vector<stroke>().swap(m_strokes);
-    malloc_trim(0); // the C library would keep what a long session has drawn
+    process::give_memory_back(); // of what may have been hours of drawing
     redraw_strokes();
     add_dirty_region({0, 0, width(), height()});
 }
