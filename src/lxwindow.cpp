@@ -3,30 +3,20 @@
 #include "item.h"
 #include "process.h"
 #include "strokesview.h"
+#include "tickpace.h"
 
-#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDesktopWidget>
 #include <QIcon>
 #include <QKeyEvent>
-#include <QSocketNotifier>
 #include <QStackedLayout>
 #include <QTimer>
 
-#include <algorithm>
 #include <chrono>
-#include <thread>
-
-#include <sys/timerfd.h>
-#include <unistd.h>
 
 namespace {
 
-using TimePoint = std::chrono::steady_clock::time_point;
-
 constexpr int tick_ms = 8;
-constexpr int enough_rounds = 8; // of the event loop in a tick: a thousand a second
-constexpr std::chrono::milliseconds flood_pause(2);
 constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
 
 QPoint pixels(QPointF normalised, QSize screen)
@@ -64,66 +54,6 @@ void introduce(QWidget &window)
 
 } // namespace
 
-/// Watches the event loop from one tick to the next.
-class LanternixDialog::Pace : public QObject
-{
-public:
-    Pace()
-    {
-        connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
-                &Pace::about_to_wait);
-        connect(&m_alarm_notifier, &QSocketNotifier::activated, this, [this] { set_alarm({}); });
-    }
-
-    ~Pace() override
-    {
-        m_alarm_notifier.setEnabled(false);
-        ::close(m_alarm);
-    }
-
-    void expect_tick(TimePoint due)
-    {
-        if (m_rounds > 1)
-            set_alarm({}); // the tick has been sooner
-        m_next_tick = due;
-        m_rounds = 0;
-    }
-
-private:
-    void about_to_wait()
-    {
-        ++m_rounds;
-        if (m_rounds == 2) // the first is that of the tick itself, before which nothing new can show
-            set_alarm(m_next_tick);
-        if (m_rounds > enough_rounds)
-            pause();
-    }
-
-    /// The toolkit waits for its timer in whole milliseconds, up to one too long. The alarm wakes it in time
-    /// to find the timer due. The clock's beginning unsets it, and keeps it from waking again; without a file
-    /// nothing happens, and ticks come up to that millisecond late.
-    void set_alarm(TimePoint at) const
-    {
-        using namespace std::chrono;
-        const nanoseconds time = at.time_since_epoch(); // of the monotonic clock
-        const seconds whole = duration_cast<seconds>(time);
-        const itimerspec setting{{}, {whole.count(), (time - whole).count()}};
-        timerfd_settime(m_alarm, TFD_TIMER_ABSTIME, &setting, nullptr);
-    }
-
-    /// Lets what arrives gather, at most until the tick: in a flood, to be woken up costs more than most
-    /// reports, and no report shows before the next tick.
-    void pause() const
-    {
-        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
-    }
-
-    const int m_alarm = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-    QSocketNotifier m_alarm_notifier{m_alarm, QSocketNotifier::Read};
-    TimePoint m_next_tick;
-    int m_rounds = 0; ///< of the event loop since the last tick
-};
-
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
     process::leave_opengl_out();
@@ -148,7 +78,7 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
     connect(m_korvane.get(), &Korvane::out_korvane_erase_event, this, &LanternixDialog::in_korvane_erase);
 
-    m_pace = std::make_unique<Pace>();
+    m_pace = std::make_unique<TickPace>();
     m_timer = new QTimer(this);
     m_timer->setSingleShot(true);
     connect(m_timer, SIGNAL(timeout()), this, SLOT(in_timer_update()));

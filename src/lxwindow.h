@@ -11,6 +11,7 @@
 class ItemView;
 class StrokesView;
 class QTimer;
+class TickPace;
 
 /// The only window: routes each contact to the widget under it, keeps that widget until the contact lifts,
 /// and drives rendering and painting with a tick of 8 ms. Owns the input model; the view belongs to the
@@ -41,7 +42,6 @@ public:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    class Pace;
     using Targets = std::map<int, QWidget *>; ///< by contact id; null: not captured. Entries stay
     using Batches =
         std::map<QWidget *, std::vector<Korvane::Controls>>; ///< entries stay, empty between reports
@@ -64,5 +64,5 @@ private:
     std::vector<ItemView *> m_views; ///< whose items the tick renders
     QTimer *m_timer = nullptr;       ///< a child of the dialog
     bool m_maximized = true;
-    std::unique_ptr<Pace> m_pace;
+    std::unique_ptr<TickPace> m_pace;
 };

@@ -1,345 +1,36 @@
-#include "lxwindow.h"
+#pragma once
 
-#include "item.h"
-#include "strokesview.h"
-
-#include <QAbstractEventDispatcher>
-#include <QApplication>
-#include <QDesktopWidget>
-#include <QIcon>
-#include <QKeyEvent>
+#include <QObject>
 #include <QSocketNotifier>
-#include <QStackedLayout>
-#include <QTimer>
 
-#include <algorithm>
 #include <chrono>
-#include <thread>
 
-#include <malloc.h>
-#include <pthread.h>
-#include <sys/timerfd.h>
-#include <unistd.h>
-
-namespace {
-
-using TimePoint = std::chrono::steady_clock::time_point;
-
-constexpr int tick_ms = 8;
-constexpr int enough_rounds = 8; // of the event loop in a tick: a thousand a second
-constexpr std::chrono::milliseconds flood_pause(2);
-constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
-
-QPoint pixels(QPointF normalised, QSize screen)
+/// Wakes and paces the event loop between two ticks. Qt rounds timer waits up to whole milliseconds, so a
+/// tick can be 1 ms late; a timerfd wakes the loop on time. In a flood of events the loop pauses for two
+/// milliseconds at a time, so that reports gather, since none shows before the next tick.
+///
+/// Owned by the dialog; watches the event loop of the thread that makes it, which is the GUI thread.
+class TickPace : public QObject
 {
-    return {static_cast<int>(screen.width() * normalised.x()),
-            static_cast<int>(screen.height() * normalised.y())};
-}
+    Q_OBJECT
 
-/// Puts a record into the coordinates of @p target.
-void move_into(Korvane::Controls &record, const QWidget &target, const QWidget &dialog, QPoint dialog_point)
-{
-    record.pos = target.mapFrom(&dialog, dialog_point);
-    record.view_pos = record.pos;
-}
-
-/// Nothing here uses OpenGL. Qt would load it all the same with the first window, which takes as much time as
-/// all else until the first picture, and as much memory.
-void leave_opengl_out()
-{
-    constexpr const char *integration = "QT_XCB_GL_INTEGRATION"; // Qt's own switch
-    if (!qEnvironmentVariableIsSet(integration))
-        qputenv(integration, "none");
-}
-
-/// Render threads come and go with each tick. The C library would give each of many a heap of its own, of
-/// which each keeps the most that it has ever needed: memory would grow for hours.
-void share_heaps()
-{
-    mallopt(M_ARENA_MAX, 1);
-}
-
-/// The C library keeps the stacks of threads that have ended for those to come, but of the usual size only
-/// five; to map the others anew took nearly half of the processor time of a tick with ten tags. Holds for all
-/// threads started from here on.
-void make_stacks_small()
-{
-    constexpr std::size_t stack_size = 1 << 20;
-    pthread_attr_t attributes{};
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, stack_size);
-    pthread_setattr_default_np(&attributes);
-    pthread_attr_destroy(&attributes);
-}
-
-void scale_radius(Korvane::Controls &record, QSize screen)
-{
-    record.radius = {record.radius.x() * screen.width(), record.radius.y() * screen.height()};
-}
-
-/// What the desktop and assistive tools show of it. Nothing of that is drawn in the window.
-void introduce(QWidget &window)
-{
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Lanternix"));
-    QCoreApplication::setApplicationVersion(QString::fromLatin1(LanternixDialog::version));
-    QIcon icon; // the executable's; a window without it has none
-    for (const int size : {16, 32, 64})
-        icon.addFile(QStringLiteral(":/icons/%1.png").arg(size), {size, size});
-    window.setWindowIcon(icon);
-    window.setAccessibleName(QStringLiteral("Lanternix"));
-    window.setAccessibleDescription(QStringLiteral(
-        "Shows what pens, touches and erasers on electronic whiteboards report, and draws their "
-        "strokes over test patterns. H shows or hides the keys, Escape ends the program."));
-}
-
-} // namespace
-
-/// Watches the event loop from one tick to the next.
-class LanternixDialog::Pace : public QObject
-{
 public:
-    Pace()
-    {
-        connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
-                &Pace::about_to_wait);
-        connect(&m_alarm_notifier, &QSocketNotifier::activated, this, [this] { set_alarm({}); });
-    }
+    using TimePoint = std::chrono::steady_clock::time_point;
 
-    ~Pace() override
-    {
-        m_alarm_notifier.setEnabled(false);
-        ::close(m_alarm);
-    }
+    TickPace();
+    ~TickPace() override;
 
-    void expect_tick(TimePoint due)
-    {
-        if (m_rounds > 1)
-            set_alarm({}); // the tick has been sooner
-        m_next_tick = due;
-        m_rounds = 0;
-    }
+    /// To be called in each tick, with the time at which the next is due.
+    void expect_tick(TimePoint due);
 
 private:
-    void about_to_wait()
-    {
-        ++m_rounds;
-        if (m_rounds == 2) // the first is that of the tick itself, before which nothing new can show
-            set_alarm(m_next_tick);
-        if (m_rounds > enough_rounds)
-            pause();
-    }
+    void about_to_wait();
+    void set_alarm(TimePoint at) const;
+    void clear_alarm() const;
+    void pause() const;
 
-    /// The toolkit waits for its timer in whole milliseconds, up to one too long. The alarm wakes it in time
-    /// to find the timer due. The clock's beginning unsets it, and keeps it from waking again; without a file
-    /// nothing happens, and ticks come up to that millisecond late.
-    void set_alarm(TimePoint at) const
-    {
-        using namespace std::chrono;
-        const nanoseconds time = at.time_since_epoch(); // of the monotonic clock
-        const seconds whole = duration_cast<seconds>(time);
-        const itimerspec setting{{}, {whole.count(), (time - whole).count()}};
-        timerfd_settime(m_alarm, TFD_TIMER_ABSTIME, &setting, nullptr);
-    }
-
-    /// Lets what arrives gather, at most until the tick: in a flood, to be woken up costs more than most
-    /// reports, and no report shows before the next tick.
-    void pause() const
-    {
-        std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
-    }
-
-    const int m_alarm = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-    QSocketNotifier m_alarm_notifier{m_alarm, QSocketNotifier::Read};
+    const int m_alarm; ///< a timerfd; without one, ticks come up to 1 ms late
+    QSocketNotifier m_alarm_notifier;
     TimePoint m_next_tick;
     int m_rounds = 0; ///< of the event loop since the last tick
 };
-
-LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
-{
-    leave_opengl_out();
-    share_heaps();
-    introduce(*this);
-    // Deliberate: the native window is made before it is translucent, and so without alpha. The view fills
-    // all of it; with alpha Qt would clear the window's memory before each painting, and the X server keep a
-    // second picture of it and copy that, too.
-    create();
-    setAttribute(Qt::WA_TranslucentBackground, true);
-    auto *const layout = new QStackedLayout;
-    layout->setStackingMode(QStackedLayout::StackAll);
-    setLayout(layout);
-    m_view = new StrokesView;
-    layout->addWidget(m_view);
-    m_views.push_back(m_view);
-
-    m_korvane = std::make_unique<Korvane>(m_view, this);
-    make_stacks_small(); // now that the driver has started its threads, which are nobody's to make small
-    // Direct, since all live on this thread: the slots write into the sender's records.
-    connect(m_korvane.get(), &Korvane::out_korvane_pen_event, this, &LanternixDialog::in_korvane_pen);
-    connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
-    connect(m_korvane.get(), &Korvane::out_korvane_erase_event, this, &LanternixDialog::in_korvane_erase);
-
-    m_pace = std::make_unique<Pace>();
-    m_timer = new QTimer(this);
-    m_timer->setSingleShot(true);
-    connect(m_timer, SIGNAL(timeout()), this, SLOT(in_timer_update()));
-    start_timer();
-    showMaximized();
-}
-
-LanternixDialog::~LanternixDialog()
-{
-    // A driver may call back until it has been detached, and here too: no contact may come to a window that
-    // goes.
-    m_korvane->disconnect(this);
-}
-
-QRect LanternixDialog::screen_geometry() const
-{
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED
-    return QApplication::desktop()->screenGeometry(this);
-    QT_WARNING_POP
-}
-
-/// The widget that has the contact; one that has none yet gets the widget under it, if it is over the dialog.
-QWidget *LanternixDialog::capture(Targets &targets, int id, QPoint dialog_point) const
-{
-    QWidget *&target = targets[id];
-    if (!target && rect().contains(dialog_point))
-        target = childAt(dialog_point);
-    return target;
-}
-
-void LanternixDialog::in_korvane_pen(Korvane::Controls &event)
-{
-    const QRect screen = screen_geometry();
-    const QPoint dialog_point = mapFromGlobal(pixels(event.pos, screen.size()) + screen.topLeft());
-
-    // Deliberate: the copy keeps the flags from before routing, unlike those of touches and erasers.
-    Korvane::Controls copy = event;
-    scale_radius(copy, screen.size());
-    if (QWidget *const target = capture(m_pen_targets, event.id, dialog_point)) {
-        event.flags |= Korvane::Controls::taken;
-        move_into(copy, *target, *this, dialog_point);
-        if (target == m_view)
-            m_view->in_pen_event(copy);
-    }
-    if (event.buttons == 0)
-        m_pen_targets[event.id] = nullptr;
-}
-
-void LanternixDialog::in_korvane_touch(std::vector<Korvane::Controls> &event)
-{
-    route(event, m_touch_targets, m_touch_batches, &ItemView::in_touch_event);
-}
-
-void LanternixDialog::in_korvane_erase(std::vector<Korvane::Controls> &event)
-{
-    route(event, m_erase_targets, m_erase_batches, &ItemView::in_erase_event);
-}
-
-void LanternixDialog::route(std::vector<Korvane::Controls> &event, Targets &targets, Batches &batches,
-                            ViewOperation deliver)
-{
-    const QRect screen = screen_geometry();
-    for (Korvane::Controls &record : event) {
-        // Deliberate: the screen's origin is subtracted here, but added for pens.
-        const QPoint dialog_point = mapFromGlobal(pixels(record.pos, screen.size()) - screen.topLeft());
-        QWidget *const target = capture(targets, record.id, dialog_point);
-        if (!target)
-            continue;
-        record.flags |= Korvane::Controls::taken;
-        Korvane::Controls copy = record;
-        move_into(copy, *target, *this, dialog_point);
-        scale_radius(copy, screen.size());
-        batches[target].push_back(copy);
-    }
-    for (auto &[target, batch] : batches) {
-        if (!batch.empty() && target == m_view)
-            (m_view->*deliver)(batch);
-        batch.clear();
-    }
-    for (const Korvane::Controls &record : event) {
-        if (record.buttons == 0)
-            targets[record.id] = nullptr;
-    }
-}
-
-void LanternixDialog::start_timer()
-{
-    m_timer->start(tick_ms);
-    m_pace->expect_tick(std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_ms));
-}
-
-void LanternixDialog::in_timer_update()
-{
-    start_timer();
-    for (ItemView *const view : m_views) {
-        for (const auto &item : view->items())
-            item->update_begin();
-    }
-    for (ItemView *const view : m_views) {
-        for (const auto &item : view->items())
-            item->update_end();
-    }
-    for (ItemView *const view : m_views)
-        view->update(view->get_dirty_region());
-}
-
-void LanternixDialog::toggle_maximized()
-{
-    if (m_maximized)
-        showNormal();
-    else
-        showMaximized();
-    m_maximized = !m_maximized;
-}
-
-/// Deliberate: QDialog's own handling is never called, so no other key does anything.
-void LanternixDialog::keyPressEvent(QKeyEvent *event)
-{
-    const int key = event->key();
-    switch (key) {
-    case Qt::Key_Escape:
-        close();
-        return;
-    case Qt::Key_Return:
-        toggle_maximized();
-        return;
-    case Qt::Key_Backspace:
-        m_view->clear_strokes();
-        return;
-    case Qt::Key_Space:
-        m_view->m_show_tags = !m_view->m_show_tags;
-        return;
-    case Qt::Key_Left:
-        m_view->toggle_vcalib();
-        return;
-    case Qt::Key_Right:
-        m_view->toggle_hcalib();
-        return;
-    default:
-        break;
-    }
-    switch (key & ~letter_case) {
-    case Qt::Key_H:
-        m_view->toggle_help();
-        return;
-    case Qt::Key_C:
-        m_view->toggle_colors();
-        return;
-    case Qt::Key_G:
-        m_view->toggle_grid();
-        return;
-    case Qt::Key_S:
-        m_view->toggle_shapes();
-        return;
-    case Qt::Key_B:
-        m_view->toggle_black();
-        return;
-    default:
-        break;
-    }
-    if (key >= Qt::Key_0 && key <= Qt::Key_9)
-        m_view->m_stroke_width = static_cast<float>(key - Qt::Key_0);
-}
