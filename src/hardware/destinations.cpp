@@ -1,142 +1,8 @@
-#include "hardware/zorvichardware.h"
-
-#include "hardware/zorvicwrapper.h"
+#include "hardware/destinations.h"
 
 #include <QApplication>
-#include <QDebug>
-#include <QDesktopWidget>
-#include <QWidget>
-
-#include <algorithm>
-#include <array>
-#include <climits>
-#include <cstring>
 
 namespace {
-
-// What the board sends. Byte 1 of every report is its kind; 16-bit values are unsigned, low byte first.
-
-constexpr int kindAt = 1;
-
-namespace prefix { // 3 bytes that some boards put before a report
-constexpr quint8 kind = 0x41;
-constexpr unsigned int size = 3;
-} // namespace prefix
-
-namespace pen {
-constexpr int identifierAt = 0;
-constexpr quint8 identifier = 0x08;
-constexpr quint8 kind = 0x21;
-constexpr int xAt = 3; // 16 bits
-constexpr int yAt = 5; // 16 bits
-constexpr int stateAt = 7;
-constexpr quint8 tipBit = 0x01;
-constexpr quint8 buttonBit = 0x02;
-constexpr quint8 stateBit2 = 0x04;
-constexpr quint8 numberMask = 0x78;
-constexpr int numberShift = 3;
-constexpr int size = 8;
-static_assert(stateAt + 1 == size, "the state byte ends the report");
-} // namespace pen
-
-namespace contact { // both lists of contacts: 2-byte header, no count byte; places within a contact
-constexpr int firstAt = 2;
-constexpr int stateAt = 0;
-constexpr quint8 downBit = 0x80;
-constexpr quint8 idMask = 0x7F;
-constexpr int xAt = 1; // 16 bits
-constexpr int yAt = 3; // 16 bits
-} // namespace contact
-
-namespace touch {
-constexpr quint8 kind = 0x45;
-constexpr int extentAt = 5; // 16 bits
-constexpr int contactSize = 7;
-static_assert(extentAt + 2 == contactSize, "the fields fill a contact");
-} // namespace touch
-
-namespace erase {
-constexpr quint8 kind = 0x46;
-constexpr int widthAt = 5;  // 16 bits
-constexpr int heightAt = 7; // 16 bits
-constexpr int contactSize = 9;
-static_assert(heightAt + 2 == contactSize, "the fields fill a contact");
-} // namespace erase
-
-namespace touchStatusReport {
-constexpr quint8 kind = 0xA5;
-constexpr int firstAt = 2; // six signed bytes
-constexpr int size = 8;
-static_assert(firstAt + 6 == size, "the values fill the report");
-} // namespace touchStatusReport
-
-quint8 byteAt(const QByteArray &report, int at)
-{
-    return static_cast<quint8>(report.at(at));
-}
-
-int wordAt(const QByteArray &report, int at)
-{
-    return byteAt(report, at) | byteAt(report, at + 1) << 8;
-}
-
-bool isKind(const QByteArray &report, quint8 kind)
-{
-    return report.size() > kindAt && byteAt(report, kindAt) == kind;
-}
-
-int wholeContacts(const QByteArray &report, int contactSize)
-{
-    return (report.size() - contact::firstAt) / contactSize;
-}
-
-// What the driver takes for the operating system. Touches are laid out as above, with an extent of 0; pens
-// are not.
-
-namespace systemReport {
-constexpr std::size_t bufferSize = 256;
-constexpr int lengthAt = 0;
-constexpr int penNumberAt = 2;
-constexpr quint8 penTipBit = 0x80; // in the byte of the number
-constexpr int penXAt = 3;          // 16 bits
-constexpr int penYAt = 5;          // 16 bits
-constexpr unsigned char penLength = 9;
-constexpr int maxContacts = (static_cast<int>(bufferSize) - contact::firstAt) / touch::contactSize;
-static_assert(maxContacts == 36);
-} // namespace systemReport
-
-using SystemReport = std::array<unsigned char, systemReport::bufferSize>;
-
-void putByte(SystemReport &report, int at, int value)
-{
-    report.at(static_cast<std::size_t>(at)) = static_cast<unsigned char>(value);
-}
-
-void putWord(SystemReport &report, int at, int value)
-{
-    putByte(report, at, value & 0xFF);
-    putByte(report, at + 1, value >> 8 & 0xFF);
-}
-
-constexpr double rawPerScreen = 32767; // raw units across the screen
-
-constexpr unsigned char allTransfers = 0xFF;
-
-enum DeviceKind { boardKind = 1, legacyHubKind = 2, hub24GHzKind = 3, virtualHubKind = 4 };
-
-QRect primaryScreenGeometry()
-{
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED
-    const QDesktopWidget *const desktop = QApplication::desktop();
-    return desktop->screenGeometry(desktop->primaryScreen());
-    QT_WARNING_POP
-}
-
-template <typename Mode> unsigned char driverByte(Mode mode)
-{
-    return static_cast<unsigned char>(mode);
-}
 
 /// Once only: two reports of one contact may be looked at by two threads of the driver.
 void remember(QList<int> &contacts, int id)
@@ -147,352 +13,7 @@ void remember(QList<int> &contacts, int id)
 
 } // namespace
 
-ZorvicHardware::ZorvicHardware(QObject *parent) : QObject(parent), m_screen(primaryScreenGeometry())
-{
-    qRegisterMetaType<TouchContact>("ZorvicHardware::TouchContact");
-    qRegisterMetaType<EraseContact>("ZorvicHardware::EraseContact");
-    qRegisterMetaType<TouchEvent>("ZorvicHardware::TouchEvent");
-    qRegisterMetaType<EraseEvent>("ZorvicHardware::EraseEvent");
-    qRegisterMetaType<BoardInfo>("ZorvicHardware::BoardInfo");
-    qRegisterMetaType<TouchStatus>("ZorvicHardware::TouchStatus");
-    qRegisterMetaType<PenEvent>("ZorvicHardware::PenEvent");
-}
-
-ZorvicHardware::~ZorvicHardware() = default;
-
-bool ZorvicHardware::init()
-{
-    if (!initialiseZorvicWrapper())
-        return false;
-    int generation = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        generation = m_generation;
-    }
-    m_wrapper->SetPnpCallback(pnpCallback, this); // a change may come before it returns, and counts then
-    enumerate(generation);
-    return true;
-}
-
-void ZorvicHardware::uninit()
-{
-    if (!m_wrapper)
-        return;
-    m_wrapper->ClearPnpCallback(pnpCallback, this);
-    m_wrapper->Detach();
-}
-
-bool ZorvicHardware::initialiseZorvicWrapper()
-{
-    if (!m_wrapper) {
-        m_wrapper = std::make_unique<ZorvicWrapper>();
-        m_wrapper->Attach();
-    }
-    return static_cast<const ZorvicWrapper &>(*m_wrapper).isOpen();
-}
-
-void ZorvicHardware::enumerate()
-{
-    int generation = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        generation = m_generation;
-    }
-    enumerate(generation);
-}
-
-void ZorvicHardware::enumerate(int generation)
-{
-    int count = 0;
-    if (m_wrapper) {
-        m_wrapper->Attach();
-        count = m_wrapper->GetDeviceCount();
-    }
-    for (int index = 0; index < count; ++index) {
-        _ZORVIC_DEVICE_INFO info{};
-        info.size = _ZORVIC_DEVICE_INFO::sizeMarker;
-        if (m_wrapper->EnumDeviceInfo(index, &info))
-            enumerateDevice(info, generation);
-    }
-    emit deviceEnumCount(count);
-}
-
-void ZorvicHardware::enumerateDevice(const _ZORVIC_DEVICE_INFO &info, int generation)
-{
-    switch (info.kind) {
-    case boardKind:
-        addBoard(info, generation);
-        break;
-    case legacyHubKind:
-        emit hubEnumerated(QStringLiteral("legacy"));
-        break;
-    case hub24GHzKind:
-        emit hubEnumerated(QStringLiteral("2.4GHz"));
-        break;
-    case virtualHubKind:
-        emit hubEnumerated(QStringLiteral("virtual"));
-        break;
-    default:
-        break;
-    }
-}
-
-void ZorvicHardware::addBoard(const _ZORVIC_DEVICE_INFO &info, int generation)
-{
-    m_wrapper->SetCallback(info.board, processPacketCallback, this);
-    m_wrapper->SetXferMask(info.board, allTransfers);
-    const BoardInfo board = boardInfo(info);
-    int index = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (generation != m_generation) // boards have come or gone meanwhile, and are being enumerated anew
-            return;
-        m_boards.append(board);
-        index = m_boards.size() - 1;
-    }
-    emit boardEnumerated(index, board);
-}
-
-ZorvicHardware::BoardInfo ZorvicHardware::boardInfo(const _ZORVIC_DEVICE_INFO &info)
-{
-    // A driver that fills its record to the last byte leaves no room for the NUL.
-    const auto length = strnlen(info.additionalInfo, sizeof info.additionalInfo);
-    const QString text = QString::fromLatin1(info.additionalInfo, static_cast<int>(length));
-    const auto value = [&text](const char *key) {
-        return parseAdditionalInfoKeyValue(text, QString::fromLatin1(key));
-    };
-
-    BoardInfo board;
-    board.type = value("hid");
-    if (board.type == QLatin1String("true"))
-        board.type = QStringLiteral("HID");
-    board.vid = value("vid").toInt(nullptr, 16);
-    board.pid = value("pid").toInt(nullptr, 16);
-    board.xp = value("xp").toInt();
-    board.xt = value("xt").toInt();
-    board.xl = value("xl").toInt();
-    board.board = info.board;
-    return board;
-}
-
-QString ZorvicHardware::parseAdditionalInfoKeyValue(const QString &text, const QString &key)
-{
-    // Deliberate: the key is found anywhere, even inside the name of an earlier item.
-    const int found = text.indexOf(key);
-    if (found < 0)
-        return {};
-    const int open = text.indexOf(QLatin1Char('<'), found);
-    if (open < 0)
-        return {};
-    const int close = text.indexOf(QLatin1Char('>'), open);
-    if (close < 0)
-        return {};
-    return text.mid(open + 1, close - open - 1);
-}
-
-QList<ZorvicHardware::BoardInfo> ZorvicHardware::boards() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_boards;
-}
-
-/// Calls @p operation with the number of each board, in the order of enumeration.
-template <typename Operation> void ZorvicHardware::forEachBoard(Operation operation) const
-{
-    const QList<BoardInfo> copy = boards();
-    for (const BoardInfo &board : copy)
-        operation(board.board);
-}
-
-void ZorvicHardware::pnp()
-{
-    forEachBoard([this](int board) { m_wrapper->ClearCallback(board, processPacketCallback, this); });
-    int generation = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_boards.clear();
-        generation = ++m_generation;
-    }
-    emit pnpEvent();
-    enumerate(generation);
-}
-
-void ZorvicHardware::pnpCallback(void *context)
-{
-    if (context)
-        static_cast<ZorvicHardware *>(context)->pnp();
-}
-
-void ZorvicHardware::processPacketCallback(int, const unsigned char *data, unsigned int length, void *context)
-{
-    if (!context || !data || length <= kindAt || length > INT_MAX)
-        return;
-    const bool prefixed = data[kindAt] == prefix::kind && length >= prefix::size;
-    const unsigned int skipped = prefixed ? prefix::size : 0;
-    const QByteArray report(reinterpret_cast<const char *>(data) + skipped,
-                            static_cast<int>(length - skipped));
-    static_cast<ZorvicHardware *>(context)->processPacket(report);
-}
-
-void ZorvicHardware::processPacket(const QByteArray &report)
-{
-    if (isPenPacket(report)) {
-        PenEvent event;
-        getPenData(report, event);
-        if (!preProcessPenEvent(event))
-            emit penEvent(event);
-    } else if (isTouchPacket(report)) {
-        TouchEvent contacts;
-        getTouchData(report, contacts);
-        const TouchEvent kept = preProcessTouchEvent(contacts);
-        if (!kept.isEmpty())
-            emit touchEvent(kept);
-    } else if (isErasePacket(report)) {
-        EraseEvent contacts;
-        getEraseData(report, contacts);
-        emit eraseEvent(contacts);
-    } else if (isTouchStatusPacket(report)) {
-        TouchStatus values;
-        getTouchStatusData(report, values);
-        int board = 0;
-        {
-            const std::lock_guard lock(m_mutex);
-            board = m_statusBoard;
-        }
-        emit touchStatus(board, values);
-    }
-}
-
-void ZorvicHardware::dumpPacket(const QString &label, const unsigned char *data, unsigned int length)
-{
-    QString text = QStringLiteral("Dump Packet (%1): ").arg(label);
-    for (unsigned int i = 0; i < length; ++i)
-        text += QStringLiteral("%1, ").arg(data[i]);
-    qDebug().noquote() << text;
-}
-
-bool ZorvicHardware::isPenPacket(const QByteArray &report)
-{
-    return report.size() == pen::size && isKind(report, pen::kind)
-        && byteAt(report, pen::identifierAt) == pen::identifier;
-}
-
-bool ZorvicHardware::isTouchPacket(const QByteArray &report)
-{
-    return isKind(report, touch::kind);
-}
-
-bool ZorvicHardware::isErasePacket(const QByteArray &report)
-{
-    return isKind(report, erase::kind);
-}
-
-bool ZorvicHardware::isTouchStatusPacket(const QByteArray &report)
-{
-    return report.size() == touchStatusReport::size && isKind(report, touchStatusReport::kind);
-}
-
-void ZorvicHardware::getPenData(const QByteArray &report, PenEvent &event)
-{
-    if (report.size() < pen::size)
-        return;
-    const quint8 state = byteAt(report, pen::stateAt);
-    event.pen = (state & pen::numberMask) >> pen::numberShift;
-    event.x = wordAt(report, pen::xAt);
-    event.y = wordAt(report, pen::yAt);
-    event.tip = state & pen::tipBit;
-    event.button = state & pen::buttonBit;
-    event.stateBit2 = state & pen::stateBit2;
-}
-
-void ZorvicHardware::getTouchData(const QByteArray &report, QList<TouchContact> &contacts)
-{
-    const int count = wholeContacts(report, touch::contactSize);
-    for (int i = 0; i < count; ++i) {
-        const int at = contact::firstAt + i * touch::contactSize;
-        const quint8 state = byteAt(report, at + contact::stateAt);
-        TouchContact touched;
-        touched.id = state & contact::idMask;
-        touched.x = wordAt(report, at + contact::xAt);
-        touched.y = wordAt(report, at + contact::yAt);
-        touched.extent = wordAt(report, at + touch::extentAt);
-        touched.down = state & contact::downBit;
-        contacts.append(touched);
-    }
-}
-
-void ZorvicHardware::getEraseData(const QByteArray &report, QList<EraseContact> &contacts)
-{
-    const int count = wholeContacts(report, erase::contactSize);
-    for (int i = 0; i < count; ++i) {
-        const int at = contact::firstAt + i * erase::contactSize;
-        const quint8 state = byteAt(report, at + contact::stateAt);
-        EraseContact erased;
-        erased.id = state & contact::idMask;
-        erased.x = wordAt(report, at + contact::xAt);
-        erased.y = wordAt(report, at + contact::yAt);
-        erased.width = wordAt(report, at + erase::widthAt);
-        erased.height = wordAt(report, at + erase::heightAt);
-        erased.down = state & contact::downBit;
-        contacts.append(erased);
-    }
-}
-
-void ZorvicHardware::getTouchStatusData(const QByteArray &report, TouchStatus &status)
-{
-    if (!isTouchStatusPacket(report))
-        return;
-    int at = touchStatusReport::firstAt;
-    for (qint32 *value :
-         {&status.byte2, &status.byte3, &status.byte4, &status.byte5, &status.byte6, &status.byte7})
-        // NOLINTNEXTLINE(bugprone-signed-char-misuse): the values are signed, and to be sign-extended.
-        *value = static_cast<qint8>(byteAt(report, at++));
-}
-
-bool ZorvicHardware::sendCommand(int board, const QByteArray &command)
-{
-    return m_wrapper && m_wrapper->WritePacket(board, command.constData(), command.size()) != -1;
-}
-
-void ZorvicHardware::getTouchStatus(int board)
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        m_statusBoard = board;
-    }
-    sendCommand(board, ":QT\r");
-}
-
-void ZorvicHardware::setTouchReportMode(TouchReportMode mode)
-{
-    forEachBoard([=](int board) { m_wrapper->SetTouchDestination(board, driverByte(mode)); });
-}
-
-void ZorvicHardware::setEraseReportMode(EraseReportMode mode)
-{
-    // Deliberate: the driver takes the digit as a character, not the number.
-    const char digit = mode == EraseReportMode::detectionOn ? '1' : '0';
-    forEachBoard([=](int board) { m_wrapper->SetLATEDetection(board, driverByte(digit)); });
-}
-
-void ZorvicHardware::setPenReportMode(unsigned char pen, PenReportMode mode)
-{
-    forEachBoard(
-        [=](int board) { m_wrapper->SetPointingDeviceDestination(board, pen, false, driverByte(mode)); });
-}
-
-void ZorvicHardware::setPenHardwareMode(unsigned char pen, PenHardwareMode mode)
-{
-    const QByteArray numbers = QByteArray::number(pen) + QByteArray::number(static_cast<int>(mode));
-    forEachBoard([&](int board) { sendCommand(board, cmdPenHardwareMode + numbers + '\r'); });
-}
-
-void ZorvicHardware::setGlintray(bool on)
-{
-    forEachBoard([=](int board) { sendCommand(board, QByteArray(cmdGlintray) + (on ? "1\r" : "0\r")); });
-}
-
-void ZorvicHardware::setWidgetOfInterest(QWidget *widget)
+void Destinations::setWidgetOfInterest(QWidget *widget)
 {
     const std::lock_guard lock(m_mutex);
     m_widgetOfInterest = widget;
@@ -505,133 +26,61 @@ void ZorvicHardware::setWidgetOfInterest(QWidget *widget)
     m_ownTouches.clear();
 }
 
-QPoint ZorvicHardware::mapUSBPosToDevicePos(QPoint raw) const
-{
-    // Deliberate: the screen's origin is not added.
-    return {static_cast<int>(m_screen.width() * (raw.x() / rawPerScreen)),
-            static_cast<int>(m_screen.height() * (raw.y() / rawPerScreen))};
-}
-
-int ZorvicHardware::mapUSBValToDeviceVal(int raw) const
-{
-    return static_cast<int>(raw / rawPerScreen * m_screen.width());
-}
-
-ZorvicHardware::Destination ZorvicHardware::destinationAt(int x, int y, const QWidget *widget) const
-{
-    const bool over = QApplication::widgetAt(mapUSBPosToDevicePos({x, y})) == widget;
-    return over ? Destination::own : Destination::redirected;
-}
-
-ZorvicHardware::Destination ZorvicHardware::follow(QList<int> &redirected, QList<int> &own, int id,
-                                                   bool lifted)
+Destinations::Known Destinations::follow(QList<int> &redirected, QList<int> &own, int id, bool lifted)
 {
     QList<int> *const known = redirected.contains(id) ? &redirected : own.contains(id) ? &own : nullptr;
     if (!known)
-        return Destination::unknown;
+        return Known::no;
     if (lifted)
         known->removeOne(id);
-    return known == &own ? Destination::own : Destination::redirected;
+    return known == &own ? Known::own : Known::redirected;
 }
 
-bool ZorvicHardware::preProcessPenEvent(const PenEvent &event)
+Destinations::Pen Destinations::ofPen(int pen, bool lifted, QPoint position)
 {
     std::unique_lock lock(m_mutex);
     const QWidget *const widget = m_widgetOfInterest;
     if (!widget)
-        return false;
+        return Pen::own;
 
-    const bool lifted = !event.tip && !event.button;
-    bool send = event.pen == m_redirectedPen;
-    if (send && lifted)
+    const bool isSent = pen == m_redirectedPen;
+    if (isSent && lifted)
         m_redirectedPen = -1;
-    Destination destination = follow(m_redirectedPens, m_ownPens, event.pen, lifted);
-
-    if (destination == Destination::unknown) {
-        lock.unlock();
-        destination = destinationAt(event.x, event.y, widget);
-        lock.lock();
-        if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
-            return false;
-        remember(destination == Destination::own ? m_ownPens : m_redirectedPens, event.pen);
-        // The system has one pointer: a second redirected pen is swallowed until it lifts.
-        send = destination == Destination::redirected && m_redirectedPen == -1;
-        if (send)
-            m_redirectedPen = event.pen;
-    }
-    lock.unlock();
-
-    if (send)
-        redirectPenEvent(event);
-    return destination == Destination::redirected;
-}
-
-ZorvicHardware::Destination ZorvicHardware::touchDestination(const TouchContact &contact)
-{
-    std::unique_lock lock(m_mutex);
-    const QWidget *const widget = m_widgetOfInterest;
-    if (!widget)
-        return Destination::own;
-    const Destination known = follow(m_redirectedTouches, m_ownTouches, contact.id, !contact.down);
-    if (known != Destination::unknown)
-        return known;
+    const Known known = follow(m_redirectedPens, m_ownPens, pen, lifted);
+    if (known == Known::own)
+        return Pen::own;
+    if (known == Known::redirected)
+        return isSent ? Pen::send : Pen::swallowed;
 
     lock.unlock();
-    const Destination destination = destinationAt(contact.x, contact.y, widget);
+    const bool own = QApplication::widgetAt(position) == widget;
     lock.lock();
     if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
-        return Destination::own;
-    remember(destination == Destination::own ? m_ownTouches : m_redirectedTouches, contact.id);
-    return destination;
+        return Pen::own;
+    remember(own ? m_ownPens : m_redirectedPens, pen);
+    if (own)
+        return Pen::own;
+    if (m_redirectedPen != -1)
+        return Pen::swallowed;
+    m_redirectedPen = pen;
+    return Pen::send;
 }
 
-QList<ZorvicHardware::TouchContact> ZorvicHardware::preProcessTouchEvent(const QList<TouchContact> &contacts)
+bool Destinations::isOwnTouch(int id, bool lifted, QPoint position)
 {
-    QList<TouchContact> kept;
-    QList<TouchContact> redirected;
-    for (const TouchContact &contact : contacts)
-        (touchDestination(contact) == Destination::own ? kept : redirected).append(contact);
-    redirectTouchEvent(redirected);
-    return kept;
-}
+    std::unique_lock lock(m_mutex);
+    const QWidget *const widget = m_widgetOfInterest;
+    if (!widget)
+        return true;
+    const Known known = follow(m_redirectedTouches, m_ownTouches, id, lifted);
+    if (known != Known::no)
+        return known == Known::own;
 
-void ZorvicHardware::redirectPenEvent(const PenEvent &event)
-{
-    SystemReport report{};
-    putByte(report, systemReport::lengthAt, systemReport::penLength);
-    putByte(report, kindAt, pen::kind);
-    putByte(report, systemReport::penNumberAt, event.pen | (event.tip ? systemReport::penTipBit : 0));
-    putWord(report, systemReport::penXAt, event.x);
-    putWord(report, systemReport::penYAt, event.y);
-    sendToSystem(systemReport::penLength, report.data());
-}
-
-void ZorvicHardware::redirectTouchEvent(const QList<TouchContact> &contacts)
-{
-    if (contacts.isEmpty())
-        return;
-
-    // Deliberate: the length byte counts every contact and wraps; the buffer ends after 36 of them.
-    const auto length = static_cast<unsigned char>(touch::contactSize * contacts.size() + contact::firstAt);
-    SystemReport report{};
-    putByte(report, systemReport::lengthAt, length);
-    putByte(report, kindAt, touch::kind);
-    const int written = std::min(contacts.size(), systemReport::maxContacts);
-    for (int i = 0; i < written; ++i) {
-        const TouchContact &touched = contacts.at(i);
-        const int at = contact::firstAt + i * touch::contactSize;
-        putByte(report, at + contact::stateAt, touched.id | (touched.down ? contact::downBit : 0));
-        putWord(report, at + contact::xAt, touched.x);
-        putWord(report, at + contact::yAt, touched.y);
-    }
-    sendToSystem(length, report.data());
-}
-
-void ZorvicHardware::sendToSystem(unsigned char length, const unsigned char *report)
-{
-    const QList<BoardInfo> enumerated = boards();
-    if (enumerated.isEmpty())
-        return;
-    // Deliberate: always through the board enumerated first, whichever board the report came from.
-    m_wrapper->SendTouchPacketToSystem(enumerated.first().board, length, report);
+    lock.unlock();
+    const bool own = QApplication::widgetAt(position) == widget;
+    lock.lock();
+    if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
+        return true;
+    remember(own ? m_ownTouches : m_redirectedTouches, id);
+    return own;
 }

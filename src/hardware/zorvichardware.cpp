@@ -6,7 +6,6 @@
 #include <QApplication>
 #include <QDebug>
 #include <QDesktopWidget>
-#include <QWidget>
 
 #include <algorithm>
 #include <array>
@@ -57,13 +56,6 @@ QRect primaryScreenGeometry()
 template <typename Mode> unsigned char driverByte(Mode mode)
 {
     return static_cast<unsigned char>(mode);
-}
-
-/// Once only: two reports of one contact may be looked at by two threads of the driver.
-void remember(QList<int> &contacts, int id)
-{
-    if (!contacts.contains(id))
-        contacts.append(id);
 }
 
 } // namespace
@@ -415,15 +407,7 @@ void ZorvicHardware::setGlintray(bool on)
 
 void ZorvicHardware::setWidgetOfInterest(QWidget *widget)
 {
-    const std::lock_guard lock(m_mutex);
-    m_widgetOfInterest = widget;
-    if (widget)
-        return;
-    m_redirectedPen = -1;
-    m_redirectedPens.clear();
-    m_ownPens.clear();
-    m_redirectedTouches.clear();
-    m_ownTouches.clear();
+    m_destinations.setWidgetOfInterest(widget);
 }
 
 QPoint ZorvicHardware::mapUSBPosToDevicePos(QPoint raw) const
@@ -438,80 +422,25 @@ int ZorvicHardware::mapUSBValToDeviceVal(int raw) const
     return static_cast<int>(raw / rawPerScreen * m_screen.width());
 }
 
-ZorvicHardware::Destination ZorvicHardware::destinationAt(int x, int y, const QWidget *widget) const
-{
-    const bool over = QApplication::widgetAt(mapUSBPosToDevicePos({x, y})) == widget;
-    return over ? Destination::own : Destination::redirected;
-}
-
-ZorvicHardware::Destination ZorvicHardware::follow(QList<int> &redirected, QList<int> &own, int id,
-                                                   bool lifted)
-{
-    QList<int> *const known = redirected.contains(id) ? &redirected : own.contains(id) ? &own : nullptr;
-    if (!known)
-        return Destination::unknown;
-    if (lifted)
-        known->removeOne(id);
-    return known == &own ? Destination::own : Destination::redirected;
-}
-
 bool ZorvicHardware::preProcessPenEvent(const PenEvent &event)
 {
-    std::unique_lock lock(m_mutex);
-    const QWidget *const widget = m_widgetOfInterest;
-    if (!widget)
-        return false;
-
     const bool lifted = !event.tip && !event.button;
-    bool send = event.pen == m_redirectedPen;
-    if (send && lifted)
-        m_redirectedPen = -1;
-    Destination destination = follow(m_redirectedPens, m_ownPens, event.pen, lifted);
-
-    if (destination == Destination::unknown) {
-        lock.unlock();
-        destination = destinationAt(event.x, event.y, widget);
-        lock.lock();
-        if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
-            return false;
-        remember(destination == Destination::own ? m_ownPens : m_redirectedPens, event.pen);
-        // The system has one pointer: a second redirected pen is swallowed until it lifts.
-        send = destination == Destination::redirected && m_redirectedPen == -1;
-        if (send)
-            m_redirectedPen = event.pen;
-    }
-    lock.unlock();
-
-    if (send)
+    const Destinations::Pen destination =
+        m_destinations.ofPen(event.pen, lifted, mapUSBPosToDevicePos({event.x, event.y}));
+    if (destination == Destinations::Pen::send)
         redirectPenEvent(event);
-    return destination == Destination::redirected;
-}
-
-ZorvicHardware::Destination ZorvicHardware::touchDestination(const TouchContact &contact)
-{
-    std::unique_lock lock(m_mutex);
-    const QWidget *const widget = m_widgetOfInterest;
-    if (!widget)
-        return Destination::own;
-    const Destination known = follow(m_redirectedTouches, m_ownTouches, contact.id, !contact.down);
-    if (known != Destination::unknown)
-        return known;
-
-    lock.unlock();
-    const Destination destination = destinationAt(contact.x, contact.y, widget);
-    lock.lock();
-    if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
-        return Destination::own;
-    remember(destination == Destination::own ? m_ownTouches : m_redirectedTouches, contact.id);
-    return destination;
+    return destination != Destinations::Pen::own;
 }
 
 QList<ZorvicHardware::TouchContact> ZorvicHardware::preProcessTouchEvent(const QList<TouchContact> &contacts)
 {
     QList<TouchContact> kept;
     QList<TouchContact> redirected;
-    for (const TouchContact &contact : contacts)
-        (touchDestination(contact) == Destination::own ? kept : redirected).append(contact);
+    for (const TouchContact &contact : contacts) {
+        const QPoint position = mapUSBPosToDevicePos({contact.x, contact.y});
+        const bool own = m_destinations.isOwnTouch(contact.id, !contact.down, position);
+        (own ? kept : redirected).append(contact);
+    }
     redirectTouchEvent(redirected);
     return kept;
 }

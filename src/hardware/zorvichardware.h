@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hardware/abstracthardwarewrapper.h"
+#include "hardware/destinations.h"
 
 #include <QByteArray>
 #include <QList>
@@ -197,9 +198,6 @@ signals:
     void touchStatus(int id, const ZorvicHardware::TouchStatus &status); ///< id: the board last asked
 
 private:
-    /// Where a pen or contact was first seen, kept until it lifts.
-    enum class Destination { unknown, own, redirected };
-
     bool initialiseZorvicWrapper();
     /// The enumeration that belongs to one generation of the boards list: of two at once, the later one
     /// counts.
@@ -208,26 +206,15 @@ private:
     void addBoard(const _ZORVIC_DEVICE_INFO &info, int generation);
     QList<BoardInfo> boards() const;
     template <typename Operation> void forEachBoard(Operation operation) const;
-    /// Whose a contact is that starts at a raw position: own over @p widget, else redirected. Looks at
-    /// widgets, so it must not be called under the lock.
-    Destination destinationAt(int x, int y, const QWidget *widget) const;
-    /// Looks @p id up in the two lists of its kind and forgets it when it has lifted. Under the lock.
-    static Destination follow(QList<int> &redirected, QList<int> &own, int id, bool lifted);
-    Destination touchDestination(const TouchContact &contact);
     void sendToSystem(unsigned char length, const unsigned char *report);
 
-    const QRect m_screen; ///< geometry of the primary screen at construction, pixels
+    const QRect m_screen;        ///< geometry of the primary screen at construction, pixels
+    Destinations m_destinations; ///< of pens and touches
 
     mutable std::mutex m_mutex; ///< guards what follows, down to m_generation
-    QWidget *m_widgetOfInterest = nullptr;
-    qint32 m_redirectedPen = -1; ///< the one pen that is being sent to the system, -1 for none
-    QList<int> m_redirectedPens;
-    QList<int> m_ownPens;
-    QList<int> m_redirectedTouches;
-    QList<int> m_ownTouches;
-    qint32 m_statusBoard = 0;  ///< the board last passed to getTouchStatus
-    QList<BoardInfo> m_boards; ///< in order of enumeration
-    int m_generation = 0;      ///< of the boards list: one higher after each plug-and-play change
+    qint32 m_statusBoard = 0;   ///< the board last passed to getTouchStatus
+    QList<BoardInfo> m_boards;  ///< in order of enumeration
+    int m_generation = 0;       ///< of the boards list: one higher after each plug-and-play change
 
     /// Null before init. Last, hence destroyed first: until it has detached, the driver may call in.
     std::unique_ptr<AbstractHardwareWrapper> m_wrapper;
