@@ -8,9 +8,11 @@
 
 namespace {
 
-constexpr float screens_per_unit = 1.0F / 32768; // normalised length of one raw board unit
-constexpr double same_position = 1e-12;          // normalised units: closer than this is equal
-constexpr int pen_count = 4;                     // pens that are configured
+// The normalised length of one raw board unit: 1.0 is the whole screen, 32768 units. The board layer maps to
+// pixels by 32767 instead, so that the last position lies at the screen's far edge.
+constexpr float screens_per_unit = 1.0F / 32768;
+constexpr double same_position = 1e-12; // normalised units: closer than this is equal
+constexpr int pen_count = 4;            // pens that are configured
 constexpr ZorvicHardware::PenHardwareMode pen_hardware_mode{2};
 
 QPointF normalised(int x, int y)

@@ -38,7 +38,9 @@ int wholeContacts(const QByteArray &report, int contactSize)
 
 using SystemReport = std::array<unsigned char, systemReport::bufferSize>;
 
-constexpr double rawPerScreen = 32767; // raw units across the screen
+// The driver counts 32768 positions across the screen, 0 to 32767, so that the last one maps to the screen's
+// far edge. The input model divides by 32768 instead: there 1.0 is the whole width.
+constexpr double rawPerScreen = 32767;
 
 constexpr unsigned char allTransfers = 0xFF;
 
@@ -158,7 +160,7 @@ void ZorvicHardware::addBoard(const _ZORVIC_DEVICE_INFO &info, int generation)
     int index = 0;
     {
         const std::lock_guard lock(m_mutex);
-        if (generation != m_generation) // boards have come or gone meanwhile, and are being enumerated anew
+        if (generation != m_generation) // boards have come or gone meanwhile, and are being enumerated again
             return;
         m_boards.append(board);
         index = m_boards.size() - 1;
@@ -373,7 +375,7 @@ void ZorvicHardware::getTouchStatus(int board)
         const std::lock_guard lock(m_mutex);
         m_statusBoard = board;
     }
-    sendCommand(board, ":QT\r");
+    sendCommand(board, QByteArray(cmdTouchStatus) + '\r');
 }
 
 void ZorvicHardware::setTouchReportMode(TouchReportMode mode)

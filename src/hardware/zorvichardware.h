@@ -101,6 +101,7 @@ public:
     static constexpr const char *cmdGlintray = ":VL";
     static constexpr const char *cmdPenType = ":PK"; ///< the board knows it, nothing here sends it
     static constexpr const char *cmdPenHardwareMode = ":PN";
+    static constexpr const char *cmdTouchStatus = ":QT";
 
     /// Registers the record types with Qt, so that the signals can be queued. Needs a QApplication: it notes
     /// the size of the primary screen, to which raw positions are mapped.
