@@ -57,7 +57,7 @@ public:
     virtual void rebuild();
     /// Draws the item in item coordinates. Called on the render thread.
     virtual void redraw(QPainter &painter);
-    /// Makes the cache large enough for the outline; caches only grow. Where there is no memory for it, the
+    /// Makes the cache large enough for the outline; caches only grow. If there is no memory for it, the
     /// item has none and is not drawn. Called on the render thread.
     virtual void rebuffer();
 
@@ -76,7 +76,7 @@ public:
     void redraw();
     /// Starts the render of a tick, on a thread of its own unless only the area is to be told.
     void update_begin();
-    /// Waits for the render that update_begin has started, or runs it where no thread could be had. What a
+    /// Waits for the render that update_begin has started, or runs it if no thread could be started. What a
     /// render throws is dropped.
     void update_end();
     /// The render itself. An item without an owner does nothing and keeps its update flags. Called on the
@@ -123,7 +123,7 @@ protected:
 public:
     ItemView *m_owner = nullptr;     ///< the view that shows the item, set and cleared by the view
     int m_update_flags = update_all; ///< of UpdateFlag
-    bool m_hit_testable = true;      ///< ItemView::hit_item skips the item where false
+    bool m_hit_testable = true;      ///< ItemView::hit_item skips the item if false
 
 protected:
     int m_lock_count = 0;

@@ -15,7 +15,7 @@ class QMouseEvent;
 class QTouchEvent;
 
 /// Shows items in their z-order, gives each contact to the frontmost item under it until the contact lifts,
-/// and collects the areas that have to be painted anew. What no item takes leaves through the signals.
+/// and collects the areas that have to be painted again. What no item takes leaves through the signals.
 ///
 /// Its z-order shares its items with the contacts captured for them and with the pens that hover over them.
 /// GUI thread only, but for add_dirty_region. Records arrive with pos and view_pos in pixels of the view; an
@@ -51,7 +51,7 @@ public:
     void to_front(const Item *item);
     void to_back(const Item *item);
 
-    /// @p area, in pixels of the view, is painted anew at the next tick. Any thread.
+    /// @p area, in pixels of the view, is painted again at the next tick. Any thread.
     void add_dirty_region(const QRect &area);
     /// Takes the collected area, which is empty afterwards. Takes no lock: only between renders.
     QRegion get_dirty_region();
@@ -73,7 +73,7 @@ signals:
     void out_erase_event(const std::vector<Korvane::Controls> &event);
 
 protected:
-    /// Makes contact records of the toolkit's own mouse and touch events.
+    /// Makes contact records of Qt's own mouse and touch events.
     bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
@@ -86,7 +86,7 @@ private:
     void disown_all();
     std::shared_ptr<Item> captured_item(Captures &captures, const Korvane::Controls &event);
     /// Tells the item that a hovering pen has come upon, and then the one that it has left. Both get @p copy,
-    /// the record as it was delivered, in the coordinates of the item entered where there is one.
+    /// the record as it was delivered, in the coordinates of the item entered if there is one.
     void hover(const Korvane::Controls &event, Korvane::Controls &copy);
     void route(const std::vector<Korvane::Controls> &event, Captures &captures, Batches &batches,
                ItemOperation deliver, OutSignal pass_on);

@@ -31,7 +31,7 @@ public:
     ~LanternixDialog() override;
 
 public slots:
-    // The caller's records get Korvane::Controls::taken where a widget took them.
+    // The caller's records get Korvane::Controls::taken if a widget took them.
     void in_korvane_pen(Korvane::Controls &event);
     void in_korvane_touch(std::vector<Korvane::Controls> &event); ///< the records of one report
     void in_korvane_erase(std::vector<Korvane::Controls> &event); ///< the records of one report

@@ -32,7 +32,7 @@ bool same_segment(const StrokesView::segment &a, const StrokesView::segment &b)
         && same(a.line.y2(), b.line.y2()) && a.width == b.width;
 }
 
-/// Null where there is no memory for the image.
+/// Null if there is no memory for the image.
 std::unique_ptr<QImage> new_image(int width, int height, QImage::Format format)
 {
     auto image = std::make_unique<QImage>(width, height, format);
@@ -250,7 +250,7 @@ QSize StrokesView::sizeHint() const
 
 void StrokesView::resizeEvent(QResizeEvent *)
 {
-    // Deliberate: shared by all views, and never smaller again, so that images are not made anew.
+    // Deliberate: shared by all views, and never smaller again, so that images are seldom allocated.
     static int max_width = 0;
     static int max_height = 0;
     max_width = std::max(max_width, width());

@@ -55,7 +55,7 @@ public:
     /// Advances the stroke of the record's contact and paints the new piece. A contact without a size draws
     /// with the stroke width of the digit keys.
     void draw_stroke(const Korvane::Controls &event, const QColor &colour);
-    /// Paints all finished strokes anew; the caller marks what is to be repainted.
+    /// Paints all finished strokes again; the caller marks what is to be repainted.
     void redraw_strokes();
     /// Forgets all finished strokes. A stroke in progress keeps its segments and shows them again once
     /// finished and repainted.
@@ -65,7 +65,7 @@ public:
     void statistics(int &strokes, int &segments, int &min_segments, int &max_segments,
                     int &mean_segments) const;
 
-    // Each shows its test pattern in place of any other, or plain white where it is shown already.
+    // Each shows its test pattern in place of any other, or plain white if it is shown already.
     void toggle_grid();
     void toggle_colors();
     void toggle_shapes();

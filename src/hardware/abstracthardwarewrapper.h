@@ -35,7 +35,7 @@ using PacketCallback = void (*)(int board, const unsigned char *data, unsigned i
 using PnpCallback = void (*)(void *context);
 
 /// The functions of the board driver. Arguments are handed to it as they are, what they mean is its business;
-/// a callback's context must live until the callback is withdrawn. No operation fails loudly: where the
+/// a callback's context must live until the callback is withdrawn. No operation fails loudly: if the
 /// driver lacks a function, the call returns the value named here, or does nothing.
 class AbstractHardwareWrapper
 {

@@ -44,7 +44,7 @@ public:
     /// One finger.
     struct TouchContact
     {
-        quint8 id = 0;     ///< 0 to 127, used anew once the contact has lifted
+        quint8 id = 0;     ///< 0 to 127, used again once the contact has lifted
         qint32 x = 0;      ///< raw board units
         qint32 y = 0;      ///< raw board units
         qint32 extent = 0; ///< raw board units: size of the contact patch
@@ -76,7 +76,7 @@ public:
     /// One enumerated board, as its driver describes it.
     struct BoardInfo
     {
-        QString type;   ///< "HID", or what the driver names; empty where it names nothing
+        QString type;   ///< "HID", or what the driver names; empty if it names nothing
         qint32 vid = 0; ///< USB vendor number
         qint32 pid = 0; ///< USB product number
         qint32 xp = 0;  ///< the driver's value "xp", as are the two below "xt" and "xl"
@@ -121,11 +121,11 @@ public:
     void enumerate();
     /// Numbers that are absent or malformed are 0. Any thread.
     static BoardInfo boardInfo(const _ZORVIC_DEVICE_INFO &info);
-    /// The text between the "<" and the ">" that follow the first @p key in @p text; a null string where one
+    /// The text between the "<" and the ">" that follow the first @p key in @p text; a null string if one
     /// of the three is missing. Any thread.
     static QString parseAdditionalInfoKeyValue(const QString &text, const QString &key);
 
-    /// Forgets all boards and enumerates anew. Driver's thread.
+    /// Forgets all boards and enumerates again. Driver's thread.
     void pnp();
     /// For the driver; @p context is the ZorvicHardware, null is ignored.
     static void pnpCallback(void *context);
@@ -175,7 +175,7 @@ public:
     /// Raw length to pixels, always by the screen's width. Any thread.
     int mapUSBValToDeviceVal(int raw) const;
     /// True when the sample belongs to the operating system and must not be emitted; it has been sent there,
-    /// or swallowed where another pen is being sent. Driver's thread.
+    /// or swallowed if another pen is being sent. Driver's thread.
     bool preProcessPenEvent(const PenEvent &event);
     /// Sends the contacts that belong to the operating system there and returns the others. Driver's thread.
     QList<TouchContact> preProcessTouchEvent(const QList<TouchContact> &contacts);

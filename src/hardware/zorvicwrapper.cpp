@@ -43,7 +43,7 @@ private:
 
 namespace {
 
-/// Calls @p pointer with @p arguments, or returns @p missing where the driver lacks the function.
+/// Calls @p pointer with @p arguments, or returns @p missing if the driver lacks the function.
 template <typename Result, typename Function, typename... Arguments>
 Result callOr(Result missing, const std::atomic<Function> &pointer, Arguments... arguments)
 {

@@ -13,10 +13,10 @@ class ZorvicWrapper : public AbstractHardwareWrapper
 {
 public:
     ZorvicWrapper();
-    /// Detaches where a library is open and has that function, then closes the library.
+    /// Detaches if a library is open and has that function, then closes the library.
     ~ZorvicWrapper() override;
 
-    /// Opens the library unless it is open already, resolves every export anew, then calls the driver's own
+    /// Opens the library unless it is open already, resolves every export again, then calls the driver's own
     /// Attach and returns its answer. Writes the loader's message to standard error and returns false when
     /// the library cannot be opened; a missing export is not reported.
     bool Attach() override;
