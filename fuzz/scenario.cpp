@@ -2,7 +2,7 @@
 
 #include "fuzzing.h"
 
-#include "scenario.h"
+#include "scenarioreader.h"
 
 #include <sstream>
 #include <string>

@@ -1,6 +1,7 @@
 #include "driver.h"
 
 #include "demonstration.h"
+#include "scenarioreader.h"
 
 #include <algorithm>
 #include <cstdio>

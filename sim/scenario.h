@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <istream>
 #include <optional>
 #include <string>
 #include <variant>
@@ -93,12 +92,5 @@ struct Scenario
     std::vector<Device> devices; ///< every board number once
     std::vector<Step> steps;     ///< every Repeat has its End
 };
-
-/// Reads a scenario, see docs/scenarios.md. Returns nothing when any line is wrong; @p error then holds one
-/// line of text, "name:line: cause", without a newline.
-std::optional<Scenario> readScenario(std::istream &in, const std::string &name, std::string &error);
-
-/// The same for the file @p name; one that cannot be opened is an error at line 0.
-std::optional<Scenario> readScenarioFile(const std::string &name, std::string &error);
 
 } // namespace boardsim

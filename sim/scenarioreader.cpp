@@ -1,5 +1,6 @@
+#include "scenarioreader.h"
+
 #include "fields.h"
-#include "scenario.h"
 
 #include <algorithm>
 #include <array>

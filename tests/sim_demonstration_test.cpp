@@ -1,5 +1,5 @@
 #include "demonstration.h"
-#include "scenario.h"
+#include "scenarioreader.h"
 
 #include <gtest/gtest.h>
 

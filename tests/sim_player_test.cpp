@@ -1,4 +1,5 @@
 #include "player.h"
+#include "scenarioreader.h"
 
 #include <QTemporaryDir>
 

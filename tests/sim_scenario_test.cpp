@@ -1,4 +1,4 @@
-#include "scenario.h"
+#include "scenarioreader.h"
 
 #include <gtest/gtest.h>
 
