@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -87,20 +86,6 @@ void CallLog::append(const Record &record)
     // One write a line: a second one after a short write would tear the line. Nobody is told that the disk is
     // full.
     [[maybe_unused]] const ssize_t written = write(m_file, line.data(), line.size());
-}
-
-std::string hexText(const void *data, int length)
-{
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    if (!data)
-        return text;
-    const auto *const bytes = static_cast<const std::uint8_t *>(data);
-    for (int i = 0; i < length; ++i) {
-        text.push_back(digits[bytes[i] >> 4]);
-        text.push_back(digits[bytes[i] & 0x0f]);
-    }
-    return text;
 }
 
 } // namespace boardsim

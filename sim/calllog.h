@@ -37,7 +37,4 @@ private:
     int m_file = -1;
 };
 
-/// "0a1b" for two bytes; an empty text for a null pointer or a length below one.
-std::string hexText(const void *data, int length);
-
 } // namespace boardsim

@@ -1,5 +1,6 @@
 #include "calllog.h"
 #include "driver.h"
+#include "hex.h"
 
 #include "hardware/abstracthardwarewrapper.h"
 

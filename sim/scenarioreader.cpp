@@ -1,6 +1,7 @@
 #include "scenarioreader.h"
 
 #include "fields.h"
+#include "hex.h"
 
 #include <algorithm>
 #include <array>
@@ -56,32 +57,6 @@ std::string oneLine(std::string message)
     std::replace_if(
         message.begin(), message.end(), [](unsigned char byte) { return std::iscntrl(byte) != 0; }, '?');
     return message;
-}
-
-int digitValue(char digit)
-{
-    const std::string digits = "0123456789abcdef";
-    const std::size_t value = digits.find(static_cast<char>(std::tolower(static_cast<unsigned char>(digit))));
-    return value == std::string::npos ? -1 : static_cast<int>(value);
-}
-
-/// Two digits a byte, bytes separated by spaces or not at all.
-std::optional<Bytes> bytesFromHex(const std::string &text)
-{
-    Bytes bytes;
-    for (std::size_t at = 0; at < text.size();) {
-        if (text[at] == ' ') {
-            ++at;
-            continue;
-        }
-        const int high = digitValue(text[at]);
-        const int low = at + 1 < text.size() ? digitValue(text[at + 1]) : -1;
-        if (high < 0 || low < 0)
-            return {};
-        bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
-        at += 2;
-    }
-    return bytes;
 }
 
 Point pointFrom(const Json &value, double highest, Fields &fields, const char *what)
