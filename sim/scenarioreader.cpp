@@ -3,6 +3,8 @@
 #include "fields.h"
 #include "hex.h"
 
+#include "hardware/abstracthardwarewrapper.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -22,7 +24,6 @@ namespace {
 
 constexpr int formatVersion = 1;
 constexpr std::size_t longestLine = 65536; // bytes; what is no scenario must not fill the memory
-constexpr std::size_t longestInfo = 3770;  // bytes that fit the device record with their NUL
 constexpr std::size_t longestText = 4095;
 constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, 11 days: rate times time fits 64 bits
 constexpr std::int64_t highestRate = 1'000'000;
@@ -191,7 +192,7 @@ void Reader::readDevice(Fields &fields)
     Device device;
     device.kind = fields.smallInteger("kind", INT_MIN, INT_MAX);
     device.board = fields.smallInteger("board", 0, INT_MAX);
-    device.info = fields.text("info", longestInfo);
+    device.info = fields.text("info", _ZORVIC_DEVICE_INFO::longestInfo);
     device.plugged = fields.flagOr("plugged", true);
     const auto isSame = [&device](const Device &other) { return other.board == device.board; };
     if (std::any_of(m_scenario.devices.begin(), m_scenario.devices.end(), isSame))
