@@ -1,153 +1,44 @@
 #pragma once
 
-#include "boardsettings.h"
-#include "calllog.h"
-#include "player.h"
+#include "report.h"
 
-#include "hardware/abstracthardwarewrapper.h"
-
-#include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <map>
-#include <memory>
-#include <mutex>
-#include <set>
-#include <thread>
 
 namespace boardsim {
 
-/// The simulated driver behind the exported functions: plays a scenario on a thread of its own, which runs
-/// the program's callbacks. Any thread may call any function at any time, from inside a callback too; no lock
-/// is held while a callback runs. What is virtual is what a driver that misbehaves does differently.
-class Driver : private Stage
+/// The synchronous channels: queues of a board's reports that the program reads when it likes. Owned by the
+/// driver, whose mutex guards every call; nothing here waits or wakes.
+class Channels
 {
 public:
-    /// Keeps a reference to @p log.
-    explicit Driver(CallLog &log);
-    /// Detaches.
-    ~Driver() override;
+    /// Returns the number of a new channel; numbers are never used again.
+    int open(int board);
+    /// Returns whether there was such a channel.
+    bool close(int board, int channel);
+    void clear();
 
-    /// Loads the scenario that BOARDSIM_SCENARIO names and starts to play it, unless one is being played. One
-    /// that cannot be loaded gives a line on standard error and no devices. Always true.
-    virtual bool attach();
-    /// Forgets every callback and stops the play. No callback runs after it has returned, except, where a
-    /// callback calls it, that one.
-    virtual void detach();
-    /// Like detach(), but gives up on a callback that does not return; false then, and this object must stay.
-    bool detachForUnloading();
-
-    virtual void setCallback(int board, PacketCallback callback, void *context);
-    virtual void setPnpCallback(PnpCallback callback, void *context);
-    /// Withdraws the packet callback of @p board or, with board 0 and its function, the plug-and-play
-    /// callback. Waits for that callback to return unless it is called from inside a callback.
-    void clearCallback(int board, void *callback, void *context);
-
-    virtual int deviceCount();
-    virtual bool deviceInfo(int index, _ZORVIC_DEVICE_INFO *out);
-    /// Whether to fail at once, and unlogged, when asked for a device.
-    virtual bool deniesDevices() { return false; }
-    /// Number of bytes taken, -1 when no such board is plugged in. A board asked for its touch status
-    /// answers.
-    virtual int write(int board, const void *data, int length);
-    /// Takes a report for the operating system; there is no system pointer to move.
-    virtual void sendToSystem() { }
-    /// Lets the driver's thread deliver @p data as a report of @p board.
-    void sendBack(int board, const unsigned char *data, int length);
-    bool isPlugged(int board);
-    bool isSomethingOnBoard(int board);
-
-    /// Changes one board's settings, or reads them, with the lock held.
-    template <typename Operation> auto withSettings(int board, Operation operation)
-    {
-        const std::lock_guard lock(m_mutex);
-        return operation(m_settings[board]);
-    }
-
-    /// A channel's number, or -1 when no such board is plugged in.
-    int openChannel(int board);
-    void closeChannel(int board, int channel);
-    /// Length of the next report of the board, of which @p buffer gets what fits; 0 when none has come within
-    /// @p timeout milliseconds, -1 without such a channel.
-    int readChannel(int board, int channel, void *buffer, int size, unsigned int timeout);
-
-    /// While a thread holds this lock no callback runs, except those that this thread runs itself.
-    void lock();
-    void unlock();
-
-protected:
-    // Each runs one callback, on the driver's thread.
-    virtual void call(PacketCallback callback, int board, const Bytes &report, void *context);
-    virtual void call(PnpCallback callback, void *context);
-
-    void mark(const std::string &text) override;
+    /// Queues @p report on each channel of @p board, in place of the oldest one if a queue is full. Returns
+    /// whether the board has a channel.
+    bool deliver(int board, const Bytes &report);
+    /// Whether take() would not answer 0: a report has come, or there is no such channel.
+    bool hasAnswer(int board, int channel);
+    /// Takes the oldest report, of which @p buffer gets what fits in @p size bytes, and returns its length; 0
+    /// if none has come, -1 if there is no such channel.
+    int take(int board, int channel, void *buffer, int size);
 
 private:
-    struct Registration
-    {
-        int board = 0;
-        void *function = nullptr;
-        void *context = nullptr;
-
-        bool operator==(const Registration &other) const
-        {
-            return board == other.board && function == other.function && context == other.context;
-        }
-    };
-
+    /// One open channel with the reports that nobody has read yet, oldest first.
     struct Channel
     {
         int board = 0;
         std::deque<Bytes> reports;
     };
 
-    using Lock = std::unique_lock<std::mutex>;
+    Channel *find(int board, int channel);
 
-    Clock::time_point now() override;
-    bool waitUntil(Clock::time_point deadline) override;
-    void deliver(int board, const Bytes &report) override;
-    void plug(int board, bool plugged) override;
-
-    bool isDriverThread() const;
-    void load();
-    void stop();
-    void run();
-    bool isInterrupted() const;
-    bool awaitTurn(Lock &lock);
-    template <typename Run> void runCallback(Lock &lock, const Registration &registration, Run run);
-    Device *findPlugged(int board);
-    Channel *findChannel(int board, int channel);
-    void queueReport(int board, Bytes report);
-    Bytes touchStatus(int board);
-
-    CallLog &m_log;
-    std::mutex m_lifecycle; ///< held while the thread is started or joined; never taken on that thread
-    std::thread m_thread;
-    std::atomic<std::thread::id> m_threadId = std::thread::id(); ///< of the running thread
-
-    std::mutex m_mutex; ///< guards all below; never held while a callback runs
-    std::condition_variable m_changed;
-    bool m_stopping = true;
-    bool m_stoppedInside = false; ///< by a callback, so that the same callback may start again
-    bool m_restarted = false;     ///< the play that runs now is out of date
-    bool m_finished = false;      ///< the thread has left its loop
-    std::shared_ptr<const Scenario> m_scenario;
-    std::vector<Device> m_devices; ///< in the scenario's order, unplugged ones too
-    std::map<int, BoardSettings> m_settings;
-    std::map<int, std::set<int>> m_contactsDown;   ///< per board
-    std::map<int, Registration> m_packetCallbacks; ///< per board
-    Registration m_pnpCallback;
-    Registration m_running;          ///< the callback that runs now; no function: none
-    unsigned long m_runs = 0;        ///< callbacks started so far
-    std::deque<SendReport> m_queued; ///< reports that calls of the program have caused
-    std::map<int, Channel> m_channels;
-    int m_lastChannel = 0;
-    std::thread::id m_lockOwner;
-    int m_lockDepth = 0;
+    std::map<int, Channel> m_channels; ///< by number
+    int m_last = 0;                    ///< number of the channel opened last
 };
-
-/// The driver of this library, which keeps a reference to @p log. What it is like is up to the file that
-/// defines this function.
-std::unique_ptr<Driver> makeDriver(CallLog &log);
 
 } // namespace boardsim

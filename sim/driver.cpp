@@ -17,7 +17,6 @@ namespace {
 
 constexpr const char *scenarioVariable = "BOARDSIM_SCENARIO";
 constexpr std::size_t longestQueue = 1024; // reports; more are lost, as in a driver whose buffer is full
-constexpr std::size_t longestChannel = 64;
 constexpr auto idleWait = std::chrono::hours(1);
 constexpr const char *endMark = "scenario ends"; // tells who reads the log that nothing more will come
 constexpr std::string_view statusRequest = ":QT\r";
@@ -239,19 +238,14 @@ bool Driver::isSomethingOnBoard(int board)
 int Driver::openChannel(int board)
 {
     const Lock lock(m_mutex);
-    if (!findPlugged(board))
-        return -1;
-    m_channels[++m_lastChannel].board = board;
-    return m_lastChannel;
+    return findPlugged(board) ? m_channels.open(board) : -1;
 }
 
 void Driver::closeChannel(int board, int channel)
 {
     const Lock lock(m_mutex);
-    if (!findChannel(board, channel))
-        return;
-    m_channels.erase(channel);
-    m_changed.notify_all();
+    if (m_channels.close(board, channel))
+        m_changed.notify_all();
 }
 
 int Driver::readChannel(int board, int channel, void *buffer, int size, unsigned int timeout)
@@ -261,22 +255,9 @@ int Driver::readChannel(int board, int channel, void *buffer, int size, unsigned
     const auto deadline = now() + std::chrono::milliseconds(timeout);
     Lock lock(m_mutex);
     // The driver's own thread would wait for a report that only it can bring.
-    if (!isDriverThread()) {
-        m_changed.wait_until(lock, deadline, [&] {
-            const Channel *const open = findChannel(board, channel);
-            return !open || !open->reports.empty();
-        });
-    }
-    Channel *const open = findChannel(board, channel);
-    if (!open)
-        return -1;
-    if (open->reports.empty())
-        return 0;
-    const Bytes report = std::move(open->reports.front());
-    open->reports.pop_front();
-    std::copy_n(report.begin(), std::min(report.size(), static_cast<std::size_t>(size)),
-                static_cast<std::uint8_t *>(buffer));
-    return static_cast<int>(report.size());
+    if (!isDriverThread())
+        m_changed.wait_until(lock, deadline, [&] { return m_channels.hasAnswer(board, channel); });
+    return m_channels.take(board, channel, buffer, size);
 }
 
 void Driver::lock()
@@ -331,14 +312,8 @@ void Driver::deliver(int board, const Bytes &report)
     if (!awaitTurn(lock) || !findPlugged(board))
         return;
     trackContacts(report, m_contactsDown[board]);
-    for (auto &[number, channel] : m_channels) {
-        if (channel.board != board)
-            continue;
-        if (channel.reports.size() == longestChannel)
-            channel.reports.pop_front();
-        channel.reports.push_back(report);
+    if (m_channels.deliver(board, report))
         m_changed.notify_all();
-    }
     const auto found = m_packetCallbacks.find(board);
     if (found == m_packetCallbacks.end())
         return;
@@ -419,12 +394,6 @@ Device *Driver::findPlugged(int board)
         return device.board == board && device.plugged;
     });
     return found == m_devices.end() ? nullptr : &*found;
-}
-
-Driver::Channel *Driver::findChannel(int board, int channel)
-{
-    const auto found = m_channels.find(channel);
-    return found == m_channels.end() || found->second.board != board ? nullptr : &found->second;
 }
 
 void Driver::queueReport(int board, Bytes report)

@@ -2,6 +2,7 @@
 
 #include "boardsettings.h"
 #include "calllog.h"
+#include "channels.h"
 #include "player.h"
 
 #include "hardware/abstracthardwarewrapper.h"
@@ -95,12 +96,6 @@ private:
         }
     };
 
-    struct Channel
-    {
-        int board = 0;
-        std::deque<Bytes> reports;
-    };
-
     using Lock = std::unique_lock<std::mutex>;
 
     Clock::time_point now() override;
@@ -116,7 +111,6 @@ private:
     bool awaitTurn(Lock &lock);
     template <typename Run> void runCallback(Lock &lock, const Registration &registration, Run run);
     Device *findPlugged(int board);
-    Channel *findChannel(int board, int channel);
     void queueReport(int board, Bytes report);
     Bytes touchStatus(int board);
 
@@ -140,8 +134,7 @@ private:
     Registration m_running;          ///< the callback that runs now; no function: none
     unsigned long m_runs = 0;        ///< callbacks started so far
     std::deque<SendReport> m_queued; ///< reports that calls of the program have caused
-    std::map<int, Channel> m_channels;
-    int m_lastChannel = 0;
+    Channels m_channels;
     std::thread::id m_lockOwner;
     int m_lockDepth = 0;
 };
