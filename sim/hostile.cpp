@@ -15,10 +15,10 @@ using Kind = Misbehaviour::Kind;
 
 constexpr auto blockingTime = std::chrono::seconds(2);
 constexpr auto printingPause = std::chrono::milliseconds(1);
-constexpr std::size_t headerSize = 2;
+constexpr std::size_t headerSize = reportlayout::contact::firstAt;
 
 /// No byte of it is zero, up to the NUL that ends it as a text: who takes it for one finds a contact.
-constexpr unsigned char shortTouchReport[] = {1, 0x45, 0x81, 1, 1, 1, 1, 1, 1, 0};
+constexpr unsigned char shortTouchReport[] = {1, reportlayout::touch::kind, 0x81, 1, 1, 1, 1, 1, 1, 0};
 
 /// Runs @p run on the calling thread, then on another, and returns once both have ended.
 template <typename Run> void onTwoThreads(Run run)

@@ -1,5 +1,7 @@
 #include "misbehaviour.h"
 
+#include "hardware/reportlayout.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -21,7 +23,7 @@ struct Entry
 };
 
 constexpr int anyCount = -1'000'000'000;
-constexpr int shortestReport = 3; // two bytes of header, then something to repeat
+constexpr int shortestReport = reportlayout::contact::firstAt + 1; // the header, then a byte to repeat
 
 constexpr Entry entries[] = {
     {"attach-fails", Misbehaviour::Kind::attachFails, false},

@@ -1,61 +1,33 @@
 #include "report.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace boardsim {
 
 namespace {
 
-constexpr std::size_t kindAt = 1;
-constexpr std::uint8_t downBit = 0x80; // first byte of a touch or erase contact: bit 7 down, bits 0 to 6 id
-constexpr std::uint8_t idMask = 0x7f;
-constexpr std::size_t headerSize = 2; // touch and erase: the contacts follow, without a count
-
-namespace pen { // exactly 8 bytes; 16-bit values low byte first
-constexpr std::uint8_t identifier = 0x08;
-constexpr std::uint8_t kind = 0x21;
-constexpr std::size_t size = 8;
-constexpr std::size_t stateAt = 7; // bit 0 tip, bit 1 button, bit 2, bits 3 to 6 pen number
-constexpr std::uint8_t tipBit = 0x01;
-constexpr std::uint8_t buttonBit = 0x02;
-constexpr std::uint8_t bit2 = 0x04;
-constexpr int penShift = 3;
-constexpr std::uint8_t penMask = 0x78;
-} // namespace pen
-
-namespace touch { // state, x, y, extent
-constexpr std::uint8_t kind = 0x45;
-constexpr std::size_t contactSize = 7;
-} // namespace touch
-
-namespace erase { // state, x, y, width, height
-constexpr std::uint8_t kind = 0x46;
-constexpr std::size_t contactSize = 9;
-} // namespace erase
-
-namespace status {
-constexpr std::uint8_t identifier = 0x08;
-constexpr std::uint8_t kind = 0xa5;
-} // namespace status
+using namespace reportlayout;
 
 // Identities of contacts on the board: the three kinds must not meet.
 constexpr int firstTouch = 256;
 constexpr int firstErase = 512;
 
-void putByte(Bytes &report, int value)
+/// A report of @p kind with @p count contacts, whose bytes are still zero.
+Bytes emptyList(std::uint8_t kind, std::size_t count, int contactSize)
 {
-    report.push_back(static_cast<std::uint8_t>(value & 0xff));
+    Bytes report(contact::firstAt + count * static_cast<std::size_t>(contactSize));
+    putByte(report, kindAt, kind);
+    return report;
 }
 
-void putWord(Bytes &report, int value)
+/// Writes what touch and erase contacts have in common into the contact that starts at byte @p start.
+template <typename Contact> void putContact(Bytes &report, int start, const Contact &values)
 {
-    putByte(report, value);
-    putByte(report, value >> 8);
-}
-
-void putState(Bytes &report, int id, bool down)
-{
-    putByte(report, (id & idMask) | (down ? downBit : 0));
+    putByte(report, start + contact::stateAt,
+            (values.id & contact::idMask) | (values.down ? contact::downBit : 0));
+    putWord(report, start + contact::xAt, values.x);
+    putWord(report, start + contact::yAt, values.y);
 }
 
 void setDown(std::set<int> &contacts, int contact, bool down)
@@ -66,67 +38,60 @@ void setDown(std::set<int> &contacts, int contact, bool down)
         contacts.erase(contact);
 }
 
-void trackGroups(const Bytes &report, std::size_t contactSize, int firstContact, std::set<int> &down)
+void trackList(const Bytes &report, std::size_t contactSize, int firstContact, std::set<int> &down)
 {
-    for (std::size_t at = headerSize; at + contactSize <= report.size(); at += contactSize)
-        setDown(down, firstContact + (report[at] & idMask), (report[at] & downBit) != 0);
+    for (std::size_t start = contact::firstAt; start + contactSize <= report.size(); start += contactSize) {
+        const std::uint8_t state = report[start + contact::stateAt];
+        setDown(down, firstContact + (state & contact::idMask), (state & contact::downBit) != 0);
+    }
 }
 
 } // namespace
 
 Bytes penReport(const PenSample &sample)
 {
-    Bytes report;
-    report.reserve(pen::size);
-    putByte(report, pen::identifier);
-    putByte(report, pen::kind);
-    putByte(report, 0);
-    putWord(report, sample.x);
-    putWord(report, sample.y);
-    putByte(report,
+    Bytes report(pen::size);
+    putByte(report, pen::identifierAt, pen::identifier);
+    putByte(report, kindAt, pen::kind);
+    putWord(report, pen::xAt, sample.x);
+    putWord(report, pen::yAt, sample.y);
+    putByte(report, pen::stateAt,
             (sample.tip ? pen::tipBit : 0) | (sample.button ? pen::buttonBit : 0)
-                | (sample.bit2 ? pen::bit2 : 0) | ((sample.pen << pen::penShift) & pen::penMask));
+                | (sample.bit2 ? pen::stateBit2 : 0) | ((sample.pen << pen::numberShift) & pen::numberMask));
     return report;
 }
 
 Bytes touchReport(const std::vector<TouchContact> &contacts)
 {
-    Bytes report;
-    report.reserve(headerSize + contacts.size() * touch::contactSize);
-    putByte(report, 0);
-    putByte(report, touch::kind);
-    for (const TouchContact &contact : contacts) {
-        putState(report, contact.id, contact.down);
-        putWord(report, contact.x);
-        putWord(report, contact.y);
-        putWord(report, contact.extent);
+    Bytes report = emptyList(touch::kind, contacts.size(), touch::contactSize);
+    int start = contact::firstAt;
+    for (const TouchContact &each : contacts) {
+        putContact(report, start, each);
+        putWord(report, start + touch::extentAt, each.extent);
+        start += touch::contactSize;
     }
     return report;
 }
 
 Bytes eraseReport(const std::vector<EraseContact> &contacts)
 {
-    Bytes report;
-    report.reserve(headerSize + contacts.size() * erase::contactSize);
-    putByte(report, 0);
-    putByte(report, erase::kind);
-    for (const EraseContact &contact : contacts) {
-        putState(report, contact.id, contact.down);
-        putWord(report, contact.x);
-        putWord(report, contact.y);
-        putWord(report, contact.width);
-        putWord(report, contact.height);
+    Bytes report = emptyList(erase::kind, contacts.size(), erase::contactSize);
+    int start = contact::firstAt;
+    for (const EraseContact &each : contacts) {
+        putContact(report, start, each);
+        putWord(report, start + erase::widthAt, each.width);
+        putWord(report, start + erase::heightAt, each.height);
+        start += erase::contactSize;
     }
     return report;
 }
 
-Bytes touchStatusReport(const std::uint8_t (&values)[6])
+Bytes touchStatusReport(const StatusValues &values)
 {
-    Bytes report;
-    putByte(report, status::identifier);
-    putByte(report, status::kind);
-    for (const std::uint8_t value : values)
-        putByte(report, value);
+    Bytes report(status::size);
+    putByte(report, status::identifierAt, status::identifier);
+    putByte(report, kindAt, status::kind);
+    std::copy(values.begin(), values.end(), report.begin() + status::firstAt);
     return report;
 }
 
@@ -135,12 +100,13 @@ void trackContacts(const Bytes &report, std::set<int> &down)
     if (report.size() <= kindAt)
         return;
     if (report[kindAt] == touch::kind)
-        trackGroups(report, touch::contactSize, firstTouch, down);
+        trackList(report, touch::contactSize, firstTouch, down);
     else if (report[kindAt] == erase::kind)
-        trackGroups(report, erase::contactSize, firstErase, down);
+        trackList(report, erase::contactSize, firstErase, down);
     else if (report[kindAt] == pen::kind && report.size() == pen::size) {
         const std::uint8_t state = report[pen::stateAt];
-        setDown(down, (state & pen::penMask) >> pen::penShift, (state & (pen::tipBit | pen::buttonBit)) != 0);
+        setDown(down, (state & pen::numberMask) >> pen::numberShift,
+                (state & (pen::tipBit | pen::buttonBit)) != 0);
     }
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "hardware/reportlayout.h"
+
+#include <array>
 #include <cstdint>
 #include <set>
 #include <vector>
@@ -10,8 +13,8 @@ namespace boardsim {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr int maxPosition = 65535; ///< raw board units; 32768 is the width or height of the screen
-constexpr int maxContactId = 127;
-constexpr int maxPen = 15;
+constexpr int maxContactId = reportlayout::contact::idMask;
+constexpr int maxPen = reportlayout::pen::numberMask >> reportlayout::pen::numberShift;
 
 /// The contacts of the three kinds of report; positions and sizes in raw board units.
 struct PenSample
@@ -43,12 +46,14 @@ struct EraseContact
     bool down = false;
 };
 
+/// The bytes of a touch-status report that follow its kind.
+using StatusValues = std::array<std::uint8_t, reportlayout::status::valueCount>;
+
 Bytes penReport(const PenSample &sample);
 Bytes touchReport(const std::vector<TouchContact> &contacts);
 Bytes eraseReport(const std::vector<EraseContact> &contacts);
 
-/// @p values fill the six bytes after the header.
-Bytes touchStatusReport(const std::uint8_t (&values)[6]);
+Bytes touchStatusReport(const StatusValues &values);
 
 /// Keeps @p down as the set of contacts that touch the board after @p report. A report of another kind, or
 /// one too short, changes nothing.

@@ -56,6 +56,8 @@ static_assert(heightAt + 2 == contactSize, "the fields fill a contact");
 } // namespace erase
 
 namespace status {
+constexpr int identifierAt = 0;
+constexpr std::uint8_t identifier = 0x08;
 constexpr std::uint8_t kind = 0xA5;
 constexpr int firstAt = 2; // signed bytes
 constexpr int valueCount = 6;
