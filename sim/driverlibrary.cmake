@@ -1,55 +1,14 @@
 # Makes simulated driver libraries, each named libzorvicboardex.so.1 in a folder of its own.
 
-# Every function that the board driver has, without the prefix "zorvic".
-set(exports
-    Attach
-    Detach
-    Interface
-    SetCallback
-    ClearCallback
-    SendCommand
-    WritePacket
-    SetXferMask
-    GetDeviceCount
-    EnumDeviceInfo
-    SetPnpCallback
-    SetPointingDeviceDestination
-    SetPointingDeviceDestinationEx
-    GetPointingDeviceDestination
-    OpenSynchronousChannel
-    CloseSynchronousChannel
-    ReadSynchronousPacket
-    SetCalibrationMode
-    SetCalibrationData
-    SetCalibrationDataEx
-    GetCalibrationPoints
-    SetWirelessCalibrationData
-    LibraryVersionNumber
-    Lock
-    Unlock
-    SerialConnect
-    SerialDisconnect
-    SerialGetConnected
-    SerialSetStartupMode
-    SerialGetStartupMode
-    SetDoubleClickDistance
-    SetDriverDebugMode
-    Echo
-    Inject
-    SendTouchPacketToSystem
-    SetTouchDestination
-    SetTouchDestinationEx
-    GetTouchDestination
-    SetTouchEnabled
-    GetTouchEnabled
-    SetTouchSystemRedirectionEnabled
-    GetTouchSystemRedirectionEnabled
-    SetLATEDetection
-    GetLATEDetection
-    IsSomethingOnBoard
-    SetTwoFingerScroll
-    ReverseButtons
-)
+# Every function that the board driver has, without the prefix "zorvic": the first argument of each EXPORT line.
+cmake_path(SET table NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../src/hardware/zorvicexports.h)
+file(STRINGS ${table} lines REGEX "^ *EXPORT\\([A-Za-z]+,")
+string(REGEX MATCHALL "EXPORT\\([A-Za-z]+" exports "${lines}")
+list(TRANSFORM exports REPLACE "EXPORT\\(" "")
+if(NOT exports)
+    message(FATAL_ERROR "${table}: no line of the form EXPORT(<function>, <signature>) names a function of the driver")
+endif()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${table})
 set_property(GLOBAL PROPERTY BOARDSIM_EXPORTS ${exports})
 set_property(GLOBAL PROPERTY BOARDSIM_SOURCE_DIR ${CMAKE_CURRENT_LIST_DIR})
 
