@@ -1,5 +1,5 @@
 #include "player.h"
-#include "scenarioreader.h"
+#include "support/scenarios.h"
 
 #include <QTemporaryDir>
 
@@ -10,11 +10,11 @@
 #include <fstream>
 #include <functional>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
 using namespace boardsim;
+using namespace scenario_testing;
 using namespace std::chrono_literals;
 
 namespace {
@@ -77,13 +77,9 @@ std::ostream &operator<<(std::ostream &out, const Rehearsal::Event &event)
 
 Scenario scenario(const std::string &lines)
 {
-    std::istringstream in("{\"type\":\"scenario\",\"version\":1}\n"
-                          "{\"type\":\"device\",\"kind\":1,\"board\":1,\"info\":\"\"}\n"
-                          + lines);
-    std::string error;
-    std::optional<Scenario> read = readScenario(in, "play", error);
-    EXPECT_EQ(error, "");
-    return read ? *read : Scenario();
+    const Reading reading = read(version_line + board_line + lines);
+    EXPECT_EQ(reading.error, "");
+    return reading.scenario.value_or(Scenario());
 }
 
 const std::string raw_line = "{\"type\":\"raw\",\"board\":1,\"hex\":\"00\"}\n";
