@@ -5,13 +5,14 @@
 
 namespace boardsim {
 
-/// What the program has set for one board, with what a board has at power-up.
+/// What the program has set for one board; the defaults are those of a board at power-up. Owned by the
+/// driver, whose mutex guards it.
 struct BoardSettings
 {
     using PointingDevice = std::pair<int, int>; ///< pen and flag
 
     int transferMask = 0;
-    std::map<PointingDevice, int> pointingDeviceDestinations; ///< those never set count as 0
+    std::map<PointingDevice, int> pointingDeviceDestinations; ///< a missing one counts as 0
     int touchDestination = 0;
     int touchEnabled = 1;
     int touchSystemRedirectionEnabled = 0;

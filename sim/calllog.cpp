@@ -17,7 +17,7 @@ constexpr const char *variable = "BOARDSIM_LOG";
 
 CallLog::Record newRecord()
 {
-    // The steady clock is CLOCK_MONOTONIC here.
+    // The steady clock is CLOCK_MONOTONIC on Linux.
     const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
     CallLog::Record record;
     record["time"] = std::chrono::duration_cast<std::chrono::microseconds>(sinceStart).count();
@@ -78,13 +78,13 @@ void CallLog::addMark(const std::string &text)
 
 void CallLog::append(const Record &record)
 {
-    // Texts from the program may be no UTF-8.
+    // Texts from the program need not be valid UTF-8.
     const std::string line = record.dump(-1, ' ', false, Record::error_handler_t::replace) + "\n";
     const std::lock_guard lock(m_mutex);
     if (m_file < 0)
         return;
-    // One write a line: a second one after a short write would tear the line. Nobody is told that the disk is
-    // full.
+    // Deliberate: one write a line, and its result is ignored. After a short write, a second one could end up
+    // behind the line of another process.
     [[maybe_unused]] const ssize_t written = write(m_file, line.data(), line.size());
 }
 

@@ -8,7 +8,7 @@
 namespace boardsim {
 
 /// Appends one JSON object a line to the file that BOARDSIM_LOG names, each with one write, so that what was
-/// logged survives a crash. Any thread may call any function.
+/// logged survives a crash. Times are microseconds of the monotonic clock. Any thread may call any function.
 class CallLog
 {
 public:
@@ -19,10 +19,10 @@ public:
     CallLog &operator=(const CallLog &) = delete;
     ~CallLog();
 
-    /// Reads the environment: opens the file named there instead of the one in use. One that cannot be opened
-    /// gives one line on standard error, and nothing is logged.
+    /// Reads the environment and opens the file named there instead of the one in use. If it cannot be
+    /// opened, one line on standard error says so, and nothing is logged.
     void open();
-    /// open(), but only before anything was opened.
+    /// Does the same as open() unless either was called before.
     void openOnce();
 
     void addCall(const char *name, const Record &arguments, const Record &result);

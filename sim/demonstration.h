@@ -2,7 +2,7 @@
 
 namespace boardsim {
 
-/// The text of demonstration.jsonl, played where no scenario is named.
+/// The text of demonstration.jsonl, played if no scenario is named.
 extern const char *const demonstration;
 
 } // namespace boardsim

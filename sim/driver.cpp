@@ -18,7 +18,7 @@ namespace {
 constexpr const char *scenarioVariable = "BOARDSIM_SCENARIO";
 constexpr std::size_t longestQueue = 1024; // reports; more are lost, as in a driver whose buffer is full
 constexpr auto idleWait = std::chrono::hours(1);
-constexpr const char *endMark = "scenario ends"; // tells who reads the log that nothing more will come
+constexpr const char *endMark = "scenario ends"; // in the log: nothing more will come
 constexpr std::string_view statusRequest = ":QT\r";
 constexpr auto unloadPatience = std::chrono::seconds(2);
 
@@ -72,7 +72,7 @@ bool Driver::attach()
     return true;
 }
 
-/// Reads the environment and sets up the play from its beginning. The lock is held.
+/// Reads the environment and sets up the play from its beginning. The mutex is held.
 void Driver::load()
 {
     m_log.open();
@@ -119,7 +119,7 @@ bool Driver::detachForUnloading()
     return finished;
 }
 
-/// The lock is held.
+/// The mutex is held.
 void Driver::stop()
 {
     m_stopping = true;
@@ -254,7 +254,7 @@ int Driver::readChannel(int board, int channel, void *buffer, int size, unsigned
         return -1;
     const auto deadline = now() + std::chrono::milliseconds(timeout);
     Lock lock(m_mutex);
-    // The driver's own thread would wait for a report that only it can bring.
+    // The driver's own thread must not wait: it alone delivers reports.
     if (!isDriverThread())
         m_changed.wait_until(lock, deadline, [&] { return m_channels.hasAnswer(board, channel); });
     return m_channels.take(board, channel, buffer, size);
@@ -358,13 +358,13 @@ bool Driver::isDriverThread() const
     return m_threadId == std::this_thread::get_id();
 }
 
-/// Whether the play that runs now must end. The lock is held.
+/// Returns whether the play that runs now must end. The mutex is held.
 bool Driver::isInterrupted() const
 {
     return m_stopping || m_restarted;
 }
 
-/// Waits while the program holds the driver's lock; false when the play must end.
+/// Waits while the program holds the driver's lock; returns false if the play must end.
 bool Driver::awaitTurn(Lock &lock)
 {
     m_changed.wait(lock, [this] {
@@ -373,7 +373,8 @@ bool Driver::awaitTurn(Lock &lock)
     return !isInterrupted();
 }
 
-/// Runs a copy of @p registration with the lock released; nothing is done for one without a function.
+/// Calls @p run with a copy of @p registration while the mutex is released; does nothing if that has no
+/// function.
 template <typename Run> void Driver::runCallback(Lock &lock, const Registration &registration, Run run)
 {
     if (!registration.function)
@@ -404,7 +405,7 @@ void Driver::queueReport(int board, Bytes report)
     m_changed.notify_all();
 }
 
-/// The board's state in the bytes of a touch-status report.
+/// Returns the board's state as a touch-status report.
 Bytes Driver::touchStatus(int board)
 {
     const BoardSettings &settings = m_settings[board];

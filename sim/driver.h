@@ -20,7 +20,7 @@ namespace boardsim {
 
 /// The simulated driver behind the exported functions: plays a scenario on a thread of its own, which runs
 /// the program's callbacks. Any thread may call any function at any time, from inside a callback too; no lock
-/// is held while a callback runs. What is virtual is what a driver that misbehaves does differently.
+/// is held while a callback runs. A driver that misbehaves overrides the virtual functions.
 class Driver : private Stage
 {
 public:
@@ -29,13 +29,14 @@ public:
     /// Detaches.
     ~Driver() override;
 
-    /// Loads the scenario that BOARDSIM_SCENARIO names and starts to play it, unless one is being played. One
-    /// that cannot be loaded gives a line on standard error and no devices. Always true.
+    /// Loads the scenario that BOARDSIM_SCENARIO names and starts to play it, unless one is being played. If
+    /// it cannot be loaded, a line on standard error says so, and there are no devices. Always returns true.
     virtual bool attach();
-    /// Forgets every callback and stops the play. No callback runs after it has returned, except, where a
-    /// callback calls it, that one.
+    /// Forgets every callback and stops the play. No callback runs after it has returned, except one that has
+    /// called it.
     virtual void detach();
-    /// Like detach(), but gives up on a callback that does not return; false then, and this object must stay.
+    /// Does the same as detach(), but gives up on a callback that does not return in time. It then returns
+    /// false, and this object must not be deleted.
     bool detachForUnloading();
 
     virtual void setCallback(int board, PacketCallback callback, void *context);
@@ -46,30 +47,31 @@ public:
 
     virtual int deviceCount();
     virtual bool deviceInfo(int index, _ZORVIC_DEVICE_INFO *out);
-    /// Whether to fail at once, and unlogged, when asked for a device.
+    /// True: EnumDeviceInfo fails without a log line, for drivers that claim billions of devices.
     virtual bool deniesDevices() { return false; }
-    /// Number of bytes taken, -1 when no such board is plugged in. A board asked for its touch status
-    /// answers.
+    /// Returns the number of bytes taken, -1 if no such board is plugged in. A board that is asked for its
+    /// touch status answers with a report.
     virtual int write(int board, const void *data, int length);
-    /// Takes a report for the operating system; there is no system pointer to move.
+    /// Takes a report for the operating system. Does nothing: there is no system pointer to move.
     virtual void sendToSystem() { }
-    /// Lets the driver's thread deliver @p data as a report of @p board.
+    /// Copies @p data; the driver's thread delivers it as a report of @p board.
     void sendBack(int board, const unsigned char *data, int length);
     bool isPlugged(int board);
     bool isSomethingOnBoard(int board);
 
-    /// Changes one board's settings, or reads them, with the lock held.
+    /// Runs @p operation on one board's settings with the mutex held and returns its result.
     template <typename Operation> auto withSettings(int board, Operation operation)
     {
         const std::lock_guard lock(m_mutex);
         return operation(m_settings[board]);
     }
 
-    /// A channel's number, or -1 when no such board is plugged in.
+    /// Returns the channel's number, or -1 if no such board is plugged in.
     int openChannel(int board);
     void closeChannel(int board, int channel);
-    /// Length of the next report of the board, of which @p buffer gets what fits; 0 when none has come within
-    /// @p timeout milliseconds, -1 without such a channel.
+    /// Returns the length of the next report of the board, of which @p buffer gets what fits; 0 if none has
+    /// come within @p timeout milliseconds, -1 if there is no such channel. Never waits on the driver's
+    /// thread.
     int readChannel(int board, int channel, void *buffer, int size, unsigned int timeout);
 
     /// While a thread holds this lock no callback runs, except those that this thread runs itself.
@@ -77,13 +79,14 @@ public:
     void unlock();
 
 protected:
-    // Each runs one callback, on the driver's thread.
+    // Each runs one callback. Called on the driver's thread.
     virtual void call(PacketCallback callback, int board, const Bytes &report, void *context);
     virtual void call(PnpCallback callback, void *context);
 
     void mark(const std::string &text) override;
 
 private:
+    /// A callback that the program has set; without a function there is none. Board 0 for plug-and-play.
     struct Registration
     {
         int board = 0;
@@ -122,25 +125,25 @@ private:
     std::mutex m_mutex; ///< guards all below; never held while a callback runs
     std::condition_variable m_changed;
     bool m_stopping = true;
-    bool m_stoppedInside = false; ///< by a callback, so that the same callback may start again
+    bool m_stoppedInside = false; ///< by a callback, which may attach again before it returns
     bool m_restarted = false;     ///< the play that runs now is out of date
     bool m_finished = false;      ///< the thread has left its loop
     std::shared_ptr<const Scenario> m_scenario;
-    std::vector<Device> m_devices; ///< in the scenario's order, unplugged ones too
+    std::vector<Device> m_devices; ///< in the scenario's order, including unplugged ones
     std::map<int, BoardSettings> m_settings;
     std::map<int, std::set<int>> m_contactsDown;   ///< per board
     std::map<int, Registration> m_packetCallbacks; ///< per board
     Registration m_pnpCallback;
     Registration m_running;          ///< the callback that runs now; no function: none
     unsigned long m_runs = 0;        ///< callbacks started so far
-    std::deque<SendReport> m_queued; ///< reports that calls of the program have caused
+    std::deque<SendReport> m_queued; ///< due to calls of the program, oldest first
     Channels m_channels;
     std::thread::id m_lockOwner;
     int m_lockDepth = 0;
 };
 
-/// The driver of this library, which keeps a reference to @p log. What it is like is up to the file that
-/// defines this function.
+/// Makes the driver of this library, which keeps a reference to @p log. Each kind of driver defines this
+/// function in its own source file; a library links one of them.
 std::unique_ptr<Driver> makeDriver(CallLog &log);
 
 } // namespace boardsim

@@ -13,10 +13,9 @@ set_property(GLOBAL PROPERTY BOARDSIM_EXPORTS ${exports})
 set_property(GLOBAL PROPERTY BOARDSIM_SOURCE_DIR ${CMAKE_CURRENT_LIST_DIR})
 
 # boardsim_driver(<target> FOLDER <folder> [DRIVER <object library>] [WITHOUT <function>...])
-# Adds the library <folder>/libzorvicboardex.so.1, which exports all functions but those named, which are left
-# out as in an older driver. May be called from any directory. The names are those of the property
-# BOARDSIM_EXPORTS (global), or "*" for all of them. The object library makes the driver behind the functions:
-# boardsim_wellbehaved unless named.
+# Adds the library <folder>/libzorvicboardex.so.1, which exports all functions except the named ones, like an older
+# driver. May be called from any directory. The names are those of the global property BOARDSIM_EXPORTS, or "*" for
+# all of them. The object library defines the driver behind the functions; it defaults to boardsim_wellbehaved.
 function(boardsim_driver target)
     cmake_parse_arguments(PARSE_ARGV 1 driver "" "FOLDER;DRIVER" "WITHOUT")
     if(NOT driver_DRIVER)

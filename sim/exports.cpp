@@ -19,13 +19,14 @@ using boardsim::CallLog;
 using boardsim::Driver;
 using boardsim::hexText;
 
+/// The driver of this library with its log.
 struct Session
 {
     CallLog log;
     const std::unique_ptr<Driver> driver = boardsim::makeDriver(log);
 };
 
-/// Lives from the program's first call until the library is closed.
+/// Owns the session from the program's first call until the library is closed.
 class SessionHolder
 {
 public:
@@ -34,7 +35,8 @@ public:
     SessionHolder &operator=(const SessionHolder &) = delete;
     ~SessionHolder()
     {
-        // A callback that never returns keeps using the session; better to lose it than to hang here.
+        // Deliberate: a callback that never returns still uses the session, so the session leaks. Waiting for
+        // that callback would block dlclose for ever.
         if (m_session->driver->detachForUnloading())
             delete m_session;
     }
@@ -74,7 +76,7 @@ std::string pointerText(PnpCallback callback)
     return pointerText(reinterpret_cast<void *>(callback));
 }
 
-/// Runs @p call and writes the line of the log that tells of it. @p name is the caller's __func__.
+/// Runs @p call and logs it. @p name is the __func__ of the exported function.
 template <typename Call> auto logged(const char *name, const CallLog::Record &arguments, Call call)
 {
     CallLog &log = session().log;
@@ -89,7 +91,7 @@ template <typename Call> auto logged(const char *name, const CallLog::Record &ar
     }
 }
 
-/// A setter that only stores.
+/// Stores @p value as one of the settings of @p board and logs the call.
 void setLogged(const char *name, const CallLog::Record &arguments, int board, int BoardSettings::*setting,
                int value)
 {
@@ -98,6 +100,7 @@ void setLogged(const char *name, const CallLog::Record &arguments, int board, in
     });
 }
 
+/// Returns one of the settings of @p board and logs the call.
 int getLogged(const char *name, int board, int BoardSettings::*setting)
 {
     return logged(name, {{"board", board}}, [=] {
@@ -112,7 +115,7 @@ void setPointingDeviceDestination(int board, int pen, int flag, int mode)
     });
 }
 
-/// The driver knows one serial port; nothing is ever connected to it but what the program says.
+/// The driver's one serial port: connected as soon as the program asks for it. Shared by all threads.
 struct SerialPort
 {
     std::atomic<bool> connected = false;
@@ -243,7 +246,7 @@ EXPORT int zorvicSetCalibrationMode(int board, int mode)
     });
 }
 
-// What calibration data holds is the real driver's secret: the simulated boards are always calibrated.
+// Deliberate: the data is ignored, because its format is not known; simulated boards are always calibrated.
 EXPORT void zorvicSetCalibrationData(int board, void *data)
 {
     logged(__func__, {{"board", board}, {"data", pointerText(data)}}, [] {});

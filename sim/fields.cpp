@@ -20,7 +20,7 @@ template <typename Number> std::string rangeText(Number lowest, Number highest)
 
 bool isInside(const Json &value, std::int64_t lowest, std::int64_t highest)
 {
-    // Numbers above the signed range would come out negative.
+    // Numbers above the signed range would turn negative.
     if (value.is_number_unsigned() && value.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))
         return false;
     const auto number = value.get<std::int64_t>();

@@ -10,12 +10,12 @@ namespace boardsim {
 
 using Json = nlohmann::json;
 
-/// Reads the fields of one JSON object and keeps the first thing that is wrong with them: after that every
-/// reader returns its default, so a caller checks once, at the end. The object must outlive this reader.
+/// Reads the fields of one JSON object and keeps the first error. A field that is missing or wrong reads as a
+/// default, so a caller checks once, at the end. The object must outlive this reader.
 class Fields
 {
 public:
-    /// Objects inside share @p error with the line that they belong to.
+    /// Keeps references to both. The readers of nested objects share one @p error with their line.
     Fields(const Json &object, std::string &error);
 
     bool has(const char *name) const;
@@ -25,12 +25,12 @@ public:
     bool flagOr(const char *name, bool fallback);
     double number(const char *name, double lowest, double highest);
     std::string text(const char *name, std::size_t longest);
-    /// The items of an array with at least @p fewest of them.
+    /// Returns the items of an array that has at least @p fewest of them.
     std::vector<const Json *> list(const char *name, std::size_t fewest);
-    /// An object inside; an empty one where it is missing or something else.
+    /// Returns a nested object; an empty one if it is missing or no object.
     const Json &object(const char *name);
 
-    /// Call last: refuses fields that nobody has asked for.
+    /// Fails if the object has a field that was never read, so it has to be called last.
     void refuseOthers();
     void fail(const std::string &cause);
     bool failed() const { return !m_error.empty(); }

@@ -17,17 +17,17 @@ constexpr auto blockingTime = std::chrono::seconds(2);
 constexpr auto printingPause = std::chrono::milliseconds(1);
 constexpr std::size_t headerSize = reportlayout::contact::firstAt;
 
-/// No byte of it is zero, up to the NUL that ends it as a text: who takes it for one finds a contact.
+/// Has no zero byte before its last: code that takes the report for a text still finds a whole contact.
 constexpr unsigned char shortTouchReport[] = {1, reportlayout::touch::kind, 0x81, 1, 1, 1, 1, 1, 1, 0};
 
-/// Runs @p run on the calling thread, then on another, and returns once both have ended.
+/// Runs @p run on the calling thread, then on another one, and returns when both have ended.
 template <typename Run> void onTwoThreads(Run run)
 {
     run();
     std::thread(run).join();
 }
 
-/// Runs @p run on @p count threads at once and returns once all have ended.
+/// Runs @p run on @p count threads at the same time and returns when all have ended.
 template <typename Run> void onManyThreads(int count, Run run)
 {
     std::promise<void> start;
@@ -45,7 +45,7 @@ template <typename Run> void onManyThreads(int count, Run run)
         thread.join();
 }
 
-/// What comes after the header again and again, until the report has @p length bytes.
+/// Repeats what follows the header until the report has @p length bytes.
 Bytes repeated(const Bytes &report, int length)
 {
     Bytes longer = report;
@@ -55,7 +55,7 @@ Bytes repeated(const Bytes &report, int length)
     return longer;
 }
 
-/// Every byte but those of the known numbers is written; the text goes on to the last byte, without a NUL.
+/// Overwrites every byte except kind and board; the text fills the record to its last byte, without a NUL.
 void fill(_ZORVIC_DEVICE_INFO &record)
 {
     record.size = -1;
@@ -66,7 +66,7 @@ void fill(_ZORVIC_DEVICE_INFO &record)
         record.additionalInfo[i] = text[i % text.size()];
 }
 
-/// Makes one byte of each character of two; those are all that Latin-1 knows.
+/// Converts UTF-8 to Latin-1, whose characters above 127 take two bytes in UTF-8.
 void toLatin1(char *text)
 {
     char *end = text;
@@ -84,7 +84,7 @@ HostileDriver::HostileDriver(CallLog &log) : Driver(log), m_misbehaviour(readMis
 
 HostileDriver::~HostileDriver()
 {
-    Driver::detach(); // which ends the thread that calls into this class
+    Driver::detach(); // ends the thread that calls the functions of this class
     stopPrinting();
 }
 
@@ -129,7 +129,8 @@ void HostileDriver::setPnpCallback(PnpCallback callback, void *context)
         onTwoThreads([=] { callback(context); });
 }
 
-/// Runs every callback that has ever come, withdrawn or not, on two threads; nothing inside of such a one.
+/// Runs every callback that was ever set, withdrawn or not, on two threads. Does nothing inside such a
+/// callback.
 void HostileDriver::runAllCallbacks()
 {
     if (m_insideCallback.exchange(true))
@@ -161,7 +162,7 @@ void HostileDriver::runPnp()
         pnp.callback(pnp.context);
 }
 
-/// A pressed pen that moves on with every report.
+/// Runs a callback with the report of a pressed pen that moves on with each report.
 void HostileDriver::report(int board, const PacketRegistration &registration)
 {
     PenSample sample;

@@ -7,8 +7,8 @@
 
 namespace boardsim {
 
-/// A driver that breaks the rules in the one way that BOARDSIM_MISBEHAVIOUR asks for at the program's first
-/// call, and behaves in everything else.
+/// A driver that breaks the rules in the one way that BOARDSIM_MISBEHAVIOUR asks for and otherwise behaves.
+/// The variable is read at the program's first call. Any thread may call any function.
 class HostileDriver : public Driver
 {
 public:
@@ -30,12 +30,14 @@ protected:
     void call(PnpCallback callback, void *context) override;
 
 private:
+    /// A packet callback as the program has set it.
     struct PacketRegistration
     {
         PacketCallback callback = nullptr;
         void *context = nullptr;
     };
 
+    /// A plug-and-play callback as the program has set it.
     struct PnpRegistration
     {
         PnpCallback callback = nullptr;
@@ -51,15 +53,15 @@ private:
     void stopPrinting();
 
     const Misbehaviour m_misbehaviour;
-    std::atomic<bool> m_insideCallback = false; ///< of those that this class adds
+    std::atomic<bool> m_insideCallback = false; ///< one that this class has added
     std::atomic<bool> m_hasBlocked = false;
-    std::atomic<int> m_reports = 0; ///< made here so far
+    std::atomic<int> m_reports = 0; ///< made by this class so far
 
-    std::mutex m_registrationMutex;              ///< guards the next two
-    std::map<int, PacketRegistration> m_packets; ///< per board; all that ever came, withdrawn or not
+    std::mutex m_registrationMutex;              ///< guards the next two; never held while a callback runs
+    std::map<int, PacketRegistration> m_packets; ///< per board; stay when withdrawn
     PnpRegistration m_pnp;
 
-    std::mutex m_printerMutex; ///< guards the printing thread's start and end
+    std::mutex m_printerMutex; ///< guards the start and end of the printing thread
     std::thread m_printer;
     std::atomic<bool> m_printing = false;
 };

@@ -19,7 +19,7 @@ struct Entry
     std::string_view name;
     Misbehaviour::Kind kind;
     bool takesNumber;
-    int smallest = 0; ///< of the number
+    int smallest = 0; ///< least value of the number
 };
 
 constexpr int anyCount = -1'000'000'000;
@@ -45,7 +45,7 @@ constexpr Entry entries[] = {
 [[noreturn]] void fail(const char *cause)
 {
     std::fprintf(stderr, "%s: \"%s\" %s\n", variable, std::getenv(variable), cause);
-    // No destructors: this runs inside a call of the program.
+    // Runs no destructors, because this is inside a call of the program.
     std::_Exit(EXIT_FAILURE);
 }
 

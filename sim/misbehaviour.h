@@ -2,7 +2,7 @@
 
 namespace boardsim {
 
-/// One way to misbehave; docs/scenarios.md tells what each does.
+/// One way to misbehave; docs/scenarios.md says what each does.
 struct Misbehaviour
 {
     enum class Kind {
@@ -24,12 +24,12 @@ struct Misbehaviour
     };
 
     Kind kind = Kind::none;
-    int value = 0; ///< for those that take a number
+    int value = 0; ///< the number of a kind that takes one
 };
 
-/// Reads the variable BOARDSIM_MISBEHAVIOUR: a name, or "name=number" for those that take a number. Anything
-/// else gives one line on standard error and ends the process with status 1, so that no test passes because
-/// of a slip in a name. None when it is not set.
+/// Reads the variable BOARDSIM_MISBEHAVIOUR: a name, or "name=number" for a kind that takes a number.
+/// Anything else prints one line on standard error and ends the process with status 1, so that no test passes
+/// because of a misspelt name. Returns Kind::none if the variable is not set.
 Misbehaviour readMisbehaviour();
 
 } // namespace boardsim

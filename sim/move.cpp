@@ -53,7 +53,7 @@ std::int64_t sampleCount(const Move &move)
 
 std::chrono::nanoseconds sampleTime(const Move &move, std::int64_t sample)
 {
-    // Whole seconds apart: sample times 10^9 would not fit for the longest moves.
+    // Whole seconds are split off first: in the longest moves, sample times 10^9 exceeds 64 bits.
     const std::int64_t fraction = sample % move.rate * nanosecondsPerSecond / move.rate;
     return std::chrono::nanoseconds(sample / move.rate * nanosecondsPerSecond + fraction);
 }

@@ -12,14 +12,14 @@ struct Point
     double y = 0;
 };
 
-/// Straight pieces through the points, run at constant speed. Has at least one point; one alone stands still.
+/// Straight segments through at least one point, followed at constant speed. Along one point nothing moves.
 struct Line
 {
     std::vector<Point> points;
-    std::vector<double> lengths; ///< length of the line up to each point
+    std::vector<double> lengths; ///< raw board units: length of the line up to each point
 };
 
-/// Part of an ellipse. Angles in degrees: 0 points to the right, 90 down.
+/// Part of an ellipse, in raw board units. Angles are in degrees: 0 points to the right, 90 down.
 struct Arc
 {
     Point centre;
@@ -33,7 +33,7 @@ using Path = std::variant<Line, Arc>;
 /// @p points must not be empty.
 Path linePath(std::vector<Point> points);
 
-/// The point after @p fraction (0 to 1) of the path.
+/// Returns the point after @p fraction (0 to 1) of the path.
 Point pointOn(const Path &path, double fraction);
 
 } // namespace boardsim

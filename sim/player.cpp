@@ -12,7 +12,8 @@ namespace {
 
 constexpr auto filePoll = std::chrono::milliseconds(2);
 
-// A round of an endless block takes at least this long: a body that takes no time would flood the program.
+// A round of an endless block takes at least this long: a body that takes no time would flood the program
+// with reports.
 constexpr auto shortestRound = std::chrono::milliseconds(1);
 
 bool exists(const std::string &path)

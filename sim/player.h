@@ -6,16 +6,17 @@
 
 namespace boardsim {
 
+/// The clock that all times of a play are taken from; monotonic.
 using Clock = std::chrono::steady_clock;
 
-/// Where a scenario is played: the driver, or a test with a clock of its own.
+/// Where a scenario is played: the driver, or a test with a clock of its own. Called on the player's thread.
 class Stage
 {
 public:
     virtual ~Stage() = default;
 
     virtual Clock::time_point now() = 0;
-    /// Returns at @p deadline, at once when that is past; false when the play has been stopped.
+    /// Returns true at @p deadline, at once if that has passed; false as soon as the play has been stopped.
     virtual bool waitUntil(Clock::time_point deadline) = 0;
     virtual void deliver(int board, const Bytes &report) = 0;
     virtual void plug(int board, bool plugged) = 0;
@@ -23,7 +24,7 @@ public:
 };
 
 /// Plays one scenario, step by step, making each report when it is due. Every time counts from the moment
-/// when the step before was due, so that no delay adds up.
+/// when the step before was due, so that no delay adds up. Used on one thread.
 class Player
 {
 public:
@@ -34,6 +35,7 @@ public:
     bool play();
 
 private:
+    /// A block that is being repeated.
     struct Block
     {
         std::optional<std::int64_t> roundsLeft; ///< none: for ever
@@ -54,7 +56,7 @@ private:
     Stage &m_stage;
     std::size_t m_next = 0;      ///< index of the step that follows
     Clock::time_point m_due;     ///< when that step starts
-    std::vector<Block> m_blocks; ///< those being repeated, innermost last
+    std::vector<Block> m_blocks; ///< innermost last
 };
 
 } // namespace boardsim

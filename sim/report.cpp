@@ -9,7 +9,7 @@ namespace {
 
 using namespace reportlayout;
 
-// Identities of contacts on the board: the three kinds must not meet.
+// Offsets that keep the identities of the three kinds of contacts apart; pens start at 0.
 constexpr int firstTouch = 256;
 constexpr int firstErase = 512;
 

@@ -9,14 +9,14 @@
 
 namespace boardsim {
 
-/// One report as it leaves the board.
+/// The bytes of one report as it leaves the board.
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr int maxPosition = 65535; ///< raw board units; 32768 is the width or height of the screen
 constexpr int maxContactId = reportlayout::contact::idMask;
 constexpr int maxPen = reportlayout::pen::numberMask >> reportlayout::pen::numberShift;
 
-/// The contacts of the three kinds of report; positions and sizes in raw board units.
+/// What a pen report says. Positions are in raw board units.
 struct PenSample
 {
     int pen = 0; ///< 0 to maxPen
@@ -27,6 +27,7 @@ struct PenSample
     bool bit2 = false;
 };
 
+/// One contact of a touch report. Positions and the extent are in raw board units.
 struct TouchContact
 {
     int id = 0; ///< 0 to maxContactId
@@ -36,6 +37,7 @@ struct TouchContact
     bool down = false;
 };
 
+/// One contact of an erase report. Positions and sizes are in raw board units.
 struct EraseContact
 {
     int id = 0; ///< 0 to maxContactId
@@ -55,8 +57,8 @@ Bytes eraseReport(const std::vector<EraseContact> &contacts);
 
 Bytes touchStatusReport(const StatusValues &values);
 
-/// Keeps @p down as the set of contacts that touch the board after @p report. A report of another kind, or
-/// one too short, changes nothing.
+/// Updates @p down, the set of contacts that touch the board, with @p report. A report of another kind, or
+/// one that is too short, changes nothing.
 void trackContacts(const Bytes &report, std::set<int> &down);
 
 } // namespace boardsim

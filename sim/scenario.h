@@ -12,21 +12,23 @@
 
 namespace boardsim {
 
+/// A board or hub as the driver lists it.
 struct Device
 {
-    int kind = 0;
-    int board = 0;
+    int kind = 0;     ///< as in the device record
+    int board = 0;    ///< board number
     std::string info; ///< key<value> items; short enough for the device record
     bool plugged = true;
 };
 
+/// Delivers one report.
 struct SendReport
 {
     int board = 0;
     Bytes report;
 };
 
-/// One contact of a move; the fields that its kind lacks stay at their defaults.
+/// One contact of a move. Fields that its kind lacks keep their defaults; sizes are in raw board units.
 struct MovingContact
 {
     enum class Kind { pen, touch, erase };
@@ -42,43 +44,48 @@ struct MovingContact
     int height = 0;
 };
 
-/// Moves all its contacts at once along their paths.
+/// Moves all its contacts along their paths at the same time.
 struct Move
 {
     int board = 0;
     std::int64_t rate = 0; ///< samples a second
-    std::int64_t time = 0; ///< microseconds, the lift included
+    std::int64_t time = 0; ///< microseconds, including the lift
     bool lift = true;
     std::vector<MovingContact> contacts;
 };
 
+/// Lets time pass before the next step.
 struct WaitForTime
 {
     std::int64_t time = 0; ///< microseconds
 };
 
+/// Waits until a file exists.
 struct WaitForFile
 {
     std::string path;
 };
 
+/// Starts a block that is played count times.
 struct Repeat
 {
     std::optional<std::int64_t> count; ///< none: for ever
 };
 
-/// Ends the innermost block.
+/// Ends the innermost open block.
 struct End
 {
     std::size_t repeat = 0; ///< index of the block's Repeat among the steps
 };
 
+/// Plugs a device in or unplugs it, and notifies the program.
 struct Plug
 {
     int board = 0;
     bool plugged = true;
 };
 
+/// Writes a line into the call log.
 struct Mark
 {
     std::string text;
@@ -86,7 +93,7 @@ struct Mark
 
 using Step = std::variant<SendReport, Move, WaitForTime, WaitForFile, Repeat, End, Plug, Mark>;
 
-/// What a simulated driver shows and does: its devices and the steps to play, in file order.
+/// What a simulated driver shows and does: its devices and the steps to play, both in file order.
 struct Scenario
 {
     std::vector<Device> devices; ///< every board number once

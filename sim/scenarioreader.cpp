@@ -23,9 +23,9 @@ namespace boardsim {
 namespace {
 
 constexpr int formatVersion = 1;
-constexpr std::size_t longestLine = 65536; // bytes; what is no scenario must not fill the memory
+constexpr std::size_t longestLine = 65536; // bytes; keeps other files from filling the memory
 constexpr std::size_t longestText = 4095;
-constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, 11 days: rate times time fits 64 bits
+constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, 11 days; times rate it fits 64 bits
 constexpr std::int64_t highestRate = 1'000'000;
 constexpr std::int64_t highestCount = 1'000'000'000'000;
 constexpr double widestAngle = 36'000; // degrees, a hundred turns
@@ -52,7 +52,7 @@ bool isIgnored(const std::string &line)
     return first == std::string::npos || line[first] == '#';
 }
 
-/// The whole message on one line, whatever file name or field name it quotes.
+/// Replaces control characters: file and field names that a message quotes may hold newlines.
 std::string oneLine(std::string message)
 {
     std::replace_if(
@@ -75,9 +75,9 @@ Point pointFrom(const Json &value, double highest, Fields &fields, const char *w
 class Reader
 {
 public:
-    /// False when the line is wrong; error() tells why.
+    /// Returns false if the line is wrong; error() says why.
     bool read(const std::string &line, int number);
-    /// Checks what only the end of the file can show; false likewise, errorLine() tells where.
+    /// Checks what only the end of the file can show. Returns false if that is wrong; errorLine() says where.
     bool finish(int lastLine);
 
     const std::string &error() const { return m_error; }
