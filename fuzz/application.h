@@ -2,8 +2,8 @@
 
 #include <QApplication>
 
-/// Makes, at the first call, the application that the classes under test need; it needs no display. It is
-/// never destroyed: the fuzzer ends by exit(), when Qt's own objects may have gone already.
+/// Creates, on the first call, the application that the classes under test need; it needs no display. It is
+/// never destroyed, because the fuzzer ends by exit(), when Qt's own statics may already be gone.
 inline void need_application()
 {
     static int argc = 1;

@@ -1,4 +1,4 @@
-// Any text as a device's additional information: it is read up to the end of the record at most.
+// Passes any text as a device's additional information, which must not be read past the end of the record.
 
 #include "fuzzing.h"
 
@@ -17,7 +17,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 
     require(ZorvicHardware::boardInfo(*info).board == 7);
 
-    // Any key too: what is found is a part of the text.
+    // The key is arbitrary too; a value that is found must be a part of the text.
     const QString text = QString::fromLatin1(reinterpret_cast<const char *>(data), static_cast<int>(size));
     const QString key = text.left(2);
     require(text.contains(ZorvicHardware::parseAdditionalInfoKeyValue(text, key)));

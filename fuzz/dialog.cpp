@@ -1,5 +1,5 @@
-// Whole sequences of reports, keys, mouse moves, ticks and changes of size through the input model into the
-// dialog and its view. The bytes choose kinds, ids and positions.
+// Sends whole sequences of reports, keys, mouse moves, ticks and size changes through the input model into
+// the dialog and its view. The bytes choose kinds, ids and positions.
 
 #include "application.h"
 #include "fuzzing.h"
@@ -25,7 +25,7 @@ constexpr int most_contacts = 12;
 constexpr int largest_side = 1200; // pixels
 constexpr std::size_t longest_report = 64;
 
-/// One program's life: a dialog, and what the bytes do to it.
+/// A dialog for one input, and the operations that the bytes choose.
 class Session
 {
 public:
@@ -100,7 +100,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     need_application();
-    // Kept open: the fuzzer goes on counting in a library whose code it has seen.
+    // Kept open, because the fuzzer keeps updating the coverage counters of a library that it has seen.
     static const void *const driver = dlopen("libzorvicboardex.so.1", RTLD_NOW);
     require(driver);
     FuzzedDataProvider choice(data, size);

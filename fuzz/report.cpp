@@ -1,4 +1,5 @@
-// Any bytes of any length as one report: what is emitted keeps to the ranges that the records promise.
+// Passes any bytes of any length as one report and checks that emitted values are in the ranges that the
+// records promise.
 
 #include "application.h"
 #include "fuzzing.h"
@@ -20,7 +21,7 @@ bool is_position(int value)
     return value >= 0 && value <= highest_position;
 }
 
-/// A board manager, with or without a widget of interest, and whatever it emits.
+/// A board manager, with or without a widget of interest, whose emissions are checked.
 class Manager
 {
 public:
@@ -57,7 +58,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     static Manager open(nullptr);
     static Manager redirecting(&widget);
 
-    // A copy of its own, so that the first byte read behind the report is noticed.
+    // A copy of the exact size, so that AddressSanitizer notices the first byte read behind the report.
     const std::vector<unsigned char> report(data, data + size);
     for (Manager *const manager : {&open, &redirecting})
         ZorvicHardware::processPacketCallback(1, report.data(), static_cast<unsigned int>(size),

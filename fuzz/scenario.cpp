@@ -1,4 +1,4 @@
-// Any text as a scenario file: it is a scenario, or one line says what is wrong with it.
+// Reads any text as a scenario file: it is either a scenario, or one line says what is wrong with it.
 
 #include "fuzzing.h"
 
