@@ -2,8 +2,8 @@
 """Usage: benchmarks/report.py BUILD_FOLDER [--quick] [--before PROGRAM] [FILTER]
 
 Runs the probe and the benchmarks of a build on the screen that DISPLAY names, those whose names the regular expression
-FILTER finds, and prints one table: the goals first, then ratios, then all that was measured. Leaves the table as
-results.md, and everything as results.json, in BUILD_FOLDER. Normally started by scripts/bench.
+FILTER finds, and prints one table: the goals first, then the ratios, then all measurements. Saves the table as
+results.md, and all samples as results.json, in BUILD_FOLDER. Normally started by scripts/bench.
 """
 
 import argparse
@@ -16,8 +16,8 @@ import subprocess
 import sys
 import time
 
-# What is wanted: case, measurement, which figure of it, the most that it may be, unit. The measurement is the name of
-# a probe's case or of a benchmark, a colon, and the name of what was measured there.
+# The goals: case, measurement, which figure of it, its largest allowed value, unit. The measurement is the name of a
+# probe's case or of a benchmark, a colon, and the name of what was measured there.
 GOALS = [
     ("pen, tags on: report to pixel", "report to pixel: pen, tags on: to pixel", "median", 5.2, "ms"),
     ("pen, tags on: report to pixel", "report to pixel: pen, tags on: to pixel", "p99", 10, "ms"),
@@ -60,7 +60,7 @@ GOALS = [
     ("trace: writing a change", "trace: writing: ns_per_change", "median", 250, "ns"),
 ]
 
-# Medians beside each other: case, measurement, what it is compared with.
+# Ratios of medians: case, measurement, what it is compared with.
 RATIOS = [
     ("a stroke's last 100 segments to its first: report to pixel",
      "report to pixel: a stroke of 20,000 segments: to pixel, last of the stroke",
@@ -138,7 +138,7 @@ def lines_of(command, **options):
 
 
 def processor_times():
-    """Of all processors since the machine has started: what other guests of its host took, and all."""
+    """The time of all processors since the machine started: what other guests of its host took, and the total."""
     times = [int(field) for field in pathlib.Path("/proc/stat").read_text().split("\n")[0].split()[1:9]]
     return times[7], sum(times)
 
@@ -154,8 +154,8 @@ def parsed(lines):
 class Run:
     """Runs everything and collects the measurements by name."""
 
-    MOST_STOLEN = 0.01  # of the processors' time: with less, what is measured is the program
-    REST = 15  # seconds, after which a host gives more again to a guest that has used much
+    MOST_STOLEN = 0.01  # share of the processor time; with less, the measurement is of the program
+    REST = 15  # seconds, after which a host again gives more time to a guest that has used much
 
     def __init__(self, options):
         self.build = pathlib.Path(options.build)
@@ -174,14 +174,14 @@ class Run:
             self.tolerate(group, self.benchmarks, group, self.build / "benchmarks" / path)
 
     def tolerate(self, name, measure, *arguments):
-        """A part that fails leaves the others to be measured."""
+        """Runs one part; if it fails, the others are still measured."""
         try:
             measure(*arguments)
         except (Failure, OSError) as error:
             self.failures.append(f"{name}: {error}")
 
     def undisturbed(self, name, measure):
-        """Measures again, twice at most, where other guests of the host took processor time; the least disturbed
+        """Measures again, at most twice, if other guests of the host took processor time; the least disturbed
         measurement counts."""
         print(name, file=sys.stderr, flush=True)
         tries = []
@@ -225,7 +225,7 @@ class Run:
             self.add(name, text, [value])
 
     def benchmarks(self, group, program):
-        # The driver's absence, which the program tells on standard error, is no news here.
+        # The program reports on standard error that there is no driver, which is expected here.
         quietly = {"env": dict(os.environ, **({"BENCHMARK_QUICK": "1"} if self.quick else {})),
                    "stderr": subprocess.DEVNULL}
         repetitions = 1 if group != "function" else 3 if self.quick else 9

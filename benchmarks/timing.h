@@ -9,7 +9,7 @@
 #include <ctime>
 #include <vector>
 
-/// How often to repeat what says so itself: @p usual times, or a quarter of that in a quick run.
+/// The repetitions of a benchmark that sets their number: @p usual, or a quarter of that in a quick run.
 inline int rounds(int usual)
 {
     return std::getenv("BENCHMARK_QUICK") ? std::max(1, usual / 4) : usual;
@@ -24,8 +24,8 @@ template <typename Work> double nanoseconds(Work work)
     return taken.count();
 }
 
-/// Nanoseconds of processor time that @p work takes, on all threads and the system's included: what other
-/// programs do on the machine does not count.
+/// Nanoseconds of processor time that @p work takes on all threads, including system time. Other programs on
+/// the machine do not count.
 template <typename Work> double processor_nanoseconds(Work work)
 {
     const auto processor_time = [] {
@@ -51,8 +51,8 @@ inline double median(const std::vector<double> &values)
     return quantile(values, 0.5);
 }
 
-/// The processor time of two ways to the same end, taken in turn so that whatever else the machine does falls
-/// on both.
+/// The processor time of two ways to the same end, measured in turn so that whatever else the machine does
+/// falls on both.
 class Pair
 {
 public:
@@ -69,7 +69,7 @@ public:
 
     double last() const { return m_ours.back(); }
 
-    /// Adds the medians to the benchmark's counters; @p count things are done in each round.
+    /// Adds the medians to the benchmark's counters; @p count operations are done in each round.
     void report(benchmark::State &state, double count) const
     {
         state.counters["ratio"] = median(m_ratio);

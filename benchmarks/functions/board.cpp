@@ -1,4 +1,4 @@
-// The driver's thread: what a report costs there.
+// Measures what a report costs on the driver's thread.
 
 #include "receiver.h"
 
@@ -81,7 +81,7 @@ void decode_touch_status(benchmark::State &state)
 }
 BENCHMARK(decode_touch_status);
 
-/// A board manager with a widget of interest, over which all contacts are, as the program has it.
+/// A board manager with a widget of interest, as in the program; all contacts are over the widget.
 struct Board
 {
     Board()
@@ -123,7 +123,7 @@ void pre_process_touch(benchmark::State &state)
 }
 BENCHMARK(pre_process_touch)->ArgName("contacts")->Arg(1)->Arg(10);
 
-/// The driver's callback from end to end, with a receiver on another thread.
+/// Measures the driver's callback from end to end, with a receiver on another thread.
 void packet_callback(benchmark::State &state, bool asleep)
 {
     Board board;

@@ -1,4 +1,4 @@
-// The input model and the way of a record to its widget and its item.
+// Measures the input model and the path of a record to its widget and its item.
 
 #include "timing.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 using Records = std::vector<Korvane::Controls>;
 
-/// An input model whose contacts are all taken.
+/// An input model in which every contact is taken.
 class Model
 {
 public:
@@ -87,9 +87,9 @@ void convert_erase(benchmark::State &state)
 }
 BENCHMARK(convert_erase)->ArgName("contacts")->Arg(1)->Arg(10);
 
-constexpr int field = 60; // pixels: each item has one of these to itself
+constexpr int field = 60; // pixels: each item has one field to itself
 
-/// A view of items side by side, which take what is over them.
+/// A view of items side by side, which take the contacts over them.
 std::unique_ptr<ItemView> view_of_items(std::int64_t count)
 {
     auto view = std::make_unique<ItemView>(0);
@@ -116,7 +116,7 @@ Records records(int count, int buttons, int first_id, double x)
     return result;
 }
 
-/// A pen that is down belongs to its item.
+/// Routes a pen that is down, which belongs to its item.
 void route_pen_down(benchmark::State &state)
 {
     const auto view = view_of_items(state.range(0));
@@ -126,7 +126,7 @@ void route_pen_down(benchmark::State &state)
 }
 BENCHMARK(route_pen_down)->ArgName("items")->Arg(0)->Arg(10)->Arg(128);
 
-/// A pen that hovers is looked for under its place each time; here the item is the one furthest behind.
+/// Routes a pen that hovers. The item under it is searched for each time; here it is the rearmost item.
 void route_pen_hovering(benchmark::State &state)
 {
     const auto view = view_of_items(state.range(0));
@@ -145,7 +145,7 @@ void route_ten_touches_down(benchmark::State &state)
 }
 BENCHMARK(route_ten_touches_down)->ArgName("items")->Arg(0)->Arg(10)->Arg(128);
 
-/// From the input model's record to the view and to nothing: contacts that hover draw nothing.
+/// Routes a record from the input model to the view, where it ends: contacts that hover draw nothing.
 void route_window_pen(benchmark::State &state)
 {
     LanternixDialog dialog(nullptr);

@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-/// On Qt's offscreen platform, without a driver.
+/// Runs the benchmarks on Qt's offscreen platform, without a driver.
 int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");

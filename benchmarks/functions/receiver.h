@@ -8,7 +8,7 @@
 #include <atomic>
 #include <thread>
 
-/// Lives on a thread of its own, which runs an event loop as the GUI thread does.
+/// An object on its own thread, which runs an event loop as the GUI thread does.
 class Receiver : public QObject
 {
 public:
@@ -33,7 +33,7 @@ private:
 };
 
 /// Measures how long @p send keeps the calling thread, call by call. Each call makes @p receiver take one.
-/// Where @p asleep, the receiver's thread has nothing left to do before each call and has to be woken.
+/// If @p asleep, the receiver's thread has nothing left to do before each call and has to be woken.
 template <typename Send>
 void measure_sending(benchmark::State &state, const Receiver &receiver, bool asleep, Send send)
 {

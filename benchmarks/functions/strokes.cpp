@@ -1,4 +1,4 @@
-// Strokes and test patterns.
+// Measures strokes and test patterns.
 
 #include "timing.h"
 
@@ -118,7 +118,7 @@ void bare_line_with_painter(benchmark::State &state)
 }
 BENCHMARK(bare_line_with_painter)->Name("floor_line_and_its_painter");
 
-/// As many segments as come between two ticks at 1,000 reports a second, beside the same bare lines.
+/// Draws as many segments as come between two ticks at 1,000 reports a second, and the same bare lines.
 void draw_stroke(benchmark::State &state)
 {
     constexpr int per_tick = 8;
@@ -153,7 +153,7 @@ void draw_stroke(benchmark::State &state)
 }
 BENCHMARK(draw_stroke)->Iterations(rounds(5'000))->UseManualTime();
 
-/// The same for a contact whose size changes with each record, so that no line comes again.
+/// The same for a contact whose size changes with each record, so that no line repeats.
 void draw_stroke_of_changing_width(benchmark::State &state)
 {
     constexpr int per_tick = 8;
@@ -189,7 +189,7 @@ void draw_stroke_of_changing_width(benchmark::State &state)
 }
 BENCHMARK(draw_stroke_of_changing_width)->Iterations(rounds(5'000))->UseManualTime();
 
-/// Strokes of 1 to 199 segments, as many as it takes; their lines in @p lines.
+/// Draws strokes of 1 to 199 segments until there are @p segments; puts their lines into @p lines.
 void draw_strokes(StrokesView &view, std::int64_t segments, std::vector<QLineF> &lines)
 {
     std::mt19937 random(1);
@@ -230,7 +230,7 @@ int counted_segments(const StrokesView &view)
     return segments;
 }
 
-/// The rebuild beside the bare lines, and what the strokes take in memory.
+/// Measures the rebuild against the bare lines, and the memory that the strokes take.
 void redraw_strokes(benchmark::State &state)
 {
     const auto view = new_view(screen);
@@ -294,7 +294,7 @@ constexpr Pattern patterns[] = {
 };
 
 const bool patterns_registered = [] {
-    // Views' images never get smaller again: the small ones first.
+    // The images of views never shrink, so the small sizes come first.
     for (const QSize size : {screen, 2 * screen}) {
         for (const Pattern &row : patterns) {
             const std::string name = std::string("pattern_") + row.name;
@@ -307,7 +307,7 @@ const bool patterns_registered = [] {
     return true;
 }();
 
-/// What a paint event has to do at least: the pattern and the strokes over it, in the same region of both.
+/// The least that a paint event has to do: copy the pattern, and blend the strokes over it, in one region.
 void blit_both_images(benchmark::State &state)
 {
     const QRect region({500, 300}, QSize(static_cast<int>(state.range(0)), static_cast<int>(state.range(1))));

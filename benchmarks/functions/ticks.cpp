@@ -1,4 +1,4 @@
-// The tick: every info tag renders on a thread of its own, and the tick waits for all of them.
+// Measures the tick, in which every info tag renders on its own thread and the tick waits for all of them.
 
 #include "timing.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 constexpr double touch_radius = 11; // pixels
 
-/// The program's window with info tags, all of them of touches, side by side in lines.
+/// The program's window with the info tags of touches, side by side in rows.
 class Window
 {
 public:
@@ -44,7 +44,7 @@ public:
     Window(const Window &) = delete;
     Window &operator=(const Window &) = delete;
 
-    /// One report in which every touch has moved by @p way.
+    /// Sends one report in which every touch has moved by @p way.
     void move(double way)
     {
         for (Korvane::Controls &touch : m_touches) {

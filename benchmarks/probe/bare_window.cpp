@@ -1,5 +1,5 @@
-// What Qt takes for itself: a program with an empty window and a tick, on the same driver, that does nothing
-// else.
+// Measures what Qt itself takes: a program with an empty window and a tick, on the same driver, that does
+// nothing else.
 
 #include "hardware/abstracthardwarewrapper.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr int tick_ms = 8;
 
-/// The driver starts with the program, as for the program that is measured. Returns whether it could.
+/// Opens and attaches the driver, as the measured program does. Returns whether that worked.
 bool open_driver()
 {
     void *const library = dlopen("libzorvicboardex.so.1", RTLD_NOW);

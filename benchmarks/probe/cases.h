@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-/// What a case runs with.
+/// The arguments of a case.
 struct Setting
 {
     Paths paths;
     Paths bare_window; ///< a program that does nothing, for floors
     Screen &screen;
     std::string program_before; ///< the build to compare pictures with; may be empty
-    bool quick = false;         ///< fewer repetitions
+    bool quick = false;         ///< whether to repeat less often
 };
 
 /// What a case has measured: {"samples": {NAME: [NUMBER...]}, "values": {NAME: NUMBER}}. The names carry the
@@ -31,5 +31,5 @@ struct Case
 
 void add_latency_cases(std::vector<Case> &cases); ///< from a report to its pixel
 void add_flood_cases(std::vector<Case> &cases);   ///< more reports than ticks
-void add_idle_cases(std::vector<Case> &cases);    ///< the start, and nothing to do
-void add_picture_cases(std::vector<Case> &cases); ///< the same as another build shows
+void add_idle_cases(std::vector<Case> &cases);    ///< the start, and an idle program
+void add_picture_cases(std::vector<Case> &cases); ///< pictures compared with another build's

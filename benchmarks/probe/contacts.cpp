@@ -4,7 +4,7 @@ namespace {
 
 constexpr int raw_per_screen = 32768;
 
-/// The least raw number that the program maps to this many of @p whole pixels.
+/// The least raw number that the program maps to @p pixels on a screen of @p whole pixels.
 int raw(int pixels, int whole)
 {
     return (pixels * raw_per_screen + whole - 1) / whole;

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// Some contacts of one kind, and the reports that put them somewhere.
+/// Some contacts of one kind, and the reports that place them.
 struct Contacts
 {
     enum Kind { pen, touch, eraser };
@@ -15,14 +15,14 @@ struct Contacts
     int count = 1;  ///< a pen is always alone
     int radius = 0; ///< pixels; pens have none
 
-    /// One report of all of them; @p places in pixels of the screen, one for each.
+    /// One report of all contacts; @p places are in pixels of the screen, one for each.
     boardsim::Bytes report(const std::vector<Point> &places, const Screen &screen, bool down = true) const;
 };
 
 /// Where some contacts are at each of their reports.
 using Walk = std::vector<std::vector<Point>>;
 
-/// A part of the screen, pixels.
+/// A part of the screen, in pixels.
 struct Area
 {
     int left = 0;
@@ -30,5 +30,5 @@ struct Area
     int right = 0;
 };
 
-/// To and fro, and a step down at each end; the place after @p count others, in an area as wide as given.
+/// The place after @p count others on a path to and fro across @p area, with a step down at each end.
 Point serpentine(const Area &area, int step, int count);

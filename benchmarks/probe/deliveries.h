@@ -7,8 +7,8 @@
 
 #include <semaphore.h>
 
-/// What the probe and the driver that the program runs on share: memory that both have mapped. The probe
-/// fills in reports and posts requested; the driver's thread delivers them and posts delivered.
+/// The memory that the probe and the program's driver share; both have mapped it. The probe fills in reports
+/// and posts requested; the driver's thread delivers them and posts delivered.
 
 using Nanoseconds = std::int64_t;
 
@@ -30,7 +30,7 @@ struct Delivery
 {
     static constexpr std::size_t longest_report = 76;
 
-    Nanoseconds due = 0;        ///< not delivered before
+    Nanoseconds due = 0;        ///< the earliest time of delivery
     Nanoseconds called = 0;     ///< when the packet callback was called
     std::int32_t inside = 0;    ///< how long the callback took, nanoseconds
     std::int32_t processor = 0; ///< of that, processor time
@@ -47,6 +47,6 @@ struct DeliveryRoom
     sem_t delivered;
     std::atomic<bool> registered = false;      ///< a packet callback has been set
     std::atomic<Nanoseconds> driver_share = 0; ///< processor time of deliveries outside the callbacks
-    int count = 0;                             ///< of the deliveries requested
+    int count = 0;                             ///< number of deliveries requested
     Delivery deliveries[capacity];
 };

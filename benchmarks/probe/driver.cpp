@@ -1,5 +1,5 @@
-// The driver that the probe runs the program on: one board, whose reports a thread of its own delivers when
-// the probe asks for them.
+// The driver with which the probe runs the program. It has one board, whose reports are delivered on their
+// own thread when the probe asks for them.
 
 #include "deliveries.h"
 
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int board_number = 1;
 
-/// What it takes to read a thread's processor time, which is more than some callbacks take.
+/// The processor time that reading a thread's processor time takes, which is more than some callbacks take.
 Nanoseconds cost_of_reading()
 {
     Nanoseconds least = 1'000'000;

@@ -1,5 +1,5 @@
-// More reports than ticks: what one costs then, whether every one of them is drawn, and how long the last one
-// takes.
+// Measures floods, with more reports than ticks: what a report costs, whether every report is drawn, and how
+// long the last one takes.
 
 #include "cases.h"
 #include "contacts.h"
@@ -13,11 +13,11 @@ namespace {
 
 constexpr int first_row = 46; // pixels: below the window manager's title
 constexpr int rows_end = 1020;
-constexpr int strip = 1034; // where the contacts move that find no room for proofs; to 16 pixels below
+constexpr int strip = 1034; // contacts without room for proofs move here; to 16 pixels below
 
 constexpr int touch_radius = 3;                     // pixels; the path is made for lines of this half width
-constexpr Nanoseconds rest = 250 * millisecond;     // nothing has changed for so long: all is drawn
-constexpr Nanoseconds one_change = 2 * millisecond; // what follows more closely belongs to the same tick
+constexpr Nanoseconds rest = 250 * millisecond;     // without a change for so long, all is drawn
+constexpr Nanoseconds one_change = 2 * millisecond; // changes closer together belong to the same tick
 
 struct Flood
 {
@@ -34,7 +34,7 @@ struct Plan
     std::vector<Point> last_proofs; ///< of the last report
 };
 
-/// As many of the contacts as find room draw a proof with each report, the others move to and fro in the
+/// As many contacts as there is room for draw a proof with each report; the others move to and fro in the
 /// strip.
 Plan plan(const Flood &flood, int count, const Screen &screen)
 {
@@ -91,8 +91,8 @@ long missing(const Plan &plan, const Picture &picture)
                          [&](Point proof) { return !differs(white, picture.at(proof)); });
 }
 
-/// The changes on the screen until the last report is drawn and all is at rest, or until the program has
-/// nothing more to do. A program that falls behind may paint nothing for a long time.
+/// Returns the times of changes on the screen until the last report is drawn and all is at rest, or until the
+/// program has nothing more to do. A program that falls behind may paint nothing for a long time.
 std::vector<Nanoseconds> watch(Program &program, Screen &screen, const Plan &plan, Nanoseconds end)
 {
     std::vector<Nanoseconds> changes;
@@ -144,7 +144,7 @@ Result run(const Setting &setting, const Flood &flood)
     result["values"]["last report to last change [ms]"] =
         static_cast<double>(std::max<Nanoseconds>(0, last_change - last_report)) / millisecond;
 
-    // The info tags go and uncover what they lay over.
+    // Lifting the contacts removes the info tags and uncovers what was below them.
     program.deliver({flood.contacts.report(planned.walk.back(), screen, false)});
     long lost = missing(planned, screen.picture());
     for (const Nanoseconds deadline = now() + 4 * second; lost > 0 && now() < deadline;) {
@@ -156,9 +156,9 @@ Result run(const Setting &setting, const Flood &flood)
     return result;
 }
 
-/// Reports that do no more than cross to the GUI thread, which drops them since they change nothing: a pen
-/// rests at one place. It is down, for where one hovers, each report asks the X server which window lies
-/// under it.
+/// Measures reports that only cross to the GUI thread, which drops them because a resting pen changes
+/// nothing. The pen is down, because each report of a hovering pen asks the X server which window is under
+/// it.
 Result run_resting(const Setting &setting, int rate)
 {
     Program program(setting.paths, setting.screen);

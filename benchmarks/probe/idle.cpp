@@ -1,4 +1,4 @@
-// The start, and nothing to do.
+// Measures the start of the program, and the program when it has nothing to do.
 
 #include "cases.h"
 
@@ -26,7 +26,7 @@ Result run_start(const Setting &setting)
     return result;
 }
 
-/// What it takes to do nothing but wait, one tick after the other: the floor of an idle program.
+/// The share of a core that it takes to do nothing but wait, tick by tick: the floor of an idle program.
 double share_of_bare_ticks(int ticks)
 {
     constexpr int tick_ms = 8;
@@ -38,7 +38,7 @@ double share_of_bare_ticks(int ticks)
         / static_cast<double>(now() - start);
 }
 
-/// What a program with nothing to do has taken, one second after the other.
+/// What an idle program has taken, second by second.
 struct Idle
 {
     std::vector<double> shares; ///< percent of a core

@@ -1,5 +1,5 @@
-// From a report to its pixel: one report at a time, at moments that have nothing to do with the program's
-// tick.
+// Measures the time from a report to its pixel: one report at a time, at moments that are independent of the
+// program's tick.
 
 #include "cases.h"
 #include "contacts.h"
@@ -14,17 +14,17 @@ constexpr Nanoseconds resting = 1'500 * millisecond;
 constexpr Nanoseconds shortest_pause = 10 * millisecond;
 constexpr Nanoseconds longest_pause = 50 * millisecond;
 
-// Steps lead out of the circles that the info tags draw, so that a place is untouched until its report.
+// Steps are longer than the circles of the info tags, so that a place is untouched until its report.
 constexpr int pen_step = 32; // pixels, as are all below
 constexpr int touch_step = 22;
 constexpr int touch_radius = 11;
 
 constexpr Area whole{40, 60, 1880};
-constexpr int scribbles_height = 580; // where strokes go that are not measured: at the top
+constexpr int scribbles_height = 580; // strokes that are not measured go above this
 constexpr Area first_rows{40, 700, 1880};
 constexpr Area last_rows{40, 892, 1880};
 
-/// Beside the cross that an info tag draws through the contact.
+/// The points to watch: beside the cross that an info tag draws through the contact.
 std::vector<Point> watched(std::vector<Point> places)
 {
     for (Point &place : places)
@@ -40,7 +40,7 @@ Walk walk_of_one(const Area &area, int step, int count)
     return walk;
 }
 
-/// All in step, each in a field of its own, which the tags of the others do not reach.
+/// Ten contacts that move in step, each in its own field, which the tags of the others do not reach.
 Walk walk_of_ten(int count)
 {
     Walk walk;
@@ -60,7 +60,7 @@ double in_milliseconds(Nanoseconds time)
     return static_cast<double>(time) / millisecond;
 }
 
-/// Draws with some contacts, and measures their reports one by one.
+/// Draws with some contacts and measures their reports one by one.
 class Measurement
 {
 public:
@@ -103,7 +103,7 @@ public:
             / static_cast<double>(now() - start);
     }
 
-    /// Adds samples and values to @p result, their names with @p suffix.
+    /// Adds samples and values to @p result; @p suffix is appended to their names.
     void run(const Walk &walk, Result &result, const std::string &suffix = {})
     {
         std::vector<double> to_pixel;
@@ -151,7 +151,7 @@ int report_count(const Setting &setting)
     return setting.quick ? 60 : 300;
 }
 
-/// One touch paints the whole screen, for erasers to wipe away.
+/// Paints the whole screen with one touch, for erasers to wipe away.
 void fill_screen(Program &program, const Setting &setting)
 {
     const std::vector<Point> centre{{setting.screen.width() / 2, setting.screen.height() / 2}};
@@ -178,7 +178,7 @@ Result run_one_by_one(const Setting &setting, const Contacts &contacts, bool tag
     return result;
 }
 
-/// Here and there at the top of the screen.
+/// Random places at the top of the screen.
 Walk scribble(int count, std::mt19937 &random)
 {
     Walk walk;
@@ -196,7 +196,7 @@ Walk scribble(int count, std::mt19937 &random)
 
 constexpr Nanoseconds scribble_interval = 50'000; // 20,000 reports a second
 
-/// The first and the last hundred of one long stroke.
+/// Measures the first and the last hundred segments of one long stroke.
 Result run_long_stroke(const Setting &setting)
 {
     Program program(setting.paths, setting.screen);
@@ -217,7 +217,7 @@ Result run_long_stroke(const Setting &setting)
     return result;
 }
 
-/// A stroke on an empty screen, and one after 100,000 segments in a thousand strokes.
+/// Measures a stroke on an empty screen, and one after 100,000 segments in a thousand strokes.
 Result run_many_strokes(const Setting &setting)
 {
     constexpr int strokes = 1'000;

@@ -1,8 +1,8 @@
 // Usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--list] [--quick] [--before PROGRAM]
-// Runs the program, and where a floor is wanted the bare window, on the screen that DISPLAY names, on the
-// probe's driver, and measures the cases whose names the regular expression FILTER finds. Prints one JSON
-// object per case on a line of its own: its name, samples and values. --list prints their names instead.
-// Pictures are compared with those of another build of the program, where one is given.
+// Runs the program, and the bare window for floors, with the probe's driver on the screen that DISPLAY names,
+// and measures the cases whose names match the regular expression FILTER. Prints one line with a JSON object
+// per case: its name, samples and values. --list prints the names instead. --before names another build of
+// the program to compare pictures with.
 
 #include "cases.h"
 
@@ -40,7 +40,7 @@ int run(const Setting &setting, const std::vector<Case> &cases)
             std::cout << result.dump() << std::endl;
         } catch (const std::exception &error) {
             std::fprintf(stderr, "program_probe: %s: %s\n", chosen.name.c_str(), error.what());
-            status = 1; // the other cases may still tell something
+            status = 1; // the other cases are still worth measuring
         }
     }
     return status;

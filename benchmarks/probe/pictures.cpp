@@ -1,4 +1,4 @@
-// What the program shows, beside what another build of it shows for the same keys and reports.
+// Compares what the program shows with what another build of it shows for the same keys and reports.
 
 #include "cases.h"
 #include "contacts.h"
@@ -11,13 +11,13 @@
 namespace {
 
 constexpr Nanoseconds rest = 300 * millisecond;
-constexpr int frame = 40; // pixels at the edges: the window manager's
+constexpr int frame = 40; // pixels at the edges that belong to the window manager
 
 constexpr std::uint32_t key_space = ' ';
 constexpr std::uint32_t key_backspace = 0xff08;
 constexpr std::array<std::uint32_t, 6> pattern_keys{'g', 's', 'c', 'b', 0xff51, 0xff53};
 
-// An info tag, pixels: where its text may be, up and to the left of the contact's circle, and a little more.
+// An info tag in pixels: the area of its text, up and to the left of the contact's circle, and a little more.
 constexpr int tag_width = 150;
 constexpr int tag_height = 125;
 constexpr int tag_margin = 4;
@@ -26,7 +26,7 @@ constexpr int pen_circle = 25;
 struct Scene
 {
     Picture picture;
-    std::vector<Point> tag_corners; ///< the lower right one of each info tag shown
+    std::vector<Point> tag_corners; ///< the lower right corner of each info tag shown
 };
 
 const Contacts a_pen{Contacts::pen, 1, 0};
@@ -78,7 +78,8 @@ private:
         settle();
     }
 
-    /// For a key that changes nothing yet: a pattern that comes and goes tells that it has been taken.
+    /// Presses a key without visible effect. A pattern that is switched on and off after it shows that the
+    /// program has handled it.
     void set(std::uint32_t key)
     {
         m_screen.press(key);
@@ -88,7 +89,8 @@ private:
 
     void take() { m_scenes.push_back({m_screen.picture(), {}}); }
 
-    /// Delivers the reports, waits until strokes have come to @p points, and then for rest.
+    /// Delivers the reports, waits until strokes have reached @p points, and then until the screen is at
+    /// rest.
     void deliver(const std::vector<boardsim::Bytes> &reports, const std::vector<Point> &points)
     {
         const std::vector<Colour> before = m_screen.colours(points);
@@ -120,14 +122,14 @@ private:
         return places;
     }
 
-    /// Across the strokes of all widths.
+    /// Places across the strokes of all widths.
     static std::vector<Point> eraser_places(int way)
     {
         return {{1400 - 11 * way, 150 + 5 * way}, {1500 + 23 * way, 320}};
     }
 
-    /// Everything comes down, moves on or lifts. What an eraser does may not be seen, so its report comes
-    /// first: when the others' strokes are on the screen, so is its work.
+    /// Puts all contacts down, moves or lifts them. What an eraser does may be invisible, so its report comes
+    /// first: once the strokes of the others are on the screen, its work is done too.
     void move_all(int way, bool down = true)
     {
         std::vector<Point> points = touch_places(way);
@@ -149,7 +151,7 @@ private:
         add_corners(eraser_places(way), two_erasers.radius);
     }
 
-    /// The board's height is as many raw units as its width: circles are as flat as the screen.
+    /// The board is as many raw units high as wide, so circles are as flat as the screen.
     void add_corners(const std::vector<Point> &places, int radius)
     {
         add_corners(places, radius, radius * m_screen.height() / m_screen.width());
@@ -185,8 +187,8 @@ int difference(Colour a, Colour b)
 
 struct Differences
 {
-    long pixels = 0;    ///< that differ outside of tags
-    int tag_levels = 0; ///< by which a pixel in a tag differs at most
+    long pixels = 0;    ///< number that differ outside of tags
+    int tag_levels = 0; ///< largest difference of a pixel in a tag
 };
 
 void compare(const Scene &scene, const Scene &other, Differences &found)

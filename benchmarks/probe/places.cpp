@@ -2,12 +2,12 @@
 
 namespace {
 
-constexpr int margin = 20;         // pixels at the left and right of the screen, as are all below
+constexpr int margin = 20;         // left and right of the screen; pixels, as are all below
 constexpr int step = 2;            // from one point to the next, across
 constexpr int depth = 2;           // of the zigzag
 constexpr int half_line = 3;       // the program's own stroke width
 constexpr int turn = 8;            // how far out the path turns to the next row
-constexpr int points_per_turn = 2; // its corners, whose proofs lie outside
+constexpr int points_per_turn = 2; // the corners of the turn, whose proofs lie outside
 
 int columns(const Screen &screen)
 {

@@ -4,19 +4,19 @@
 
 #include <vector>
 
-/// Where a report draws, and the one pixel that no other report of the same path paints: it stays white when
-/// the report is lost.
+/// Where a report draws, and its proof: the one pixel that no other report of the same path paints. It stays
+/// white if the report is lost.
 struct Place
 {
     Point at;
     Point proof;
 };
 
-/// A stroke that is as dense as that allows, with the program's own stroke width: a zigzag of peaks four
-/// pixels apart, row below row. The proof of a peak is the pixel at its tip.
-/// @p top is the first row's; the rows fill the width of the screen.
+/// The densest stroke in which each report has a proof, drawn with the program's own stroke width: a zigzag
+/// of peaks four pixels apart, row below row. The proof of a peak is the pixel at its tip.
+/// @p top is that of the first row; the rows fill the width of the screen.
 std::vector<Place> dense_path(int count, int top, const Screen &screen);
 
-/// How many rows below each other that takes, and how far apart they are.
+/// The number of rows that such a path takes, and how far apart they are.
 int dense_rows(int count, const Screen &screen);
 constexpr int dense_row_height = 9; // pixels: the line's 6, the zigzag's 2, and one between the rows

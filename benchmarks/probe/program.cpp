@@ -22,10 +22,10 @@ constexpr std::uint32_t key_escape = 0xff1b;
 constexpr std::uint32_t key_space = ' ';
 constexpr std::uint32_t key_help = 'h';
 
-constexpr Nanoseconds watch_interval = 100 * millisecond; // between looks whether the program still lives
+constexpr Nanoseconds watch_interval = 100 * millisecond; // between checks that the program still runs
 constexpr int frame = 40; // pixels: more than the window manager's title and borders take
 
-/// Pixels that are white as soon as the program has painted itself, far from the help text.
+/// Pixels, far from the help text, that are white as soon as the program has painted its window.
 std::vector<Point> empty_places(const Screen &screen)
 {
     return {{screen.width() - frame, frame},
@@ -97,7 +97,7 @@ void Program::start(const Paths &paths)
         throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
     if (m_process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO); // the probe's own is for results
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO); // the probe prints its results there
         execl(paths.program.c_str(), paths.program.c_str(), nullptr);
         std::perror(paths.program.c_str());
         _exit(127);
@@ -154,7 +154,7 @@ void Program::prepare(bool tags)
 {
     if (!tags)
         m_screen.press(key_space);
-    m_screen.press(key_help); // the last key: when it has taken effect, so have those before
+    m_screen.press(key_help); // comes last: once it has taken effect, so have those before
     const Nanoseconds deadline = now() + patience;
     while (!all_white(m_screen.picture())) {
         check();
@@ -230,7 +230,7 @@ long Program::wake_ups() const
     long sum = 0;
     for (const auto &thread :
          std::filesystem::directory_iterator("/proc/" + std::to_string(m_process) + "/task")) {
-        // A thread that waits gives its processor up of its own will, once for each time that it wakes up.
+        // A thread that waits gives up its processor voluntarily, once for each time that it wakes up.
         sum += number_after(thread.path() / "status", "voluntary_ctxt_switches:");
     }
     return sum;

@@ -10,7 +10,7 @@
 
 #include <sys/types.h>
 
-/// Where the program and the probe's driver lie.
+/// Where the program and the probe's driver are.
 struct Paths
 {
     std::string program;       ///< file
@@ -19,10 +19,10 @@ struct Paths
 
 constexpr Nanoseconds millisecond = 1'000'000;
 constexpr Nanoseconds second = 1'000 * millisecond;
-constexpr Nanoseconds patience = 60 * second; ///< for whatever the program is waited for
+constexpr Nanoseconds patience = 60 * second; ///< limit of every wait for the program
 
-/// The program, run on the probe's driver on an otherwise empty screen. Every operation throws
-/// std::runtime_error when the program ends, or does not do in time what is waited for.
+/// The program, run with the probe's driver on an otherwise empty screen. Every operation throws
+/// std::runtime_error if the program ends, or does not do in time what is waited for.
 class Program
 {
 public:
@@ -36,26 +36,28 @@ public:
     /// From the start of the process to its first picture.
     Nanoseconds time_to_first_picture() const { return m_time_to_first_picture; }
 
-    /// Hides the help text, so that all is white, and lets new contacts come with or without info tags.
+    /// Hides the help text, so that the screen is white, and switches the info tags of new contacts on or
+    /// off.
     void prepare(bool tags);
 
-    /// Delivers @p reports on the driver's thread, one every @p interval, and waits until all have been; the
-    /// deliveries as they were done, valid until the next call.
+    /// Delivers @p reports on the driver's thread, one every @p interval, and waits until all have been
+    /// delivered. Returns the deliveries with their times, valid until the next call.
     const Delivery *deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
-    /// The same without waiting; await_delivery has to follow.
+    /// The same without waiting; await_delivery() must follow.
     void begin_delivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
     const Delivery *await_delivery();
 
-    /// Waits until each of @p points differs by a stroke from what it was @p before; when that was seen.
+    /// Waits until each of @p points differs by a stroke from what it was @p before; returns when that was
+    /// seen.
     Nanoseconds await_strokes(const std::vector<Point> &points, const std::vector<Colour> &before);
 
-    /// Of all its threads, those that have ended too, without what the probe's driver takes for itself.
+    /// Of all its threads, including those that have ended, without what the probe's driver takes for itself.
     Nanoseconds processor_time() const;
-    /// How often its threads have waited and been woken up, without those that have ended.
+    /// How often its threads have waited and been woken up; threads that have ended do not count.
     long wake_ups() const;
     long resident_bytes() const;
 
-    /// Throws when the program has ended.
+    /// Throws if the program has ended.
     void check();
 
 private:

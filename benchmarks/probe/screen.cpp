@@ -18,7 +18,7 @@ int channel(Colour colour, int shift)
     return static_cast<int>(colour >> shift & 0xff);
 }
 
-/// What the server replies is the receiver's to free.
+/// Takes ownership of a reply of the server, which the receiver has to free.
 template <typename Reply> std::unique_ptr<Reply, void (*)(void *)> owned(Reply *reply)
 {
     if (!reply)
@@ -57,7 +57,7 @@ Screen::Screen() : m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect)
     owned(xcb_damage_query_version_reply(x, xcb_damage_query_version(x, 1, 1), nullptr));
     m_damage_event = static_cast<std::uint8_t>(extension->first_event + XCB_DAMAGE_NOTIFY);
     m_damage = xcb_generate_id(x);
-    // One event for all that changes until it is taken: the fewest that the server can send.
+    // One event covers all changes until it is taken, so the server sends as few as possible.
     xcb_damage_create(x, m_damage, m_root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
     forget_changes();
 }
@@ -70,7 +70,7 @@ void Screen::check() const
         throw std::runtime_error("no connection to the X server");
 }
 
-/// Takes all events; whether one of them tells of a change.
+/// Takes all events and returns whether one of them reports a change.
 bool Screen::take_changes()
 {
     bool changed = false;
@@ -104,7 +104,7 @@ void Screen::forget_changes()
 {
     xcb_connection_t *const x = m_connection.get();
     xcb_damage_subtract(x, m_damage, XCB_NONE, XCB_NONE);
-    // A round trip: all events about what has happened before have arrived then.
+    // After a round trip, all events about earlier changes have arrived.
     owned(xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
     take_changes();
 }

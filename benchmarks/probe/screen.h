@@ -23,7 +23,7 @@ constexpr Colour white = 0xffffff;
 /// Whether a stroke has been drawn or wiped away at a pixel; an info tag's tint alone is less.
 bool differs(Colour before, Colour after);
 
-/// What the whole screen showed; row by row.
+/// What the whole screen showed, row by row.
 struct Picture
 {
     int width = 0;
@@ -33,8 +33,8 @@ struct Picture
     Colour at(Point point) const;
 };
 
-/// The X server's screen, watched without taking processor time while nothing changes on it. Every operation
-/// throws std::runtime_error when the server has gone.
+/// The X server's screen. Watching it takes no processor time while nothing changes on it. Every operation
+/// throws std::runtime_error if the server is gone.
 class Screen
 {
 public:
@@ -46,11 +46,11 @@ public:
     int width() const { return m_width; }
     int height() const { return m_height; }
 
-    /// When the next change arrived, or none until @p deadline.
+    /// Waits for the next change and returns when it arrived; nothing if none does until @p deadline.
     std::optional<Nanoseconds> wait_for_change(Nanoseconds deadline);
     /// Forgets the changes up to now.
     void forget_changes();
-    /// Waits until nothing has changed for @p quiet; when the last change arrived, 0 without one.
+    /// Waits until nothing has changed for @p quiet; returns when the last change arrived, 0 without one.
     Nanoseconds settle(Nanoseconds quiet, Nanoseconds deadline);
 
     std::vector<Colour> colours(const std::vector<Point> &points);

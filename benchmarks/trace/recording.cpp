@@ -1,4 +1,4 @@
-// What one recorded change costs, next to the least that a recorder of this kind has to do.
+// Measures what one recorded change costs, compared with the least that a recorder of this kind has to do.
 
 #include "timing.h"
 
@@ -18,11 +18,11 @@
 namespace {
 
 constexpr unsigned int signal_count = 100;
-// Short rounds: the median is then of rounds in which no other program took the processor away.
+// Rounds are short, so that in the median round no other program takes the processor away.
 constexpr int changes_per_round = 20'000;
 constexpr int usual_rounds = 251;
 
-/// The reference: a mutex, a clock reading and an append to one vector per signal found in a std::map.
+/// The reference: locks a mutex, reads the clock, and appends to the signal's vector, found in a std::map.
 class Reference
 {
 public:
@@ -44,7 +44,7 @@ struct Step
     double value;
 };
 
-/// Changes of signals in a random order; every value is a new one.
+/// Changes of signals in random order; every value is new.
 std::vector<Step> steps()
 {
     std::mt19937 random(1);
@@ -77,8 +77,8 @@ template <typename Record> double measure(int threads, const std::vector<Step> &
     return taken.count() / static_cast<double>(share * static_cast<std::size_t>(threads));
 }
 
-/// Both record the same changes in turn, so that whatever else the machine does falls on both. Neither ever
-/// forgets a change, so the vectors of both grow alike.
+/// Both record the same changes in turn, so that whatever else the machine does falls on both. Neither drops
+/// a change, so the vectors of both grow alike.
 void recording(benchmark::State &state)
 {
     static Reference reference;

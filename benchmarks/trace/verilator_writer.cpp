@@ -6,7 +6,7 @@
 
 namespace {
 
-/// What Verilator's writer asks for when it is told to dump a time: the changes of that time.
+/// Provides the changes that Verilator's writer asks for when it is told to dump a time.
 struct Replay
 {
     unsigned int signal_count = 0;

@@ -11,6 +11,7 @@ struct TracedChange
     long long time = 0;
 };
 
-/// Writes @p changes, which are in order of time, of real signals "signal0" and on, with Verilator's writer.
+/// Writes @p changes, which are in order of time, with Verilator's writer. The real signals are named
+/// "signal0" and so on.
 void write_with_verilator(const std::string &file_name, unsigned int signal_count,
                           const std::vector<TracedChange> &changes);

@@ -1,5 +1,5 @@
-// What one written change costs in time, bytes and memory: ours, Verilator's writer, and as the limit a plain
-// loop that formats the same changes, already in order, into memory.
+// Measures what one written change costs in time, bytes and memory: with our writer, with Verilator's, and,
+// as the limit, with a plain loop that formats the same changes, already in order, into memory.
 
 #include "timing.h"
 
@@ -41,7 +41,7 @@ std::string code_of(unsigned int signal)
     return signal < 93 ? code : code + static_cast<char>('!' + signal / 93);
 }
 
-/// A value of the kind that the signal has: a normalised position, a raw board unit or a position in pixels.
+/// A value of the signal's kind: a normalised position, a raw board unit or a position in pixels.
 double value_for(unsigned int signal, std::mt19937_64 &random)
 {
     if (signal % 3 == 0)
@@ -51,7 +51,7 @@ double value_for(unsigned int signal, std::mt19937_64 &random)
     return std::uniform_real_distribution<double>(0, 3840)(random);
 }
 
-/// Records the changes, then learns their order and times from the written file.
+/// Records the changes and returns them in the order and with the times of the written file.
 std::vector<TracedChange> record_changes()
 {
     std::mt19937_64 random(1);
@@ -95,7 +95,7 @@ const std::vector<TracedChange> &changes()
     return recorded;
 }
 
-/// The limit: formats @p changes into @p text, without looking for their order and without a file.
+/// The limit: formats @p changes into @p text, without sorting them and without a file.
 char *format(const std::vector<TracedChange> &changes, const std::vector<std::string> &endings, char *text)
 {
     long long last_time = 0;
@@ -132,7 +132,7 @@ double bytes_per_change(const std::string &name)
     return static_cast<double>(file.tellg()) / static_cast<double>(change_count);
 }
 
-/// In each round all three write in turn, so that whatever else the machine does falls on all.
+/// All three write in turn in each round, so that whatever else the machine does falls on all.
 void writing(benchmark::State &state)
 {
     const std::vector<TracedChange> &all = changes();
@@ -171,7 +171,7 @@ void writing(benchmark::State &state)
 }
 BENCHMARK(writing)->Iterations(rounds(9))->UseManualTime()->Unit(benchmark::kMillisecond);
 
-/// A line of /proc/self/status in bytes.
+/// The value of a line of /proc/self/status, in bytes.
 double process_memory(const std::string &field)
 {
     std::ifstream status("/proc/self/status");
@@ -183,15 +183,15 @@ double process_memory(const std::string &field)
     return 0;
 }
 
-/// Peak memory while writing, as a multiple of what the recorded changes take.
+/// Measures the peak memory while writing, also as a multiple of what the recorded changes take.
 void memory_while_writing(benchmark::State &state)
 {
     changes();
     const double recorded = static_cast<double>(change_count * sizeof(Vcd::change));
     double worst = 0;
     for (auto _ : state) {
-        malloc_trim(0); // what is free already must not hide what writing takes
-        std::ofstream("/proc/self/clear_refs") << "5"; // the peak starts again from here
+        malloc_trim(0);                                // free heap memory must not hide what writing takes
+        std::ofstream("/proc/self/clear_refs") << "5"; // resets the peak
         const double before = process_memory("VmRSS");
         Vcd::write_vcd(path("ours.vcd"));
         worst = std::max(worst, process_memory("VmHWM") - before);
