@@ -12,7 +12,7 @@ std::vector<std::string> modes_of_both_boards(bool on)
                       "SetPointingDeviceDestination(7" + report_mode,
                       "SetPointingDeviceDestination(3" + report_mode});
     }
-    const std::string digit = on ? "49" : "48"; // the character
+    const std::string digit = on ? "49" : "48"; // code of the character 1 or 0
     calls.insert(calls.end(),
                  {"SetTouchDestination(7, " + mode + ")", "SetTouchDestination(3, " + mode + ")",
                   "SetLATEDetection(7, " + digit + ")", "SetLATEDetection(3, " + digit + ")"});

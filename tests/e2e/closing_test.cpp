@@ -18,7 +18,7 @@ using Calls = std::vector<std::string>;
 
 constexpr int usual_rounds = 5;
 constexpr qint64 longest_wait_ms = 1000;
-constexpr std::size_t phases = 4; // bursts after which a program is ended, so that not all ends are alike
+constexpr std::size_t phases = 4; // a program is ended after 1 to 4 bursts, so that not all ends are alike
 
 /// How often each case is repeated; LANTERNIX_ROUNDS asks for another number.
 int rounds()
@@ -30,7 +30,7 @@ int rounds()
 
 const char *const hand_back = "SendTouchPacketToSystem";
 
-/// A finger beside the screen, which the program hands back: the driver's log tells by it that the program
+/// A finger beside the screen, which the program hands back, so that the driver's log shows that the program
 /// has got this far.
 QStringList finger_beside_the_screen()
 {
@@ -39,8 +39,8 @@ QStringList finger_beside_the_screen()
     return {finger.arg("true"), finger.arg("false")};
 }
 
-/// Ten touches, two pens and two erasers that never lift, in @p rate samples a second of four reports each;
-/// every tenth of a second a finger beside the screen.
+/// Ten touches, two pens and two erasers that never lift, @p rate samples a second with four reports each,
+/// and a finger beside the screen every tenth of a second.
 QStringList reports_without_end(int rate)
 {
     QStringList contacts;
@@ -72,7 +72,7 @@ QStringList reports_without_end(int rate)
 class Closing
 {
 public:
-    /// @p end asks a program to end; @p problem tells what is wrong with one that has ended, if anything.
+    /// @p end asks a program to end; @p problem returns what is wrong with one that has ended, if anything.
     template <typename End, typename Problem>
     void repeat(const char *name, int rate, End end, Problem problem)
     {
@@ -93,7 +93,7 @@ public:
             EXPECT_EQ(wrong, "");
             m_failures += wrong.empty() ? 0 : 1;
         }
-        // Not the longest: other tests may have kept the machine busy. scripts/closing looks at that one.
+        // Other tests may keep the machine busy, so only scripts/closing checks the longest time.
         EXPECT_LT(m_shortest_ms, longest_wait_ms);
         std::printf("closing, %s: %d rounds, longest time to end %lld ms, %d failures\n", name, wanted,
                     m_longest_ms, m_failures);
@@ -102,7 +102,7 @@ public:
 private:
     static bool get_going(Program &program, std::size_t bursts)
     {
-        program.driver().open_gate("go"); // once the window is there: what starts before goes to the system
+        program.driver().open_gate("go"); // the window is there; contacts that start earlier go to the system
         return eventually([&] { return program.driver().calls(hand_back).size() > 2 * bursts; });
     }
 
@@ -112,7 +112,7 @@ private:
     int m_failures = 0;
 };
 
-/// What the program called last, apart from what it handed back while it ended.
+/// The last calls of the program, without the contacts that it handed back while it ended.
 Calls last_calls(Program &program, std::size_t count)
 {
     Calls calls = program.driver().call_texts();
@@ -163,7 +163,7 @@ class ASignalWhileReportsAreDecoded : public testing::TestWithParam<Signal>
 
 TEST_P(ASignalWhileReportsAreDecoded, EndsTheProgramAtOnceAsTheSystemDoes)
 {
-    // A job in a shell's background ignores SIGINT, and what it starts inherits that.
+    // A background job of a shell ignores SIGINT, and its children inherit that.
     std::signal(GetParam().number, SIG_DFL);
     constexpr int rate = 20'000; // more than can be decoded: the driver's thread never waits
     Closing().repeat(

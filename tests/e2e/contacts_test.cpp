@@ -15,7 +15,7 @@ constexpr QRgb green = 0xff00ff00;
 constexpr QRgb white = 0xffffffff;
 constexpr int stroke_width = 3; // half the width of a pen's stroke until a digit is pressed, pixels
 
-// Raw positions whose pixel on a screen of 1280 x 720 is known.
+// Raw positions with known pixels on a screen of 1280 x 720.
 constexpr int raw_per_pixel_x10 = 256; // 32768 / 1280 = 25.6
 
 int raw_x(int pixel)
@@ -64,7 +64,7 @@ QString mark(const QString &text)
     return QStringLiteral(R"({"type":"mark","text":"%1"})").arg(text);
 }
 
-/// A program that has been told to show plain white, and plays its reports once the test opens the gate "go".
+/// A program that shows plain white and plays its reports once the test opens the gate "go".
 class OnScreen : public testing::Test
 {
 protected:
@@ -120,7 +120,7 @@ TEST_F(OnScreen, ADigitSelectsTheWidth)
 {
     start({pen(300, 200, true), pen(700, 200, true), pen(700, 200, false)});
     desktop().press("9");
-    desktop().press("h"); // shown once the digit has been taken, since keys come in order
+    desktop().press("h"); // keys come in order: once the help is shown, the digit has been taken
     desktop().press("h");
     ASSERT_TRUE(eventually([&] { return count(white) == picture().width() * picture().height(); }));
     play();

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-// Last, because of its macros.
+// Included last, because of its macros.
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int patience_ms = 10'000;
 
-/// The first bytes of a property, as Xlib hands them out: long numbers for 32-bit items. Empty when it is not
+/// The first bytes of a property, as Xlib returns them: 32-bit items are of type long. Empty if it is not
 /// set.
 QByteArray property(Display *display, Window window, const char *name)
 {
@@ -34,7 +34,7 @@ QByteArray property(Display *display, Window window, const char *name)
     return value;
 }
 
-/// A property that holds one window or number; 0 when it is not set.
+/// A property that holds one window or number; 0 if it is not set.
 unsigned long number_property(Display *display, Window window, const char *name)
 {
     const QByteArray value = property(display, window, name);
@@ -44,7 +44,7 @@ unsigned long number_property(Display *display, Window window, const char *name)
     return number;
 }
 
-/// A window may go while it is being asked about: no reason to end the test program.
+/// Ignores Xlib's errors: a window may vanish during a query, which must not end the test program.
 int ignore_error(Display *, XErrorEvent *)
 {
     return 0;
@@ -94,7 +94,7 @@ struct Desktop::Connection
 
 Desktop::Desktop()
 {
-    // The server takes a free display number and writes it to standard output.
+    // The server chooses a free display number and writes it to standard output.
     m_server.setStandardErrorFile(QProcess::nullDevice());
     m_server.start("Xvfb",
                    {"-displayfd", "1", "-screen", "0", QStringLiteral("%1x%2x24").arg(width).arg(height),
@@ -138,8 +138,8 @@ bool Desktop::has_active_window(const QString &title, qint64 process)
     Display *const display = m_connection->display;
     return eventually([&] {
         const Window window = m_connection->active_window();
-        // A window's number is used again by the next program, while the window manager still calls the old
-        // window the active one.
+        // The next program may reuse a window's number while the window manager still considers the old
+        // window active.
         return window == m_connection->focus() && property(display, window, "_NET_WM_NAME") == title.toUtf8()
             && number_property(display, window, "_NET_WM_PID") == static_cast<unsigned long>(process);
     });

@@ -8,27 +8,27 @@
 #include <functional>
 #include <memory>
 
-/// Waits until @p condition holds; false when it does not within ten seconds.
+/// Waits until @p condition holds; false if it does not within ten seconds.
 bool eventually(const std::function<bool()> &condition);
 
-/// An X server of the test's own (Xvfb) with a window manager (openbox). Ends with this object.
+/// The test's own X server (Xvfb) with a window manager (openbox). Both end with this object.
 class Desktop
 {
 public:
     static constexpr int width = 1280; // pixels
     static constexpr int height = 720; // pixels
 
-    /// Throws std::runtime_error when server or window manager do not start.
+    /// Throws std::runtime_error if the server or the window manager does not start.
     Desktop();
     ~Desktop();
 
     QString display() const; ///< e.g. ":7"
 
-    /// Waits for a window of this title and process to have the keyboard; false when none does in time.
+    /// Waits until a window of this title and process has the keyboard focus; false if none gets it in time.
     bool has_active_window(const QString &title, qint64 process);
     /// What the active window shows, as a part of the screen.
     QImage window_picture();
-    /// Where the active window's content lies on the screen.
+    /// Where the active window's content is on the screen.
     QRect window_area();
     /// Whether the active window's pixels are as deep as the screen's, and so without alpha.
     bool window_is_as_deep_as_the_screen();

@@ -17,7 +17,7 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-// The whole program with drivers that misbehave, and with files that are no driver.
+// Tests of the whole program with drivers that misbehave and with files that are not a driver.
 
 namespace {
 
@@ -30,7 +30,7 @@ const char *const board_7 = R"({"type":"device","kind":1,"board":7,"info":""})";
 std::unique_ptr<Program> start_with(const QString &folder, const QStringList &scenario)
 {
     qputenv("LD_LIBRARY_PATH", folder.toUtf8());
-    return std::make_unique<Program>(scenario, Program::Driver::missing); // adds no folder of its own
+    return std::make_unique<Program>(scenario, Program::Driver::missing); // so that Program adds no folder
 }
 
 std::unique_ptr<Program> start_hostile(const QByteArray &misbehaviour, const QStringList &scenario)
@@ -94,7 +94,7 @@ TEST(AWriteThatBlocks, DelaysTheWindowNoLongerThanItLasts)
     EXPECT_EQ(program->exit_status(), 0);
 }
 
-// Files in the place of the driver library.
+// Tests with other files in place of the driver library.
 
 QByteArray content_of(const QString &path)
 {
@@ -142,7 +142,7 @@ void make_for_32_bits(const QString &path)
     replace(path, library);
 }
 
-/// Lets the permissions of files bind the programs that this one starts, whoever runs the tests.
+/// Makes file permissions apply to the programs that this one starts, even if root runs the tests.
 void give_up_reading_everything()
 {
     if (geteuid() != 0)
@@ -157,10 +157,10 @@ struct File
 {
     const char *name;
     void (*make)(const QString &path);
-    const char *message; ///< of the loader; %1 is the file's path
+    const char *message; ///< the loader's message; %1 is the file's path
 };
 
-/// A file in a folder where the program looks for its driver; a copy of the simulated one at first.
+/// A file in a folder where the program looks for its driver; initially a copy of the simulated driver.
 class AFileThatIsADriver : public testing::Test
 {
 protected:

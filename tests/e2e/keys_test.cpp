@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The view of this process at the size of the program's, to compare pictures with.
+/// A view in this process, of the size of the program's, to compare pictures with.
 class Expected
 {
 public:

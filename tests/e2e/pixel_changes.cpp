@@ -1,7 +1,7 @@
 // Usage: pixel_changes X Y
-// Looks at the pixel at (X, Y) of the screen until it is killed. Prints "ready", then, whenever the pixel has
-// changed, the time at which that was seen: microseconds of CLOCK_MONOTONIC, the clock of the simulated
-// driver's log.
+// Watches the pixel at (X, Y) of the screen until it is killed. Prints "ready", and then, whenever the pixel
+// has changed, the time at which that was seen, in microseconds of CLOCK_MONOTONIC, the clock of the
+// simulated driver's log.
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto pause = std::chrono::microseconds(500); // between two looks: the error of the times
+constexpr auto pause = std::chrono::microseconds(500); // between two looks; also the error of the times
 
 unsigned long pixel(Display *display, int x, int y)
 {

@@ -62,7 +62,7 @@ int Program::ending_signal()
 {
     if (!has_ended())
         return -1;
-    // What waitid tells in si_status: the signal's number where it was one that ended the process.
+    // After a crash the exit code is waitid's si_status, the number of the signal that ended the process.
     return m_process.exitStatus() == QProcess::CrashExit ? m_process.exitCode() : 0;
 }
 

@@ -10,17 +10,17 @@
 #include <memory>
 
 /// The real executable with a simulated driver that plays the given scenario, or with no driver at all.
-/// Started by the constructor, killed by the destructor where it still runs.
+/// The constructor starts it; the destructor kills it if it still runs.
 class Program
 {
 public:
     enum class Driver { simulated, missing };
 
-    /// On a desktop of its own. Returns once the window has the keyboard; throws std::runtime_error when it
-    /// never does. @p locale is the C library's, for all categories.
+    /// Starts the program on its own desktop. Returns once the window has the keyboard focus; throws
+    /// std::runtime_error if it never does. @p locale is the C library's, for all categories.
     explicit Program(const QStringList &scenario, Driver driver = Driver::simulated,
                      const QString &locale = QStringLiteral("C"));
-    /// As above, but on a desktop that several programs use, one after the other.
+    /// The same, but on a desktop that several programs use, one after the other.
     Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, Driver driver = Driver::simulated,
             const QString &locale = QStringLiteral("C"));
     ~Program();
@@ -28,13 +28,13 @@ public:
     Desktop &desktop() { return *m_desktop; }
     SimulatedDriver &driver() { return m_driver; }
 
-    /// Waits for the end; false when it does not come within ten seconds.
+    /// Waits for the end; false if it does not come within ten seconds.
     bool has_ended();
-    /// Waits for the end and returns the exit status; -1 for a crash or when it does not end in time.
+    /// Waits for the end and returns the exit status; -1 for a crash or if it does not end in time.
     int exit_status();
     /// Sends a signal, e.g. SIGTERM.
     void send(int signal);
-    /// Waits for the end and returns the signal that ended the program; 0 when it ended by itself, -1 when it
+    /// Waits for the end and returns the signal that ended the program; 0 if it ended by itself, -1 if it
     /// does not end in time.
     int ending_signal();
     QByteArray standard_output();

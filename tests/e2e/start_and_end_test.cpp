@@ -92,7 +92,7 @@ TEST_P(EachEnumeration, IsToldOnStandardOutputInPlainDigits)
                     Program::Driver::simulated, GetParam());
 
     program.driver().open_gate("go");
-    // The count is told before the board is configured: twice at the start, and now.
+    // The count is reported before the board is configured: twice at the start, and once now.
     ASSERT_TRUE(eventually([&] { return program.driver().calls("SetLATEDetection").size() == 3; }));
     program.desktop().press("Escape");
 

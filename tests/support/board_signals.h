@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// A record as one text, every field in it, e.g. "pen 1 at 4660, 22136, tip, button".
+/// A record with all its fields as one text, e.g. "pen 1 at 4660, 22136, tip, button".
 std::string text_of(const ZorvicHardware::PenEvent &event);
 std::string text_of(const ZorvicHardware::TouchContact &contact);
 std::string text_of(const ZorvicHardware::EraseContact &contact);
@@ -26,5 +26,5 @@ public:
     std::vector<std::string> texts;
 
 private:
-    QObject m_receiver; ///< its end ends the connections
+    QObject m_receiver; ///< its destruction ends the connections
 };

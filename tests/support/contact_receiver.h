@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// Stands in for the window: keeps every record of an input model as it arrives, and answers.
+/// Stands in for the window: keeps every record of an input model as it arrives, and answers it.
 class ContactReceiver
 {
 public:
@@ -18,7 +18,7 @@ public:
     /// Listens to @p korvane from now on, as long as this object lives.
     explicit ContactReceiver(Korvane &korvane);
 
-    /// What is done to each record after it has been kept; nothing at first, so that no contact is taken.
+    /// Called with each record after it has been kept. By default it does nothing, so no contact is taken.
     Answer answer = [](Korvane::Controls &) {};
 
     std::vector<Korvane::Controls> pens;
@@ -28,11 +28,11 @@ public:
 private:
     void receive(std::vector<std::vector<Korvane::Controls>> &lists, std::vector<Korvane::Controls> &records);
 
-    QObject m_context; ///< ends the connections with this object
+    QObject m_context; ///< its destruction ends the connections
 };
 
 /// Takes every contact.
 void take(Korvane::Controls &record);
 
-/// What has been written back to the operating system, oldest first: the bytes in hexadecimal.
+/// The reports written back to the operating system, oldest first, as hexadecimal bytes.
 std::vector<std::string> handed_back(const SimulatedDriver &driver);

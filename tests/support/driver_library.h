@@ -50,7 +50,7 @@ public:
     }
     static void pnp(void *context) { static_cast<Receiver *>(context)->take(0, {}); }
 
-    /// What is done inside each callback, after its report has been counted.
+    /// Called inside each callback, after its report has been counted.
     std::function<void()> inside;
 
     std::size_t count() const
@@ -100,7 +100,7 @@ private:
     std::thread::id m_thread;
 };
 
-/// A simulated driver as the program opens it, with a scenario and a log in a folder of its own.
+/// A simulated driver as the program opens it, with a scenario and a log in its own folder.
 class ADriver : public testing::Test
 {
 protected:
@@ -198,7 +198,7 @@ protected:
         return found;
     }
 
-    /// Attaches; detaches before what the callbacks use goes, so it is declared after that.
+    /// Attaches, and detaches on destruction. Declare it after everything that the callbacks use.
     class Attached
     {
     public:
@@ -226,7 +226,7 @@ inline std::string mark(const std::string &text)
     return "{\"type\":\"mark\",\"text\":\"" + text + "\"}\n";
 }
 
-/// Reports for ever, a thousand a second.
+/// Scenario lines that report for ever, a thousand times a second.
 inline std::string endless(int board)
 {
     return "{\"type\":\"repeat\"}\n" + raw(board, "0045") + "{\"type\":\"end\"}\n";

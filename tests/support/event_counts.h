@@ -35,5 +35,5 @@ private:
             &hardware, signal, &m_context, [&counter] { ++counter; }, Qt::DirectConnection);
     }
 
-    QObject m_context; ///< its end ends the connections
+    QObject m_context; ///< its destruction ends the connections
 };

@@ -7,7 +7,7 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // its header 
 
 std::size_t heap_in_use()
 {
-#ifdef __SANITIZE_ADDRESS__ // which has a heap of its own, of which the C library does not know
+#ifdef __SANITIZE_ADDRESS__ // has its own heap, unknown to the C library
     return __sanitizer_get_current_allocated_bytes();
 #else
     const struct mallinfo2 heap = mallinfo2();

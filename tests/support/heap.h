@@ -2,5 +2,5 @@
 
 #include <cstddef>
 
-/// Bytes that the program holds of the heap, mapped blocks included.
+/// Bytes of heap that the program holds, including mapped blocks.
 std::size_t heap_in_use();

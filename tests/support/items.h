@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-// How Qt's values look in the messages of failed tests.
+// These print Qt's values in the messages of failed tests.
 void PrintTo(const QPointF &point, std::ostream *out);
 void PrintTo(const QRectF &rectangle, std::ostream *out);
 void PrintTo(const QSize &size, std::ostream *out);
@@ -27,13 +27,13 @@ template <typename Row> std::string row_name(const testing::TestParamInfo<Row> &
     return row.param.name;
 }
 
-/// A record as a view receives it, pos and view_pos alike; pixels.
+/// A record as a view receives it; @p pos in pixels serves as pos and view_pos.
 Korvane::Controls contact(int id, int buttons, QPointF pos, QPointF radius = {});
 
-/// What has happened, in order, one line each.
+/// What has happened, in order, one line per event.
 using Log = std::vector<std::string>;
 
-/// "<id>:<buttons> <pos> <view_pos>", then radius and flags where they are not 0; several joined by "; ".
+/// "<id>:<buttons> <pos> <view_pos>", then radius and flags if they are not 0; several are joined by "; ".
 std::string text_of(const Korvane::Controls &record);
 std::string text_of(const std::vector<Korvane::Controls> &records);
 
@@ -56,7 +56,7 @@ private:
 /// Logs what leaves @p view unclaimed, as LoggingItem does with the name "view".
 void log_unclaimed(ItemView &view, Log &log);
 
-/// An item that the test draws; its inner state lies open.
+/// An item that the test draws, with its internal state exposed.
 class DrawnItem : public Item
 {
 public:
@@ -88,5 +88,5 @@ QPainterPath path_of(const QRectF &rectangle);
 
 /// Renders one item as a tick does.
 void render(Item &item);
-/// Renders all of the view's items, side by side, as a tick does.
+/// Renders all of the view's items in parallel, as a tick does.
 void render_all(ItemView &view);

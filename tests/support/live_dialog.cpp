@@ -29,7 +29,7 @@ StrokesView &LiveDialog::view()
 
 bool LiveDialog::takes_a_pen()
 {
-    constexpr quint8 pen = 15;    // no test uses it otherwise
+    constexpr quint8 pen = 15;    // not used by the tests themselves
     constexpr int middle = 16384; // raw board units
     QCoreApplication::processEvents();
     const int before = pens;

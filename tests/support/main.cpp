@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
-/// Every test program runs on Qt's offscreen platform, whatever display it is started on, and leaves no trace
-/// of a user's driver or scenario.
+/// Runs every test program on Qt's offscreen platform, whatever the display, and without the user's driver or
+/// scenario.
 int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");

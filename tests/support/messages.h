@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Collects what the toolkit has to say, such as its warnings about wrong use, while it lives. One at a time.
+/// Collects Qt's messages, such as its warnings about wrong use, while this object lives. One at a time.
 class Messages
 {
 public:

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-/// The widget's picture as it would be on screen, 32 bits a pixel without alpha.
+/// The widget's picture as it would be on screen, 32 bits per pixel without alpha.
 QImage picture_of(QWidget &widget);
 
 /// Succeeds when both pictures have the same size and no colour channel of any pixel differs by more than

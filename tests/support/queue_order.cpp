@@ -16,7 +16,7 @@ char queue; // its address stands for the event queue
 
 } // namespace
 
-// The linker sends the emissions of the program's own signals to the function with __wrap_.
+// The linker redirects the emissions of the program's own signals to the function with the prefix __wrap_.
 extern "C" {
 void __real__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *, const QMetaObject *, int, void **);
 void __wrap__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *, const QMetaObject *, int, void **);

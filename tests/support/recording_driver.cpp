@@ -10,8 +10,8 @@
 
 #include <dlfcn.h>
 
-// The linker sends the program's calls of the loader to the functions with __wrap_ and gives the loader's own
-// functions the names with __real_.
+// The linker redirects the program's calls to the loader to the functions with the prefix __wrap_, and gives
+// the loader's own functions names with the prefix __real_.
 extern "C" {
 void *__real_dlopen(const char *name, int flags);
 void *__real_dlsym(void *library, const char *name);
@@ -112,7 +112,7 @@ template <> int Export<GetDeviceCountTag, int()>::function()
     return static_cast<int>(current->devices.size());
 }
 
-/// Fills the record to its last byte, as a real driver may. The test fails with a bad memory access where the
+/// Fills the record to its last byte, as a real driver may. The test fails with a bad memory access if the
 /// caller's record is too short.
 template <>
 bool Export<EnumDeviceInfoTag, bool(int, _ZORVIC_DEVICE_INFO *)>::function(int index,

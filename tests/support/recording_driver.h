@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-/// Stands in for the driver library: while one lives, the program's dlopen, dlsym, dlclose and dlerror are
-/// answered here, and every export writes down its call and returns what the test wants. Without one the real
-/// loader answers. At most one at a time; calls may come from any thread, all else from the test's own.
+/// Stands in for the driver library. While one lives, it answers the program's dlopen, dlsym, dlclose and
+/// dlerror, and every export records its call and returns what the test wants. Without one, the real loader
+/// answers. At most one may live at a time. Exports may be called on any thread, all else on the test's own.
 class RecordingDriver
 {
 public:
@@ -26,15 +26,15 @@ public:
     {
         std::string name; ///< the export without its prefix
         std::vector<Argument> arguments;
-        QByteArray bytes; ///< what is written to a board, or the whole buffer for the operating system
+        QByteArray bytes; ///< the bytes written to a board, or the whole buffer for the operating system
     };
 
-    /// What EnumDeviceInfo tells about one index.
+    /// What EnumDeviceInfo reports for one index.
     struct Device
     {
         int kind = 1;
         int board = 0;
-        QByteArray info;      ///< cut where the record ends; followed by a NUL where there is room
+        QByteArray info;      ///< cut at the end of the record; followed by a NUL if there is room
         bool answered = true; ///< the result of the call
     };
 
@@ -44,14 +44,14 @@ public:
     RecordingDriver(const RecordingDriver &) = delete;
     RecordingDriver &operator=(const RecordingDriver &) = delete;
 
-    // What the driver is like.
+    // The properties of the driver.
     bool opens = true;                        ///< false: the library cannot be opened
     std::set<std::string> missing;            ///< exports that the library lacks, without their prefix
-    std::map<std::string, long long> answers; ///< results of exports; 0 where none is named
+    std::map<std::string, long long> answers; ///< results of exports; 0 for those not named
     std::map<std::string, std::function<void()>> hooks; ///< run inside an export, after its call is recorded
-    std::vector<Device> devices; ///< GetDeviceCount counts them where answers does not tell
+    std::vector<Device> devices; ///< GetDeviceCount returns their number unless answers names it
 
-    // What the program did.
+    // The record of what the program did.
     std::vector<Call> calls() const;
     std::vector<Call> calls(const std::string &name) const;
     /// The calls as one text each, e.g. "WritePacket(7, 4) 3a56"; addresses are left out.
@@ -60,6 +60,6 @@ public:
     void clear();
     std::vector<std::string> loader_calls; ///< e.g. "dlopen(libzorvicboardex.so.1, RTLD_NOW)", "dlclose()"
     std::vector<std::string> resolved;     ///< the names that dlsym was asked for
-    /// Of each record that was passed to EnumDeviceInfo: the bytes as they came in.
+    /// The bytes of each record passed to EnumDeviceInfo, as they came in.
     std::vector<QByteArray> records;
 };

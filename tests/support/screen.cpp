@@ -13,7 +13,7 @@ void set_screen_geometry(const QRect &geometry)
     screen_geometry = geometry;
 }
 
-// The linker sends the question for the geometry of a widget's screen here.
+// The linker redirects the query for the geometry of a widget's screen to this function.
 QRect geometry_of(const QDesktopWidget *desktop,
                   const QWidget *widget) asm("__wrap__ZNK14QDesktopWidget14screenGeometryEPK7QWidget");
 

@@ -2,6 +2,6 @@
 
 #include <QRect>
 
-/// Gives every widget another screen than that of the offscreen platform, as far as QDesktopWidget tells.
-/// Only in programs that link lanternix_screen.
+/// Makes QDesktopWidget report @p geometry for every widget's screen, instead of the offscreen platform's.
+/// Works only in programs that link lanternix_screen.
 void set_screen_geometry(const QRect &geometry);

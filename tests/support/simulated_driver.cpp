@@ -59,7 +59,7 @@ SimulatedDriver::SimulatedDriver(const QStringList &scenario, const Library &lib
     if (!library.misbehaviour.isEmpty())
         qputenv(misbehaviour_variable, library.misbehaviour);
 
-    // The loader takes a library that is in memory already, by its soname, for the one asked for.
+    // If a library with the requested soname is already in memory, the loader uses it.
     const QString path = QStringLiteral(BOARDSIM_FOLDER "/%1/libzorvicboardex.so.1").arg(library.folder);
     m_library = dlopen(path.toUtf8().constData(), RTLD_NOW | RTLD_LOCAL);
     if (!m_library)

@@ -10,22 +10,22 @@
 #include <string>
 #include <vector>
 
-/// One call of the program on the simulated driver, as the driver's log tells it.
+/// One call of the program to the simulated driver, as the driver's log records it.
 struct DriverCall
 {
     std::string name; ///< the export without its prefix, e.g. "SetTouchDestination"
     nlohmann::ordered_json arguments;
     nlohmann::ordered_json result;
-    int thread = 0; ///< kernel's number of the calling thread
+    int thread = 0; ///< the kernel's id of the calling thread
 };
 
 /// Loads the simulated driver, or a variant that lacks some exports, so that the program's own dlopen finds
-/// it by its soname; gives it a scenario and reads its log. Without such an object the driver is a missing
-/// library.
+/// it by its soname; gives it a scenario and reads its log. Without such an object, the driver library is
+/// missing.
 class SimulatedDriver
 {
 public:
-    /// Two boards, numbers 7 and 3 in this order, and a legacy hub between them; no reports.
+    /// Two boards, numbers 7 and 3 in this order, with a legacy hub between them; no reports.
     static QStringList two_boards_and_a_hub();
     /// @p scenario: the lines after the version line. @p variant: a folder's name below sim/variants, or
     /// empty for the whole driver.
@@ -39,25 +39,24 @@ public:
     SimulatedDriver(const SimulatedDriver &) = delete;
     SimulatedDriver &operator=(const SimulatedDriver &) = delete;
 
-    /// Where the loader finds the whole driver: for LD_LIBRARY_PATH of a program.
+    /// The folder of the whole driver, for a program's LD_LIBRARY_PATH.
     static QString folder();
     /// The same for the driver that breaks the rules.
     static QString hostile_folder();
 
     /// All calls so far, oldest first.
     std::vector<DriverCall> calls() const;
-    /// The calls on one export.
+    /// The calls of one export.
     std::vector<DriverCall> calls(const std::string &name) const;
-    /// All calls so far as one text each, e.g. "SetTouchDestination(7, 1)", in which callbacks and contexts
-    /// are left out.
+    /// All calls so far as one text each, e.g. "SetTouchDestination(7, 1)", without callbacks and contexts.
     std::vector<std::string> call_texts() const;
     /// Whether a mark is in the log.
     bool has_mark(const std::string &text) const;
     /// Forgets the calls so far.
     void clear_calls();
-    /// Lets the scenario go on behind its line gate(@p name).
+    /// Lets the scenario continue after its line gate(@p name).
     void open_gate(const QString &name) const;
-    /// The scenario line that waits until open_gate(@p name) is called. For a scenario of at most one driver.
+    /// The scenario line that waits until open_gate(@p name) is called. Only one driver may use a name.
     static QString gate(const QString &name);
 
 private:

@@ -83,7 +83,7 @@ Strokes::Strokes()
 void Strokes::resize(QSize size)
 {
     m_view.resize(size);
-    m_view.grab(); // a hidden widget hears of its size when it is to be painted
+    m_view.grab(); // a hidden widget gets its resize event only when it is painted
 }
 
 void Strokes::pen(int buttons, QPointF pos, QPointF radius, int id)

@@ -11,7 +11,7 @@
 #include <array>
 #include <vector>
 
-/// What strokes must look like, drawn piece by piece without the program, and a view to draw them in.
+/// The expected pictures of strokes, drawn piece by piece without the program, and a view to draw them in.
 namespace strokes {
 
 constexpr QSize widget_size(240, 180);
@@ -29,9 +29,9 @@ Piece dot(QPointF at, double width, const QColor &colour);
 
 /// A layer without strokes.
 QImage empty_layer(QSize size = widget_size);
-/// The strokes as they are drawn one by one, each over the last.
+/// The strokes as they are drawn live, each over the last.
 QImage live(const Pieces &pieces);
-/// The strokes as they are rebuilt: but for the first, each in place of what is below it.
+/// The strokes as they are rebuilt: each but the first replaces what is below it.
 QImage rebuilt(const Pieces &pieces, QSize size = widget_size);
 /// A layer of strokes over a pattern of one colour.
 QImage over(const QColor &ground, const QImage &layer);
@@ -53,8 +53,7 @@ protected:
 
     /// A pen's stroke, an eraser's across it and a touch's across both; returns their pieces.
     Pieces draw_crossing_strokes();
-    /// Two strokes that can be seen through, so that what is drawn over another differs from what replaces
-    /// it.
+    /// Two translucent strokes, for which drawing over another differs from replacing it.
     Pieces draw_translucent_strokes();
 
     testing::AssertionResult shows(const QImage &layer, const QColor &ground = Qt::white);

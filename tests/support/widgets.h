@@ -4,7 +4,7 @@
 #include <QObject>
 #include <QWidget>
 
-/// Keeps its widget from hearing of its sizes while it lives.
+/// Hides resize events from its widget while this object lives.
 class Deafness : public QObject
 {
 public:
