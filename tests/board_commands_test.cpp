@@ -17,7 +17,7 @@ using PenHardware = ZorvicHardware::PenHardwareMode;
 using PenReport = ZorvicHardware::PenReportMode;
 using Touch = ZorvicHardware::TouchReportMode;
 
-/// What a board gets for a text command.
+/// The call that writes a text command to a board.
 std::string written(int board, const QByteArray &command)
 {
     return "WritePacket(" + std::to_string(board) + ", " + std::to_string(command.size()) + ") "
@@ -28,7 +28,7 @@ struct Setter
 {
     const char *name;
     std::function<void(ZorvicHardware &)> run;
-    Lines calls; ///< on boards 7 and 3, enumerated in this order
+    Lines calls; ///< for boards 7 and 3, enumerated in this order
 };
 
 class ASetter : public testing::TestWithParam<Setter>
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
         Setter{"TouchReportModeAbove127",
                [](auto &hardware) { hardware.setTouchReportMode(Touch(200)); },
                {"SetTouchDestination(7, 200)", "SetTouchDestination(3, 200)"}},
-        // The driver takes the character of the digit.
+        // The driver takes the character of the digit, not the number.
         Setter{"EraserDetectionOn",
                [](auto &hardware) { hardware.setEraseReportMode(Erase(1)); },
                {"SetLATEDetection(7, 49)", "SetLATEDetection(3, 49)"}},

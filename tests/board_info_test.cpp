@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueRow{"WithSpaces", "vid< 04d8 >", "vid", " 04d8 "}),
     row_name<ValueRow>);
 
-/// A record on the heap, at the end of its memory, as the driver fills it.
+/// A record as the driver fills it, on the heap, where reading past its end is noticed.
 std::unique_ptr<_ZORVIC_DEVICE_INFO> record_with(const QByteArray &info)
 {
     auto record = std::make_unique<_ZORVIC_DEVICE_INFO>();

@@ -49,8 +49,8 @@ TEST(TheListsOfContacts, AreContainersToQt)
               "eraser 1 at 2, 3, size 4, 5, down");
 }
 
-/// A second manager without a driver, on the GUI thread, that repeats each signal of the first. Connected by
-/// name, as Qt then needs every record's name to queue it.
+/// A second manager without a driver, on the GUI thread, that repeats each signal of the first. It is
+/// connected by name, because Qt then needs every record's type name to queue it.
 class QueuedSignals
 {
 public:
@@ -66,7 +66,7 @@ public:
     }
 
     const Lines &texts() const { return m_signals.texts; }
-    /// Lets the event loop run until the last of @p expected has come; then compares all.
+    /// Runs the event loop until the last of @p expected has arrived, then compares all.
     void expect(const Lines &expected)
     {
         EXPECT_TRUE(QTest::qWaitFor([&] { return texts().size() >= expected.size(); }));

@@ -35,7 +35,7 @@ long long address_of(const void *object)
 const long long packet_callback = reinterpret_cast<long long>(&ZorvicHardware::processPacketCallback);
 const long long pnp_callback = reinterpret_cast<long long>(&ZorvicHardware::pnpCallback);
 
-/// A call's callback and context, its last two arguments.
+/// Checks a call's last two arguments, its callback and context.
 void expect_registration(const RecordingDriver::Call &call, long long callback, const ZorvicHardware &context)
 {
     const auto &arguments = call.arguments;
@@ -274,7 +274,8 @@ TEST(AManagerThatFoundNoLibrary, FindsItInALaterEnumeration)
     EXPECT_TRUE(hardware.init()) << "the library is open now";
 }
 
-/// Everything that works without a board; true with a library that cannot be opened, false before init.
+/// Everything that works without a board. The parameter is true with a library that cannot be opened, false
+/// before init().
 class AManagerWithoutADriver : public testing::TestWithParam<bool>
 {
 };
@@ -319,7 +320,7 @@ TEST(APlugAndPlayNotification, ForgetsAllBoardsIsEmittedAndEnumeratesAnew)
     Lines before_the_signal;
     QObject::connect(&hardware, &ZorvicHardware::pnpEvent, &hardware, [&] {
         before_the_signal = driver.lines();
-        hardware.setGlintray(true); // reaches no board: they are forgotten by now
+        hardware.setGlintray(true); // reaches no board, because the boards are forgotten by now
     });
     driver.devices = {board_three};
     driver.clear();

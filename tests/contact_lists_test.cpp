@@ -11,9 +11,9 @@
 #include <tuple>
 #include <vector>
 
-// The rules that touches and erasers share. A list of contacts is written as text: "5+a 6-b" is contact 5
-// down at place a and contact 6 lifted at place b. In an emission, "*" behind a contact says that its record
-// arrived with the mark of having been taken.
+// Tests of the rules that touches and erasers share. A list of contacts is written as text: "5+a 6-b" is
+// contact 5 down at place a and contact 6 lifted at place b. In an emission, "*" after a contact says that
+// its record arrived marked as taken.
 
 namespace {
 
@@ -21,7 +21,7 @@ struct Contact
 {
     int id = 0;
     bool down = false;
-    int place = 0; ///< 1 for a
+    int place = 0; ///< 1 is place a
 };
 
 int x_of(int place)
@@ -69,10 +69,10 @@ using Emissions = std::vector<std::vector<Korvane::Controls>>;
 struct Kind
 {
     const char *name;
-    int first_id; ///< of the records
+    int first_id; ///< id of the record of contact 0
     void (*deliver)(Korvane &korvane, const std::vector<Contact> &contacts);
     Emissions ContactReceiver::*emissions;
-    bool goes_back; ///< whether the driver takes unclaimed ones back
+    bool goes_back; ///< whether unclaimed contacts go back to the driver
 };
 
 const Kind touch{"Touch", 256, deliver_touches, &ContactReceiver::touches, true};
@@ -113,9 +113,9 @@ constexpr const char *none = nullptr;
 struct Step
 {
     const char *report;
-    std::vector<int> taken; ///< ids of the contacts that widgets take, should they be emitted
+    std::vector<int> taken; ///< ids of the contacts that widgets take if they are emitted
     const char *emitted;    ///< none: no emission
-    const char *returned;   ///< none: nothing; erasers never go back
+    const char *returned;   ///< none: nothing goes back, as always for erasers
 };
 
 struct Course

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-// What erasers have of their own; the rules that they share with touches are in contact_lists_test.cpp.
+// Tests of what is special to erasers; the rules that they share with touches are in contact_lists_test.cpp.
 
 namespace {
 

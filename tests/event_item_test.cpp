@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr QPoint origin(400, 300); // of the view's coordinates, so that what lies outside the view shows too
+constexpr QPoint origin(400, 300); // the view's origin in pictures, which also show what is outside the view
 
 QImage empty_canvas()
 {
@@ -33,11 +33,11 @@ QImage painted(const Item &item)
     return canvas;
 }
 
-/// An info tag and its circle as they must look; all in pixels.
+/// The expected look of an info tag and its circle, in pixels.
 struct Tag
 {
     QPointF pos;
-    QPointF radius; ///< of the circle as it is drawn
+    QPointF radius; ///< radius of the circle as drawn
     QStringList lines;
     QColor colour = QColor(255, 0, 0, 32);
 };
@@ -64,8 +64,8 @@ QPainterPath text_of(const Tag &tag)
     return text;
 }
 
-/// Where the picture is cut off: what holds circle and box, a pixel more on the left and top and three more
-/// on the right and bottom, all in whole pixels.
+/// Where the picture is cut off: the bounds of circle and box, extended by 1 px at left and top and by 3 px
+/// at right and bottom, in whole pixels.
 QRect cut_of(const Tag &tag)
 {
     const QRectF all = circle_of(tag).united(box_of(tag));
@@ -208,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(EventItemPicture, HasTextThatCanBeSeen)
 {
-    // So that the other cases do compare text: without any font all of it would look alike.
+    // The other cases compare text only if there is a font: without one, all text would look alike.
     const Tag one{here, standard, standard_lines("-1")};
     const Tag other{here, standard, standard_lines("-2")};
 
@@ -230,7 +230,7 @@ TEST_F(EventItemPicture, ShowsEachRecordWholeWhateverTheLastOneWas)
     const QPointF no_size(0, 0);
     const QPointF shifted(100.5, 150.25);
     const QStringList shifted_lines = place_lines("100.5", "150.25");
-    const QString tiny = "1e-13"; // not quite nothing: the circle vanishes
+    const QString tiny = "1e-13"; // not zero, but the circle vanishes
     const Row rows[] = {
         {"X", contact(-1, 1, {101, 150}), {{101, 150}, standard, place_lines("101", "150")}},
         {"Y", contact(-1, 1, {101, 149}), {{101, 149}, standard, place_lines("101", "149")}},
@@ -251,7 +251,7 @@ TEST_F(EventItemPicture, ShowsEachRecordWholeWhateverTheLastOneWas)
     for (const Row &row : rows) {
         show(row.record);
 
-        // The canvas cuts large circles, whose edges the toolkit then rounds in another way.
+        // The canvas clips large circles, whose edges Qt then rounds differently.
         const int tolerance = row.expected.radius.x() > 100 ? 8 : 0;
         EXPECT_TRUE(same_picture(painted(*m_item), drawn(row.expected), tolerance)) << row.name;
     }
@@ -331,13 +331,14 @@ TEST_F(EventItemPicture, CoversCircleAndTag)
 
     show(contact(-1, 1, here));
 
-    // The box begins at -175, -150, the circle ends at 25, 25; two pixels more before and four behind.
+    // The box begins at (-175, -150) and the circle ends at (25, 25). The region starts 2 px before and ends
+    // 4 px after them.
     EXPECT_EQ(m_view.get_dirty_region(), QRegion(100 - 177, 150 - 152, 206, 181));
 }
 
 TEST_F(EventItemPicture, LooksTheSameHoweverManyOtherPlacesItsTextHasLainAt)
 {
-    // More than is kept: the characters lie at other places between the pixels each time.
+    // This is more than the cache keeps: each round puts the characters at other subpixel offsets.
     for (int i = 0; i < 3000; ++i)
         show(contact(256, 1, here, {20 + i % 64 / 64.0, 30 + i / 64 % 64 / 64.0}));
 

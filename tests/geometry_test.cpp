@@ -88,7 +88,7 @@ TEST_P(NearestPointOnPolygon, GivesThePointAndItsSegment)
 }
 
 const QPolygonF line(QVector<QPointF>{{0, 0}, {10, 0}});
-// Three sides of a square; the fourth, from the last point to the first, is none of its segments.
+// Three sides of a square. The line from the last point to the first is not one of its segments.
 const QPolygonF cup(QVector<QPointF>{{0, 0}, {0, 10}, {10, 10}, {10, 0}});
 
 INSTANTIATE_TEST_SUITE_P(

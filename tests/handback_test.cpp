@@ -69,7 +69,7 @@ TouchEvent contacts(int count)
     return list;
 }
 
-/// The buffer for the system: a length that counts all contacts, then the first 36 without their extent.
+/// The buffer for the system: a length for all contacts, then the first 36 contacts without their extent.
 QByteArray touch_buffer(const TouchEvent &all)
 {
     TouchEvent written = all.mid(0, 36);
@@ -156,7 +156,7 @@ TEST(TheBoardForTheSystem, IsTheFirstOfTheLatestEnumeration)
     EXPECT_EQ(driver.calls().at(0).arguments[0].value, 3);
 }
 
-/// A widget that is not shown: every contact starts elsewhere.
+/// The widget is not shown, so every contact starts elsewhere.
 struct NowhereRow
 {
     const char *name;

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// What a release build has written into one ELF file.
+/// Reads the properties of one ELF file of a release build.
 class ElfFile
 {
 public:
@@ -49,7 +49,7 @@ public:
         return found;
     }
 
-    /// The value of an entry of the dynamic section; 0 where there is none.
+    /// The value of an entry of the dynamic section; 0 if there is none.
     GElf_Xword dynamic(GElf_Sxword tag) const
     {
         GElf_Xword value = 0;
@@ -62,7 +62,7 @@ public:
         return value;
     }
 
-    /// Names of the functions that it takes from other libraries.
+    /// Names of the functions that it imports from other libraries.
     std::vector<std::string> imports() const
     {
         std::vector<std::string> names;
@@ -166,7 +166,8 @@ TEST(TheProgram, IsAPositionIndependentExecutable)
     EXPECT_TRUE(ElfFile(program).dynamic(DT_FLAGS_1) & DF_1_PIE);
 }
 
-// Both are compiled with the same options; the program calls nothing that could be fortified.
+// Driver and program are compiled with the same options, but the program calls nothing that could be
+// fortified.
 TEST(TheSimulatedDriver, ChecksTheBoundsOfTheLibraryCallsThatItMakes)
 {
     const auto imports = ElfFile(driver).imports();

@@ -60,10 +60,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Move{"FollowsWhenDown", true, {0.25, 0.5}, {1.75, 0.125}, {1.75, 0.125}},
                     Move{"FollowsASingleUnit", true, {1, 1}, {1 + unit, 1}, {1 + unit, 1}},
                     Move{"StaysOnAContactThatStays", true, {0.25, 0.5}, {0.25, 0.5}, {0.25, 0.5}},
-                    // Shorter than single precision can tell from nothing.
+                    // Single precision cannot tell this step from zero.
                     Move{"StaysForAStepWithoutLength", true, {0, 0}, {1e-60, 1e-60}, {0, 0}},
                     Move{"JumpsByAStepWithoutLengthWhenUp", false, {0, 0}, {1e-60, 1e-60}, {1e-60, 1e-60}},
-                    // Seen by double precision only: the step has a length, and the hoop arrives.
+                    // In double precision this step has a length, so the hoop arrives.
                     Move{"FollowsAStepBelowTheToleranceOfRepeats", true, {0, 0}, {1e-14, 0}, {1e-14, 0}}),
     [](const auto &row) { return row.param.name; });
 
@@ -98,7 +98,7 @@ TEST(Hoop, StaysOnTheContactThroughALongWalk)
     }
 }
 
-// The same for the records of each kind of contact.
+// Tests of the same for the records of each kind of contact.
 
 struct Kind
 {
@@ -151,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
                          [](const ContactReceiver &receiver) { return receiver.erasers.back().back(); }}),
     [](const auto &row) { return row.param.name; });
 
-// Two records that tell the same.
+// Tests of two records that say the same.
 
 Korvane::Controls some_record()
 {

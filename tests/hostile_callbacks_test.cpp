@@ -15,13 +15,13 @@
 #include <string>
 #include <vector>
 
-// Drivers that call when they should not, from where they should not, and with what they should not.
+// Tests with drivers that call back at the wrong time, from the wrong place or with wrong arguments.
 
 namespace {
 
 using Lines = std::vector<std::string>;
 
-/// The boards that the manager knows, by writing to each of them.
+/// Finds out which boards the manager knows by writing to each of them.
 Lines known_boards(ZorvicHardware &hardware, SimulatedDriver &driver)
 {
     driver.clear_calls();
@@ -61,8 +61,8 @@ QString touch(int id, bool down)
         .arg(down ? "true" : "false");
 }
 
-// Where no callback is expected. Each such callback comes on the calling thread and then on another, while
-// the caller waits.
+// Tests with callbacks at times when none is expected. Each comes on the calling thread and then on another,
+// while the caller waits.
 
 TEST(CallbacksDuringAttach, AreServed)
 {
@@ -141,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(, UnexpectedCallbacks,
                              return name;
                          });
 
-// Ten threads at once.
+// Tests with callbacks on several threads at once.
 
 constexpr int threads = 10;
 constexpr int rounds = 20;
@@ -231,7 +231,7 @@ TEST(TenThreadsAtOnce, LeaveEachBoardListedOnce)
     hardware.uninit();
 }
 
-/// Lets its threads pass once two of them have come.
+/// Lets its threads pass once two of them have arrived.
 class MeetingOfTwo
 {
 public:
@@ -285,7 +285,7 @@ TEST(TenThreadsAtOnce, LeaveTheWindowAtWork)
     EXPECT_EQ(driver.call_texts().back(), "Detach()");
 }
 
-// Plug-and-play from inside a packet callback: the driver reports it from inside the call that writes a
+// Tests with plug-and-play inside a packet callback: the driver reports it inside the call that writes a
 // report back to the system.
 
 TEST(PlugAndPlayInsideAPacketCallback, EnumeratesAndGoesOn)
@@ -326,7 +326,7 @@ TEST(PlugAndPlayInsideAPacketCallback, LeavesTheWindowAtWork)
     EXPECT_TRUE(dialog.takes_a_pen());
 }
 
-// What a callback is called with.
+// Tests of the arguments of callbacks.
 
 TEST(BadArguments, AreDroppedAndTheReportsBetweenThemServed)
 {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// The hostile driver itself: what it can be asked for, and that it behaves otherwise.
+// Tests of the hostile driver itself: what it can be asked for, and that it otherwise behaves.
 
 namespace {
 
@@ -16,7 +16,7 @@ struct Request
 {
     const char *name;
     const char *text;
-    const char *complaint; ///< on standard error, a regular expression
+    const char *complaint; ///< regular expression for standard error
 };
 
 class ARequestThatMakesNoSense : public testing::TestWithParam<Request>

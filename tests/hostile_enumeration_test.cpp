@@ -13,13 +13,13 @@
 #include <string>
 #include <vector>
 
-// Drivers that tell nonsense about their devices.
+// Tests with drivers that report nonsense about their devices.
 
 namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr int quick_ms = 5000; // "a few seconds" for the start, on a slow machine under a sanitizer too
+constexpr int quick_ms = 5000; // limit for the start, even on a slow machine under a sanitizer
 
 struct Count
 {

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-// Drivers that lack one function each.
+// Tests with drivers that lack one function each.
 
 namespace {
 
@@ -22,8 +22,8 @@ using Lines = std::vector<std::string>;
 
 struct Outcome
 {
-    Lines calls;   ///< of the program, as the driver's log tells them
-    Lines emitted; ///< after the start
+    Lines calls;   ///< the program's calls, as in the driver's log
+    Lines emitted; ///< signals after the start
     std::string standard_error;
 };
 
@@ -43,10 +43,11 @@ void set_everything(ZorvicHardware &hardware)
     hardware.setTouchReportMode(ZorvicHardware::TouchReportMode(1));
     hardware.setEraseReportMode(ZorvicHardware::EraseReportMode::detectionOn);
     hardware.setGlintray(true);
-    hardware.getTouchStatus(9); // no such board: only these tests answer
+    hardware.getTouchStatus(9); // no such board, so only the tests' own reports answer
 }
 
-/// Everything that a board manager does, on a driver without the given function; empty: the whole driver.
+/// Lets a board manager do everything, with a driver that lacks the function @p missing, or with the whole
+/// driver if that is empty.
 Outcome run_without(const QString &missing)
 {
     const SimulatedDriver driver(SimulatedDriver::two_boards_and_a_hub(),
@@ -76,13 +77,14 @@ std::string name_of(const std::string &call)
     return call.substr(0, call.find('('));
 }
 
-/// What is left of all calls without one function; those that enumerate take the boards with them.
+/// The calls that remain without one function. Without a function that enumerates, there are no boards
+/// either.
 Lines expected_without(const std::string &missing, Lines calls)
 {
     const std::set<std::string> needs_no_board{"Attach", "SetPnpCallback", "GetDeviceCount", "ClearCallback",
                                                "Detach"};
     const bool no_boards = missing == "Attach" || missing == "GetDeviceCount" || missing == "EnumDeviceInfo";
-    const std::string status_request = "WritePacket(9, 3a51540d, 4)"; // ":QT\r": the caller names the board
+    const std::string status_request = "WritePacket(9, 3a51540d, 4)"; // ":QT\r"; goes to any board named
     const auto gone = [&](const std::string &call) {
         return name_of(call) == missing
             || (no_boards && needs_no_board.count(name_of(call)) == 0 && call != status_request);

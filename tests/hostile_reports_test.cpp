@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// Reports of a size, and with contacts, that no finger makes.
+// Tests with reports of sizes, and with contacts, that no finger makes.
 
 namespace {
 
@@ -20,7 +20,7 @@ using EraseEvent = ZorvicHardware::EraseEvent;
 
 constexpr int middle = 16384; // raw board units
 
-/// A hundred and more contacts in a row that lies on the screen.
+/// Touch reports of @p count contacts in a row on the screen.
 QStringList touches(int count, bool down = true, int y = middle)
 {
     QStringList contacts;
@@ -120,7 +120,7 @@ TEST(AReportOfTenThousandContacts, ThatBelongsToTheSystemIsWrittenBackOnce)
     EXPECT_EQ(start.substr(0, 18), "724580e80300400000");
 }
 
-/// The window with a driver whose reports have the length that @p misbehaviour tells, none for the usual one.
+/// The window with a driver whose reports have the length that the misbehaviour names; the usual one without.
 class TheWindow : public testing::Test
 {
 protected:

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr QRgb ground = 0xffe0c040;
-constexpr QPoint origin(200, 150); // of the view's coordinates, so that what lies outside the view shows too
+constexpr QPoint origin(200, 150); // the view's origin in pictures, which also show what is outside the view
 
 QImage empty_canvas()
 {
@@ -41,7 +41,7 @@ void draw_red(QPainter &painter)
     painter.fillRect(QRectF(-500, -500, 1000, 1000), Qt::red);
 }
 
-/// The picture by the rules: drawn with antialiasing where the item is, cut off at @p cache, which lies on
+/// The expected picture: drawn with antialiasing at the item's place and clipped to @p cache, which lies on
 /// whole pixels of the view.
 QImage drawn(const DrawnItem::Drawing &drawing, QPointF position, double rotation, double scale,
              const QRect &cache)
@@ -158,7 +158,7 @@ TEST_F(ItemRendering, ReplacesACacheThatIsTooNarrowOrTooLow)
 
 TEST_F(ItemRendering, StartsWithATransparentCache)
 {
-    // Memory that the cache is likely to be given is not empty.
+    // Fills and frees a block of memory that the cache is likely to reuse.
     QImage(64, 44, QImage::Format_ARGB32_Premultiplied).fill(0xff0000ff);
 
     render_with(Item::rebuild_geometry | Item::resize_cache);
@@ -183,7 +183,7 @@ struct PictureRow
     QPointF position;
     float rotation;
     float scale;
-    QRect cache; ///< in the view
+    QRect cache; ///< in view coordinates
 };
 
 class ItemPicture : public testing::TestWithParam<PictureRow>
@@ -232,7 +232,7 @@ TEST_F(ItemRendering, LeavesNothingOfTheLastPicture)
 
 TEST_F(ItemRendering, TurnsAndScalesAboutTheItemsOrigin)
 {
-    // No picture of the whole, which would need sines: one dot, off the origin, and where it must be.
+    // A picture of the whole would need sines, so one dot off the origin is checked.
     m_item->m_rotation = 30;
     m_item->m_scale = 2;
     m_item->m_drawing = [](QPainter &painter) { painter.fillRect(QRectF(18, -2, 4, 4), Qt::blue); };

@@ -157,7 +157,7 @@ public:
     void redraw(QPainter &) override { step("redraw"); }
 
     Log m_steps;
-    bool m_elsewhere = false; ///< a step ran on another thread than the GUI's
+    bool m_elsewhere = false; ///< whether a step ran on another thread than the GUI's
 
 private:
     void step(const char *name)
@@ -244,7 +244,7 @@ TEST(ItemRender, IsOverAtOnceWhenOnlyTheAreaIsToBeTold)
     view.add_item(item);
     render(*item);
 
-    // Often enough that a thread of its own could not always be faster.
+    // Repeated so often that a separate thread could not always be faster.
     for (int i = 0; i < 500; ++i) {
         view.get_dirty_region();
         item->m_update_flags = 1;
@@ -309,7 +309,7 @@ public:
 
     void rebuild() override
     {
-        bool &ended = *m_ended; // the item may be half destroyed, and waiting, when the gate opens
+        bool &ended = *m_ended; // when the gate opens, the item may be waiting in its destructor
         m_gate->pass();
         ended = true;
     }
@@ -336,11 +336,11 @@ protected:
         m_item->m_owner = &m_view;
         m_item->m_update_flags = Item::rebuild_geometry;
         m_item->update_begin();
-        // The render is under way, and the thread of the test goes on all the same.
+        // The render is under way, and the test's thread continues meanwhile.
         ASSERT_EQ(m_gate.entered.get_future().wait_for(60s), std::future_status::ready);
     }
 
-    /// Runs @p act elsewhere and checks that it ends after the render, not before.
+    /// Runs @p act on another thread and checks that it ends after the render, not before.
     template <typename Act> void expect_to_wait(Act act)
     {
         auto done = std::async(std::launch::async, [&] {

@@ -12,7 +12,7 @@ namespace {
 
 using TouchPoint = QTouchEvent::TouchPoint;
 
-/// A view that logs the records made of the toolkit's events, before any routing.
+/// A view that logs the records made of Qt's events, before any routing.
 class LoggingView : public ItemView
 {
 public:
@@ -168,14 +168,14 @@ TouchPoint point(int id, Qt::TouchPointStates state, QPointF pos)
 class TouchEvents : public testing::Test
 {
 protected:
-    // The tethers outlive the views, so no finger is left down.
+    // The tethers outlive the views, so no finger may be left down.
     void TearDown() override
     {
         for (const int id : {1, 2, 4})
             send({point(id, Qt::TouchPointReleased, {})});
     }
 
-    /// Sends the points and returns what the view made of them.
+    /// Sends the points and returns the records that the view made of them.
     Log send(const QList<TouchPoint> &points, QEvent::Type type = QEvent::TouchUpdate)
     {
         return send_to(m_view, points, type);

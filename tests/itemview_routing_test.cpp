@@ -23,7 +23,7 @@ protected:
         log_unclaimed(m_view, m_log);
     }
 
-    /// What has been logged since it was last asked.
+    /// The log since the last call.
     Log news() { return std::exchange(m_log, {}); }
 
     void pen_at(QPointF pos, int buttons, int id = pen) { m_view.in_pen_event(contact(id, buttons, pos)); }
@@ -137,18 +137,18 @@ TEST_F(Routing, GivesAPenPressedOverNoItemToTheFirstItemThatItReaches)
 
 TEST_F(Routing, TellsAHoveringPensWayToTheItemsEnteredAndLeft)
 {
-    // Onto A: delivered, and again as the item entered.
+    // Onto A: the record is delivered, and again as that of the item entered.
     pen_at({20, 30}, 0);
     EXPECT_EQ(news(), (Log{"A pen -1:0 10,10 20,30", "A pen -1:0 10,10 20,30"}));
 
     pen_at({21, 30}, 0);
     EXPECT_EQ(news(), Log{"A pen -1:0 11,10 21,30"});
 
-    // From A to B: A gets the very record that B has got.
+    // From A to B: A gets the same record that B got.
     pen_at({110, 40}, 0);
     EXPECT_EQ(news(), (Log{"B pen -1:0 5,10 110,40", "B pen -1:0 5,10 110,40", "A pen -1:0 5,10 110,40"}));
 
-    // Into the open: there is no item whose coordinates B could get.
+    // Off all items: there is no item whose coordinates B could get.
     pen_at(nowhere, 0);
     EXPECT_EQ(news(), (Log{"view pen -1:0 300,200 300,200", "B pen -1:0 300,200 300,200"}));
 

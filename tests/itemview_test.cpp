@@ -218,7 +218,7 @@ TEST(ItemView, CollectsDirtyAreasFromManyThreads)
                 view.add_dirty_region(area(thread, i));
         });
     }
-    start.set_value(); // for all at once
+    start.set_value(); // starts all writers at once
     for (std::thread &writer : writers)
         writer.join();
 

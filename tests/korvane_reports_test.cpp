@@ -13,7 +13,7 @@
 #include <memory>
 #include <thread>
 
-// The road of a report from the driver into the input model.
+// Tests of the path of a report from the driver into the input model.
 
 namespace {
 
@@ -31,7 +31,7 @@ struct Kind
     const char *name;
     QByteArray (*report)(int x);
     std::size_t (*received)(const ContactReceiver &receiver);
-    bool shared; ///< with the operating system, by place
+    bool shared; ///< whether the place decides between the program and the operating system
 };
 
 /// A window over the left half of the screen.

@@ -30,8 +30,8 @@ QStringList one_board()
     return {QStringLiteral(R"({"type":"device","kind":1,"board":4,"info":"hid<true>"})")};
 }
 
-// What one board is told, as the driver's log shows it. The texts are ":PN02", ":PN12", ":PN22" and ":PN32",
-// each with a carriage return; 49 and 48 are the characters "1" and "0".
+// The calls for one board, as in the driver's log. The texts are ":PN02", ":PN12", ":PN22" and ":PN32", each
+// with a carriage return; 49 and 48 are the characters "1" and "0".
 
 const Texts switched_on = {
     "WritePacket(4, 3a504e30320d, 6)", "SetPointingDeviceDestination(4, 1, 0, 1)",
@@ -77,7 +77,7 @@ protected:
     SimulatedDriver driver{one_board()};
 };
 
-// Construction.
+// Tests of the construction.
 
 TEST_F(Wiring, ConstructionEnumeratesThenConfiguresTwice)
 {
@@ -91,7 +91,7 @@ TEST_F(Wiring, ConstructionEnumeratesThenConfiguresTwice)
     ASSERT_GE(all_names.size(), enumerating.size());
     EXPECT_EQ(Texts(all_names.begin(), all_names.begin() + static_cast<std::ptrdiff_t>(enumerating.size())),
               enumerating);
-    // Once for the device count that init() reports, once more behind it.
+    // Once for the device count that init() reports, and once more after it.
     EXPECT_EQ(Texts(first_write, calls.end()), switched_on + switched_on);
 }
 
@@ -138,7 +138,7 @@ TEST(WiringOfManyBoards, ConfiguresEveryBoardBeforeTheNextSetting)
                      "SetLATEDetection(3, 49)"}));
 }
 
-// Configuration and device counts.
+// Tests of the configuration and of device counts.
 
 TEST_F(Wiring, ConfiguringOnSwitchesEverythingOn)
 {
@@ -198,7 +198,7 @@ class FrenchNumbers : public std::numpunct<char>
     std::string do_grouping() const override { return "\3"; }
 };
 
-/// France's habits for everything that formats numbers, until the end of the scope.
+/// Makes everything format numbers as in France, until the end of the scope.
 class InFrance
 {
 public:
@@ -234,7 +234,7 @@ TEST_F(Wiring, DeviceCountIsToldAlikeInEveryLocale)
     EXPECT_EQ(output, "Enumerated 1234567 devices.\n");
 }
 
-/// Stands in for standard output: keeps the text, counts flushes and looks what the driver has been told.
+/// Stands in for standard output: keeps the text, counts flushes, and notes the driver's calls so far.
 class WatchedOutput : public std::stringbuf
 {
 public:
@@ -305,7 +305,7 @@ TEST_F(Wiring, EnumerationOnTheDriversThreadConfiguresOnTheGuiThread)
     EXPECT_EQ(calls.front().thread, gettid());
 }
 
-// Destruction.
+// Tests of the destruction.
 
 TEST_F(Wiring, DestructionSwitchesOffThenDetaches)
 {
@@ -322,7 +322,7 @@ TEST_F(Wiring, DestructionSwitchesOffThenDetaches)
     EXPECT_EQ(withdrawn["context"], registered["context"]);
 }
 
-// Without a driver, or with a poor one.
+// Tests without a driver, or with one that lacks functions.
 
 TEST(WiringWithoutADriver, TellsNothingAndStillConvertsSamples)
 {
@@ -367,7 +367,7 @@ TEST(WiringWithADriverThatTakesNothingBack, LosesUnclaimedContactsUntilTheyLift)
     EXPECT_EQ(receiver.touches.size(), 1U);
 }
 
-// What the meta-object system knows of the class.
+// Tests of what the meta-object system knows about the class.
 
 TEST(InputModel, DeclaresItsSignalsThenItsSlots)
 {

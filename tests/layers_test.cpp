@@ -16,7 +16,7 @@ protected:
     {
         m_view.m_show_tags = false;
         m_view.resize(m_size);
-        m_view.grab(); // a hidden widget hears of its size when it is to be painted
+        m_view.grab(); // a hidden widget gets its resize event only when it is painted
         m_view.toggle_black();
         m_view.in_pen_event(contact(-1, 1, {20, 60}, {9, 9}));
         m_view.in_pen_event(contact(-1, 0, {180, 60}, {9, 9}));

@@ -31,7 +31,7 @@ protected:
         return count;
     }
 
-    /// Leaves one finished stroke.
+    /// Draws one finished stroke.
     void draw()
     {
         Korvane::Controls record;
@@ -48,7 +48,7 @@ protected:
     StrokesView *const view = dialog.findChild<StrokesView *>();
 };
 
-// Keys that switch the pattern.
+// Tests of the keys that switch the pattern.
 
 struct Pattern
 {
@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(Dialog, PatternKey,
                                          Pattern{"Right", Qt::Key_Right, &StrokesView::toggle_hcalib}),
                          [](const auto &row) { return row.param.name; });
 
-// The other settings of the view.
+// Tests of the other settings of the view.
 
 class DigitKey : public Keys, public testing::WithParamInterface<int>
 {
@@ -149,7 +149,7 @@ TEST_F(Keys, BackspaceClearsTheStrokes)
     EXPECT_EQ(strokes(), 0);
 }
 
-// Keys of the window.
+// Tests of the window's keys.
 
 TEST_F(Keys, ReturnLeavesTheMaximizedStateAndComesBack)
 {
@@ -210,7 +210,7 @@ TEST_F(Keys, EscapeClosesTheDialogAndEndsItsLoopWithZero)
     EXPECT_EQ(closings.count, 1);
 }
 
-// Keys that do nothing.
+// Tests of keys that do nothing.
 
 struct Key
 {

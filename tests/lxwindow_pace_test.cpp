@@ -1,4 +1,4 @@
-// How the window has the event loop wait from one tick to the next.
+// Tests of how the window makes the event loop wait from one tick to the next.
 
 #include "lxwindow.h"
 #include "support/simulated_driver.h"
@@ -32,12 +32,13 @@ protected:
 
     SimulatedDriver driver;
     LanternixDialog dialog{nullptr};
-    QObject receiver; ///< of events without effect
+    QObject receiver; ///< receives events without effect
 };
 
 TEST_F(EventLoop, EventsOfAFloodGatherBetweenTicks)
 {
-    // Each event is posted once the last one has been handled. Without a pause a tick has time for hundreds.
+    // Each event is posted once the last one has been handled. Without a pause, there would be hundreds per
+    // tick.
     QEventLoop loop;
     QThread flood;
     QObject poster;
@@ -65,12 +66,12 @@ TEST_F(EventLoop, EventsOfAFloodGatherBetweenTicks)
         EXPECT_LE(handled_by_tick.at(tick), 20) << tick;
 }
 
-/// What is left until the timer fires that the process has as a file, in nanoseconds; 0: it is not set.
+/// Nanoseconds until the process's timerfd fires; 0 if it is not set.
 long long time_to_alarm()
 {
     long long left = 0;
     for (const auto &file : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code vanished; // as does the folder's own
+        std::error_code vanished; // the iterator's own descriptor, for one, may be closed by now
         if (std::filesystem::read_symlink(file, vanished) != "anon_inode:[timerfd]")
             continue;
         std::ifstream info("/proc/self/fdinfo/" + file.path().filename().string());
@@ -84,11 +85,11 @@ long long time_to_alarm()
     return left;
 }
 
-/// What the alarm had left each time that the event loop was about to wait, from one tick to the next.
+/// The time left on the alarm each time the event loop was about to wait, from one tick to the next.
 using AlarmTimes = std::vector<long long>;
 
-/// Runs the event loop with @p at_tick at each tick, until @p done with the times from tick to tick. False
-/// when it never is.
+/// Runs the event loop and calls @p at_tick at each tick, until @p done accepts the times between two ticks.
+/// Returns false if it never does.
 bool watch_alarm(const QTimer &timer, const std::function<void()> &at_tick,
                  const std::function<bool(const AlarmTimes &)> &done)
 {

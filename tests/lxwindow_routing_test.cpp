@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-// Whose a contact is, and in which coordinates it arrives. The screen is said to have 1024 by 512 pixels, so
-// that whole pixels are exact; the view fills a dialog of 400 by 300 at (100, 50).
+// Tests of which widget gets a contact, and in which coordinates it arrives. The screen is set to 1024 by 512
+// pixels, so that whole pixels are exact; the view fills a dialog of 400 by 300 at (100, 50).
 
 namespace {
 
@@ -21,13 +21,13 @@ using Records = std::vector<Korvane::Controls>;
 constexpr QSize screen_size(1024, 512);
 constexpr QRect dialog_area(100, 50, 400, 300);
 
-/// One of the three kinds of contact, which are routed alike and apart.
+/// One of the three kinds of contact, which are routed alike but independently.
 struct Kind
 {
     const char *name;
     void (*send)(LanternixDialog &dialog, Records &records);
     int index;
-    bool marked_copy; ///< whether the view sees the mark of being taken
+    bool marked_copy; ///< whether the view's record is already marked as taken
 };
 
 void send_pens(LanternixDialog &dialog, Records &records)
@@ -50,7 +50,7 @@ const Kind pen{"Pen", send_pens, 0, false};
 const Kind touch{"Touch", send_touches, 1, true};
 const Kind eraser{"Eraser", send_erasers, 2, true};
 
-/// A dialog with the view's records, kind by kind and delivery by delivery.
+/// A dialog, and the records that its view gets, per kind and delivery.
 class DialogOnAScreen
 {
 public:
@@ -68,7 +68,7 @@ public:
                          [this](const auto &records) { deliveries[2].push_back(records); });
     }
 
-    /// Sends one contact whose global point is @p place of the dialog; says whether it came back taken.
+    /// Sends one contact at @p place of the dialog; returns whether it came back taken.
     bool send(const Kind &kind, int id, QPoint place, int buttons = 1)
     {
         Records records = {at(place, id, buttons)};
@@ -337,7 +337,7 @@ TEST_P(ContactOfEveryKind, ArrivesInThePixelsOfAViewThatHasMoved)
 INSTANTIATE_TEST_SUITE_P(Dialog, ContactOfEveryKind, testing::Values(pen, touch, eraser),
                          [](const auto &row) { return row.param.name; });
 
-// Two kinds that share an id.
+// Tests of two kinds that share an id.
 
 class TwoKinds : public testing::TestWithParam<std::pair<Kind, Kind>>, protected DialogOnAScreen
 {
@@ -366,7 +366,7 @@ INSTANTIATE_TEST_SUITE_P(Dialog, TwoKinds,
                              return std::string(row.param.first.name) + "And" + row.param.second.name;
                          });
 
-// Lists.
+// Tests of lists of contacts.
 
 class ListOfContacts : public testing::TestWithParam<Kind>, protected DialogOnAScreen
 {
@@ -445,7 +445,7 @@ TEST_P(ListOfContacts, ReachesTheViewAsItsOwnKindOnly)
 INSTANTIATE_TEST_SUITE_P(Dialog, ListOfContacts, testing::Values(touch, eraser),
                          [](const auto &row) { return row.param.name; });
 
-// A screen that does not begin at (0, 0).
+// Tests with a screen that does not begin at (0, 0).
 
 class ContactOnAShiftedScreen : public testing::TestWithParam<Kind>, protected DialogOnAScreen
 {

@@ -39,7 +39,7 @@ protected:
     StrokesView *const view = dialog->findChild<StrokesView *>();
 };
 
-// Construction and destruction.
+// Tests of construction and destruction.
 
 TEST_F(Dialog, ShowsTheViewAloneInAStackOfPages)
 {
@@ -91,7 +91,7 @@ TEST_F(Dialog, DetachesFromTheDriverBeforeItsViewGoes)
     EXPECT_FALSE(driver.calls("Detach").empty());
 }
 
-// The road from a report to the view.
+// Tests of the path from a report to the view.
 
 constexpr int x_inside = 3276; // a tenth of the screen
 
@@ -180,7 +180,7 @@ TEST_F(Dialog, SamplesThatNoWidgetTakesGoBackToTheSystem)
     EXPECT_EQ(handed_back(driver).size(), 2U);
 }
 
-// The tick.
+// Tests of the tick.
 
 /// An item that lets a test take part in its render.
 class WatchedItem : public Item
@@ -304,7 +304,7 @@ TEST_F(ShownDialog, TickWithoutADirtyRegionRepaintsNothing)
     EXPECT_TRUE(watcher.regions.empty());
 }
 
-// What the desktop and assistive tools are told.
+// Tests of what the desktop and assistive tools are told.
 
 TEST_F(Dialog, HasANameAVersionAndAnIcon)
 {
@@ -325,7 +325,7 @@ TEST_F(Dialog, TellsAssistiveToolsWhatItIs)
     EXPECT_TRUE(dialog->accessibleDescription().contains("Escape ends the program"));
 }
 
-// What it asks of Qt and of the C library.
+// Tests of what the window asks of Qt and of the C library.
 
 struct OpenGl
 {
@@ -351,7 +351,7 @@ TEST(Window, LeavesOpenGlOutUnlessAskedForIt)
     }
 }
 
-/// The heaps that the C library keeps, as malloc_info(3) counts them.
+/// The number of heaps that the C library keeps, as counted by malloc_info(3).
 std::size_t heaps()
 {
     char *text = nullptr;
@@ -377,7 +377,7 @@ TEST_F(Dialog, ThreadsShareTheHeapsThatThereAre)
         renders.push_back(std::async(std::launch::async, [&started] {
             const std::vector<char> memory(100'000); // larger than what a thread keeps for itself
             ++started;
-            while (started != threads) // all at once
+            while (started != threads) // so that all threads run at once
                 std::this_thread::yield();
         }));
     }

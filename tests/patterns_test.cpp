@@ -10,12 +10,12 @@
 
 namespace {
 
-/// A pattern, by what must be seen of it.
+/// A pattern, and what must be seen of it.
 struct Pattern
 {
     const char *name;
     void (StrokesView::*toggle)();
-    /// Draws it for a widget into an image that may be larger; the image is white.
+    /// Draws the expected pattern of a widget into a white image, which may be larger.
     void (*draw)(QImage &image, QSize widget);
 };
 
@@ -50,7 +50,7 @@ void draw_colour_field(QImage &image, QSize)
 
 void draw_target(QPainter &painter, int x, int y, int size)
 {
-    // No coordinate is halved between two pixels: all sizes but one are even, and that one is cut off.
+    // The painter takes whole pixels: all sizes but one are even, and for that one the half pixel is cut off.
     const int left = static_cast<int>(x - size / 2.0);
     const int top = static_cast<int>(y - size / 2.0);
     painter.drawEllipse(left, top, size, size);
@@ -62,7 +62,7 @@ void draw_shape_field(QImage &image, QSize widget)
 {
     struct
     {
-        int inner; ///< half the side of the square that the ring lies around
+        int inner; ///< half the side of the square inside the ring
         int size;
     } const rings[] = {{0, 32}, {32, 48}, {80, 72}, {152, 108}, {260, 162}, {422, 243}, {665, 364}};
     QPainter painter(&image);
@@ -89,7 +89,7 @@ void draw_black(QImage &image, QSize widget)
     set_pixels(image, widget, [](int, int) { return Qt::black; });
 }
 
-/// Of 17 equal stripes the eight odd ones are black; what remains is white.
+/// Of 17 equal stripes, the eight odd ones are black; the rest is white.
 QColor stripe(int at, int extent)
 {
     const int width = extent / 17;
@@ -150,7 +150,7 @@ QImage white(QSize size)
     return image;
 }
 
-/// What a widget shows whose images are as large as @p image.
+/// What a widget with images of the size @p image shows.
 QImage drawn(const Pattern &pattern, QSize widget, QSize image)
 {
     QImage picture = white(image);
@@ -172,7 +172,7 @@ protected:
     void resize(QSize size)
     {
         m_view.resize(size);
-        m_view.grab(); // a hidden widget hears of its size when it is to be painted
+        m_view.grab(); // a hidden widget gets its resize event only when it is painted
     }
 
     void toggle(const Pattern &pattern) { (m_view.*pattern.toggle)(); }
@@ -384,7 +384,7 @@ struct TargetRow
 {
     const char *name;
     float x, y, size;
-    QRect circle; ///< as it is given to the painter
+    QRect circle; ///< as passed to the painter
     QLine across, upright;
 };
 

@@ -31,7 +31,7 @@ PenEvent pen_at(int x, int y, bool tip = true, bool button = false)
     return event;
 }
 
-// One sample: what a row calls it, and the record that it must become.
+// Tests of single samples: each row has a sample and the record that it must become.
 
 struct Conversion
 {
@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
             "FarEnd", {0, 65535, 65534, true, false, false}, -1, 1, {1.999969482421875, 1.99993896484375}}),
     [](const auto &row) { return row.param.name; });
 
-// What becomes of a pen, sample by sample.
+// Tests of what becomes of a pen, sample by sample.
 
 enum Receiver { taken, left };
 enum Outcome { dropped, emitted, returned, emitted_and_returned };
@@ -90,7 +90,7 @@ enum Outcome { dropped, emitted, returned, emitted_and_returned };
 struct Step
 {
     PenEvent sample;
-    Receiver receiver; ///< whether a widget takes the record, should it be emitted
+    Receiver receiver; ///< whether a widget takes the record if it is emitted
     Outcome outcome;
 };
 
@@ -100,7 +100,7 @@ struct Course
     std::vector<Step> steps;
 };
 
-// A pen of one kind at one of several places.
+// These make a pen sample of one kind at one of several places.
 PenEvent hover(int place, quint8 pen = 0)
 {
     return {pen, 100 * place, 200 * place, false, false, false};
@@ -221,7 +221,7 @@ INSTANTIATE_TEST_SUITE_P(
                 {hover(3, 0), taken, emitted}}}),
     [](const auto &row) { return row.param.name; });
 
-// The report that goes back.
+// Tests of the report that goes back.
 
 struct Return
 {

@@ -12,8 +12,8 @@
 #include <tuple>
 #include <vector>
 
-// The input model against a small model of its own rules, over random samples and a receiver that takes,
-// gives up and scribbles as it likes.
+// Tests the input model against a small model of its rules, with random samples and a receiver that takes
+// contacts, gives them up and changes records at random.
 
 namespace {
 
@@ -59,7 +59,7 @@ Controls record_of(int id, int buttons, int width, int height, int x, int y)
     return record;
 }
 
-/// What the receiver does to one record of one round, the same for the program and for the model.
+/// What the receiver does to a record in one round, the same for the program and for the model.
 void answer(Controls &record, int round)
 {
     switch ((static_cast<unsigned int>(record.id) * 2654435761U + static_cast<unsigned int>(round) * 40503U)
@@ -93,7 +93,7 @@ std::string hexadecimal(const std::vector<int> &bytes)
     return text;
 }
 
-/// Random places, now from a few, so that samples repeat, now from all.
+/// Random samples. Many values come from a small set, so that samples repeat.
 class RandomSamples
 {
 public:
@@ -131,7 +131,7 @@ private:
     std::mt19937 m_random;
 };
 
-// Pens.
+// Tests of pens.
 
 struct PenModel
 {
@@ -200,7 +200,7 @@ TEST_P(RandomConversion, OfPensObeysTheModel)
     EXPECT_GT(model.returned.size(), 1000U);
 }
 
-// Touches and erasers.
+// Tests of touches and erasers.
 
 struct RawContact
 {

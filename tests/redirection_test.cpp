@@ -24,13 +24,13 @@ template <typename Row> std::string row_name(const testing::TestParamInfo<Row> &
     return info.param.name;
 }
 
-/// Two boards, and a widget of interest on pixels 200 to 599 across and 200 to 499 down, of a screen of 800
-/// by 600.
+/// Two boards, and a widget of interest on pixels 200 to 599 across and 200 to 499 down on a screen of 800 by
+/// 600.
 class Redirection : public testing::Test
 {
 protected:
-    static constexpr int over = 16384; ///< raw position over the widget, both ways
-    static constexpr int away = 1000;  ///< raw position beside it
+    static constexpr int over = 16384; ///< raw position over the widget, across and down
+    static constexpr int away = 1000;  ///< raw position beside the widget
 
     Redirection()
     {

@@ -17,7 +17,7 @@ QByteArray hex(const char *bytes)
     return QByteArray::fromHex(bytes);
 }
 
-/// What the board's data sheet says about a report, worked out with plain arithmetic.
+/// Decodes reports as the board's data sheet describes, with plain arithmetic.
 namespace model {
 
 int word(const Bytes &report, std::size_t at)
@@ -74,7 +74,7 @@ std::string status(const Bytes &report)
     return text;
 }
 
-/// The signals that follow what the driver delivers, when no widget claims contacts.
+/// The signals that must follow a report if no widget claims contacts.
 Lines signals_of(Bytes report)
 {
     if (report.size() >= 3 && report[1] == 'A')
@@ -99,7 +99,7 @@ QByteArray array_of(const Bytes &report)
     return {reinterpret_cast<const char *>(report.data()), static_cast<int>(report.size())};
 }
 
-/// In a buffer that ends where the report ends, so that a reader that goes on is found out.
+/// Delivers the report in a buffer that ends with it, so that reading past the end is detected.
 Lines signals_after(const Bytes &report)
 {
     ZorvicHardware hardware(nullptr);
@@ -365,14 +365,15 @@ TEST(AReportThatIsProcessedDirectly, KeepsItsFirstBytes)
 struct RandomRow
 {
     const char *name;
-    int kind; ///< byte 1; -1 for any
+    int kind; ///< value of byte 1; -1 for any
     bool prefixed;
 };
 
 class RandomReports : public testing::TestWithParam<RandomRow>
 {
 protected:
-    /// Every length up to 40 bytes, the prefix not counted, and many of the size that two kinds need.
+    /// Checks random reports of every length up to 40 bytes, not counting the prefix, and many of the size
+    /// that two kinds need.
     template <typename Check> void for_each_report(Check check)
     {
         for (int length = 0; length <= 40; ++length) {
@@ -394,7 +395,7 @@ private:
             report[1] = 'A';
         if (length > 1 && GetParam().kind >= 0)
             report[start + 1] = static_cast<unsigned char>(GetParam().kind);
-        // A pen is told by its first byte, too: most reports have it.
+        // A pen is also recognised by its first byte, so most reports have that.
         if (length > 0 && GetParam().kind == 0x21 && m_byte(m_generator) < 200)
             report[start] = 0x08;
         return report;

@@ -6,12 +6,12 @@
 
 namespace {
 
-/// A primary screen that is wide and lies off the desktop's corner; others are small.
+/// A wide primary screen, away from the desktop's corner; other screens are small.
 QRect primary_screen;
 
 } // namespace
 
-// The linker sends the question for a screen's geometry here.
+// The linker redirects the query for a screen's geometry to this function.
 QRect geometry_of(const QDesktopWidget *desktop,
                   int screen) asm("__wrap__ZNK14QDesktopWidget14screenGeometryEi");
 

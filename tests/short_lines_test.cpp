@@ -1,4 +1,4 @@
-// Short lines that come again and again are filled once and then copied. Nobody may see that.
+// Tests that short lines, which are rasterised once and then copied, look as if each were drawn.
 
 #include "support/heap.h"
 #include "support/items.h"
@@ -17,7 +17,7 @@ using namespace strokes;
 class ShortLines : public Strokes
 {
 protected:
-    /// Draws a stroke from @p start that takes each of the steps three times; returns its pieces.
+    /// Draws a stroke from @p start that repeats each step three times; returns its pieces.
     Pieces walk(QPointF start, double width, const QColor &colour)
     {
         static const std::vector<QPointF> steps{{1, 0},    {2, 1},   {-3, 2}, {0, -4},   {5, 5},
@@ -69,7 +69,7 @@ void PrintTo(const Walk &walk, std::ostream *stream)
 class ShortLine : public ShortLines, public testing::WithParamInterface<Walk>
 {
 protected:
-    /// The same steps from pixel to pixel, in more than one width and colour, come first.
+    /// Draws the steps between whole pixels in several widths and colours, then those of the parameter.
     Pieces draw()
     {
         Pieces pieces = walk({60, 40}, 3, Qt::red);
@@ -115,7 +115,7 @@ struct Kinds
     const char *name;
     double thinnest;
     double widest;
-    double longest; ///< across
+    double longest; ///< largest step in each direction
 };
 
 void PrintTo(const Kinds &kinds, std::ostream *stream)

@@ -14,7 +14,7 @@ using namespace driver_testing;
 
 namespace {
 
-/// Whether the thread sleeps in the kernel; see proc(5), /proc/pid/task/tid/stat.
+/// Whether the thread sleeps in the kernel; see /proc/pid/task/tid/stat in proc(5).
 bool is_waiting(pid_t thread)
 {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
@@ -48,7 +48,7 @@ TEST_F(ADriver, ClearsACallbackOnlyAfterItHasReturned)
     const auto clearing_thread = gettid();
     Receiver receiver;
     receiver.inside = [&] {
-        // Until the clearing thread either waits for this callback or has gone on without waiting.
+        // Returns when the clearing thread either waits for this callback or has gone on without waiting.
         eventually([&] { return cleared || (clearing && is_waiting(clearing_thread)); });
         returned = true;
     };
@@ -99,7 +99,7 @@ TEST_F(ADriver, LetsACallbackClearCallbacksAndAttachAgain)
     use(gate() + raw(1, "0045") + "{\"type\":\"unplug\",\"board\":2}\n" + raw(1, "0046") + mark("end"));
     Receiver packets;
     Receiver changes;
-    changes.inside = [&] { // as the program enumerates its boards anew
+    changes.inside = [&] { // as the program does when it enumerates its boards again
         forget(1, packets);
         attach();
         receive(1, packets);
@@ -231,7 +231,7 @@ TEST_F(ADriver, RunsNoCallbackWhileTheProgramHoldsItsLock)
     call<void()>("zorvicLock");
     call<void()>("zorvicUnlock");
     const std::size_t before = receiver.count();
-    for (int i = 0; i < 1000; ++i) // longer than many reports take, each call being written to the log
+    for (int i = 0; i < 1000; ++i) // takes longer than many reports, because each call is logged
         call<int()>("zorvicInterface");
     EXPECT_EQ(receiver.count(), before);
     call<void()>("zorvicUnlock");

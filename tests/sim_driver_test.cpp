@@ -227,7 +227,7 @@ TEST_F(ADriver, LeavesNoThreadBehindWhenItIsDetached)
     EXPECT_EQ(threads(), before + 1);
     detach();
 
-    // The kernel's entry goes a moment after the join.
+    // The kernel removes the thread's entry shortly after the join.
     EXPECT_TRUE(eventually([&] { return threads() == before; }));
 }
 

@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A stage whose clock jumps to each deadline, so that no test waits; writes down what is played, with the
+/// A stage whose clock jumps to each deadline, so that no test waits. It records what is played, with the
 /// time since the start.
 class Rehearsal : public Stage
 {
@@ -50,9 +50,9 @@ public:
     }
     void mark(const std::string &text) override { add("mark " + text); }
 
-    /// Stops the play when @p condition, asked before each wait, holds.
+    /// Stops the play once @p condition holds; it is checked before each wait.
     void stop_when(std::function<bool()> condition) { m_stop = std::move(condition); }
-    /// What each delivery takes.
+    /// Sets the time that each delivery takes.
     void set_delay(std::chrono::microseconds delay) { m_delay = delay; }
 
     std::vector<Event> events;

@@ -13,7 +13,7 @@ using namespace scenario_testing;
 
 namespace {
 
-/// The one step of a scenario with board 1 and @p line.
+/// The only step of a scenario with board 1 and @p line.
 template <typename Kind> Kind step(const std::string &line)
 {
     const Reading reading = read(version_line + board_line + line);

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// How often a board is unplugged and plugged in again; LANTERNIX_STORM_CYCLES in the environment, or one
-/// second's.
+/// How often a board is unplugged and plugged in again: LANTERNIX_STORM_CYCLES in the environment, or what
+/// fits in one second.
 int cycles()
 {
     bool given = false;
@@ -21,8 +21,8 @@ int cycles()
     return given ? count : 50;
 }
 
-/// Ten touches and four pens at 1,000 reports a second on board 7, while board 3 comes and goes every 20 ms,
-/// for ever.
+/// Scenario lines: ten touches and four pens report 1,000 times a second on board 7, while board 3 comes and
+/// goes every 20 ms, for ever.
 QStringList storm()
 {
     QStringList contacts;
@@ -54,7 +54,7 @@ TEST_P(AStormOfReportsAndChanges, LeavesTheProgramWorking)
     const bool with_tags = GetParam();
     const QueueOrder order;
     SimulatedDriver driver(storm());
-    std::atomic<int> changes = 0; // counted where they happen, however far behind the window is
+    std::atomic<int> changes = 0; // counted on the emitting thread, however far behind the window is
     {
         LanternixDialog dialog(nullptr);
         auto &view = *dialog.findChild<StrokesView *>();

@@ -15,7 +15,7 @@ template <typename Type> bool is_a(const Item &item)
     return dynamic_cast<const Type *>(&item) != nullptr;
 }
 
-/// One kind of contact, and what it shows.
+/// One kind of contact, and what its tag shows.
 struct Kind
 {
     const char *name;
@@ -73,13 +73,13 @@ TEST_P(Tags, AreOfTheKindOfTheContact)
 
 TEST_P(Tags, LookAsTheItemOfTheirKindAndRecord)
 {
-    // The picture of the item itself is the event items' matter, here it only is to be that.
+    // The tests of event items check the item's own picture; here the tag only has to look like such an item.
     ItemView other(0);
     const auto item = std::make_shared<EventItem>(QPointF(), GetParam().colour);
     other.add_item(item);
     item->refresh(contact(GetParam().id, 1, here));
     render(*item);
-    m_view.m_stroke_width = 0; // a first dot of no size
+    m_view.m_stroke_width = 0; // so that the first dot has no size
 
     send(1, here);
     render_all(m_view);

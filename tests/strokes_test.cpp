@@ -213,7 +213,7 @@ TEST_F(Strokes, AreDotsUpToATinyDistance)
     pen(1, {60, 40}, {12, 12});
     pen(0, {60 + 1e-13, 40 - 1e-13}, {20, 20});
 
-    // A line of this width would be blurred differently.
+    // A line of this width would be antialiased differently.
     EXPECT_TRUE(shows(live({dot({60, 40}, 12, Qt::red), dot({60, 40}, 20, Qt::red)})));
 }
 
@@ -225,7 +225,7 @@ TEST_F(Strokes, AreCounted)
             pen(1, {10, 10 + 3.0 * i});
         pen(0, {10, 10 + 3.0 * (segments - 1)});
     };
-    // Each lift but a tap's adds the dot where the contact rests.
+    // Each lift, except that of a tap, adds the dot where the contact rests.
     stroke(1);
     EXPECT_EQ(statistics(m_view), (Statistics{1, 1, 1, 1, 1}));
     m_view.clear_strokes();
@@ -249,7 +249,7 @@ struct DirtyRow
     QPointF from;
     QPointF to;
     QPointF radius;
-    QPoint top_left, bottom_right; ///< both belong to the area
+    QPoint top_left, bottom_right; ///< both are inside the area
 };
 
 class StrokesDirtyArea : public Strokes, public testing::WithParamInterface<DirtyRow>

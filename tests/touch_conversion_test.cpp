@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// What touches have of their own; the rules that they share with erasers are in contact_lists_test.cpp.
+// Tests of what is special to touches; the rules that they share with erasers are in contact_lists_test.cpp.
 
 namespace {
 
@@ -159,7 +159,7 @@ TEST_F(TouchConversion, ContactThatAReceiverGivesUpLeavesWithoutGoingBack)
     receiver.answer = [](Korvane::Controls &record) { record.flags = record.id == 256 ? 0 : 1; };
     korvane.in_touch_event({{1, 1, 2, 3, true}});
 
-    // Not in the report, so there is nothing to hand back and nothing to redirect.
+    // The contact is not in the report, so there is nothing to hand back or redirect.
     EXPECT_TRUE(handed_back(driver).empty());
     korvane.in_touch_event({{1, 2, 2, 3, true}});
     ASSERT_EQ(receiver.touches.size(), 3U);

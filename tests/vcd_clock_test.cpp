@@ -1,5 +1,5 @@
-// The trace under a clock that the test sets, in a program of its own: this clock_gettime stands in for the C
-// library's.
+// Tests the trace with a clock that the test sets. It is a separate program, because its clock_gettime
+// replaces the C library's.
 
 #include "vcd.h"
 
@@ -139,7 +139,7 @@ TEST(TraceClock, AChangeBeforeTheStartComesFirst)
 
     const std::string trace = written_trace();
 
-    // The clock was set back: time 0 then differs from the time before it and gets its line.
+    // The clock was set back, so time 0 differs from the time before it and gets a line.
     const std::string expected = "$enddefinitions $end\n#-5\nr2 \"\n#0\nr1 !\n#3\nr3 \"\n";
     EXPECT_EQ(trace.substr(trace.find("$enddefinitions")), expected);
 }

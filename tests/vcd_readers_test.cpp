@@ -1,4 +1,4 @@
-// Other people's software reads a trace: GTKWave's converters turn it into their own format and back.
+// Tests that third-party software reads a trace: GTKWave's converters turn it into their own format and back.
 
 #include "vcd.h"
 
@@ -38,7 +38,7 @@ std::ostream &operator<<(std::ostream &out, const Change &change)
     return out << '#' << change.time << ' ' << change.name << " = " << change.value;
 }
 
-/// All changes in a trace, in the order of time and name.
+/// All changes in a trace, ordered by time and name.
 std::vector<Change> changes_in(const QString &path)
 {
     std::vector<Change> changes;

@@ -82,7 +82,7 @@ struct Change
     int value;
 };
 
-/// The changes of each signal by its name, in the order of the file, which must not go back in time.
+/// The changes of each signal, by name, in the order of the file, whose times must not decrease.
 std::map<std::string, std::vector<Change>> changes_by_name(const std::string &trace)
 {
     std::map<std::string, std::string> names;
@@ -122,7 +122,7 @@ TEST(Trace, IsThisFileByteForByte)
 
     const std::string trace = written_trace();
 
-    // Handles of one name: the times of one signal increase strictly, so there is one line for each.
+    // All handles have one name. The times of a signal increase strictly, so each has its own line.
     const std::vector<std::string> time = times(trace);
     ASSERT_EQ(time.size(), 6U);
     EXPECT_EQ(trace,
@@ -338,7 +338,7 @@ int unique_value(int thread, int update)
     return thread * (updates + 1) + update;
 }
 
-/// Records from one of several threads: in handles that all threads create at the same time, in a signal of
+/// Records on one of several threads: with handles that all threads create at the same time, in a signal of
 /// its own, and in one that all share.
 void record(int thread, const std::shared_future<void> &start)
 {

@@ -105,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Number{"NegativeInfinity", -HUGE_VAL, "-inf"}),
     row_name<Number>);
 
-/// Numbers of every kind that a short cut could round or lay out wrongly.
+/// Numbers of every kind that a shortcut could round or format wrongly.
 std::vector<double> difficult_numbers(int count)
 {
     std::mt19937_64 random(20);

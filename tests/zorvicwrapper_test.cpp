@@ -16,7 +16,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-// Bytes above 127 and numbers below 0 show a wrong sign; every address differs.
+// Bytes above 127 and numbers below 0 reveal a wrong sign. Every address differs.
 constexpr int board = -7;
 constexpr unsigned char byte = 0xC8;
 constexpr unsigned char other_byte = 0xFE;
@@ -51,11 +51,11 @@ enum class Answer { none, truth, number };
 struct Operation
 {
     const char *name;
-    std::function<long long(AbstractHardwareWrapper &)> run; ///< returns the result, 0 where there is none
+    std::function<long long(AbstractHardwareWrapper &)> run; ///< returns the result; 0 if there is none
     std::vector<long long> arguments;
     Answer answer;
-    long long without_export; ///< the result where the driver lacks the export
-    std::ptrdiff_t slot;      ///< place in the table of virtual functions
+    long long without_export; ///< the result if the driver lacks the export
+    std::ptrdiff_t slot;      ///< index in the table of virtual functions
 };
 
 constexpr long long nothing = 0;
@@ -145,7 +145,7 @@ std::vector<Operation> operations()
     };
 }
 
-/// Those that reach the export of their own name.
+/// The operations that call the export of their own name.
 std::vector<Operation> forwarded_operations()
 {
     std::vector<Operation> forwarded;
@@ -157,7 +157,7 @@ std::vector<Operation> forwarded_operations()
     return forwarded;
 }
 
-/// The exports without which an operation answers as if it were missing.
+/// The exports that must all be missing for an operation to answer as if it had none.
 std::set<std::string> exports_of(const std::string &name)
 {
     if (name == "ClearPnpCallback")
