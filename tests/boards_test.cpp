@@ -310,7 +310,7 @@ INSTANTIATE_TEST_SUITE_P(Never, AManagerWithoutADriver, testing::Bool(), [](cons
     return std::string(row.param ? "AfterAFailedInit" : "Initialised");
 });
 
-TEST(APlugAndPlayNotification, ForgetsAllBoardsIsEmittedAndEnumeratesAnew)
+TEST(APlugAndPlayNotification, ForgetsAllBoardsIsEmittedAndEnumeratesAgain)
 {
     RecordingDriver driver;
     driver.devices = {board_seven, legacy_hub, board_three};

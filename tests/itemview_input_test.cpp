@@ -143,7 +143,7 @@ TEST(MouseEvent, IsRoutedLikeAPen)
     EXPECT_EQ(log, (Log{"A pen -1:1 10,10 20,30", "A pen -1:1 290,180 300,200"}));
 }
 
-TEST(OtherEvents, GoTheToolkitsWay)
+TEST(OtherEvents, AreLeftToQt)
 {
     LoggingView view;
     for (const QEvent::Type type : {QEvent::Enter, QEvent::Leave, QEvent::TouchCancel, QEvent::User}) {

@@ -301,7 +301,7 @@ TEST_P(ContactOfEveryKind, CapturedByTheViewStaysThereOverAnotherWidget)
     EXPECT_EQ(last(kind).pos, QPointF(inside));
 }
 
-TEST_P(ContactOfEveryKind, WithoutButtonsSelectsItsWidgetAnew)
+TEST_P(ContactOfEveryKind, WithoutButtonsSelectsItsWidgetAgain)
 {
     const Cover cover(dialog, {0, 0, 100, 100});
 

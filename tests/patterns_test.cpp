@@ -202,7 +202,7 @@ TEST_P(EachPattern, IsDrawnForTheSizeOfTheWidget)
     EXPECT_TRUE(same_picture(picture_of(m_view), drawn(pattern, size)));
 }
 
-TEST_P(EachPattern, IsDrawnAnewWithEachSize)
+TEST_P(EachPattern, IsRedrawnWithEachSize)
 {
     const auto &[pattern, size] = GetParam();
     toggle(pattern);

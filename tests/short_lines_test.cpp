@@ -81,12 +81,12 @@ protected:
     }
 };
 
-TEST_P(ShortLine, LooksAsIfFilledAnewEachTime)
+TEST_P(ShortLine, LooksAsIfFilledAgainEachTime)
 {
     EXPECT_TRUE(shows(live(draw())));
 }
 
-TEST_P(ShortLine, LooksAsIfFilledAnewInARebuild)
+TEST_P(ShortLine, LooksAsIfFilledAgainInARebuild)
 {
     const Pieces pieces = draw();
 

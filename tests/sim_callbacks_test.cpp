@@ -175,7 +175,7 @@ TEST_F(ADriver, LetsACallbackDetach)
     EXPECT_EQ(device_count(), 0);
 }
 
-TEST_F(ADriver, LetsACallbackStartTheScenarioAnew)
+TEST_F(ADriver, LetsACallbackRestartTheScenario)
 {
     use(mark("start") + gate() + raw(1, "0045") + mark("not reached"));
     Receiver receiver;

@@ -93,7 +93,7 @@ TEST_F(ADriver, StartsOnceHoweverOftenItIsAttached)
     EXPECT_EQ(marks("end"), 1);
 }
 
-TEST_F(ADriver, StartsAnewAfterADetach)
+TEST_F(ADriver, RestartsAfterADetach)
 {
     use(mark("start") + "{\"type\":\"unplug\",\"board\":1}\n" + mark("end"));
     attach();

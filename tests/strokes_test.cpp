@@ -29,7 +29,7 @@ TEST_F(Strokes, StartWithADotAndGoOnFromTheLastPosition)
     EXPECT_EQ(statistics(m_view), (Statistics{1, 4, 4, 4, 4}));
 }
 
-TEST_F(Strokes, StartAnewAfterEachLift)
+TEST_F(Strokes, StartAgainAfterEachLift)
 {
     pen(1, {20, 30});
     pen(0, {60, 40});
