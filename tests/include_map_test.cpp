@@ -38,7 +38,7 @@ protected:
         for (const char *room :
              {"tickpace", "shortlines", "roundline", "testpatterns", "tagtext", "keptpicture", "geometry",
               "process", "vcd", "hardware/zorvicwrapper", "hardware/zorvicexports", "hardware/reportlayout",
-              "hardware/abstracthardwarewrapper", "hardware/destinations"})
+              "hardware/abstracthardwarewrapper", "hardware/destinations", "hardware/reportdecoding"})
             write(QString("src/%1.h").arg(room), "#pragma once\n");
         write("src/lxmain.cpp", "#include \"lxwindow.h\"\n");
         write("src/lxwindow.h", "#include \"strokesview.h\"\n");

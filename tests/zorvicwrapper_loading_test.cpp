@@ -55,7 +55,7 @@ TEST(Attaching, FailsQuietlyButStaysOpenWhereTheDriverHasNoAttach)
     EXPECT_EQ(driver.resolved, resolving_order);
 }
 
-TEST(AttachingAgain, ReusesTheHandleAndResolvesEverythingAnew)
+TEST(AttachingAgain, ReusesTheHandleAndResolvesEverythingAgain)
 {
     RecordingDriver driver;
     driver.answers["Interface"] = 4;
