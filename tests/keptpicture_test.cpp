@@ -1,5 +1,6 @@
 #include "keptpicture.h"
 #include "support/heap.h"
+#include "support/items.h"
 #include "support/pictures.h"
 
 #include <QPainter>
@@ -60,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(KeptPicture, ShowsWhatWouldBeDrawn,
                          testing::Values(Row{"OnAPixel", {20, 20}}, Row{"BetweenPixels", {20.5, 19.25}},
                                          Row{"AcrossTheTopLeftCorner", {-2.75, -1.5}},
                                          Row{"AcrossTheBottomRightCorner", {38.125, 39.5}}),
-                         [](const auto &info) { return info.param.name; });
+                         row_name<Row>);
 
 TEST(KeptPicture, SuitsItsSubpixelOnly)
 {

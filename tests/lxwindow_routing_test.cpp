@@ -1,9 +1,5 @@
-#include "lxwindow.h"
-#include "strokesview.h"
+#include "support/dialog_on_a_screen.h"
 #include "support/screen.h"
-#include "support/simulated_driver.h"
-
-#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 
@@ -11,97 +7,9 @@
 #include <utility>
 #include <vector>
 
-// Tests of which widget gets a contact, and in which coordinates it arrives. The screen is set to 1024 by 512
-// pixels, so that whole pixels are exact; the view fills a dialog of 400 by 300 at (100, 50).
+// Tests of which widget gets a contact, and in which coordinates it arrives.
 
 namespace {
-
-using Records = std::vector<Korvane::Controls>;
-
-constexpr QSize screen_size(1024, 512);
-constexpr QRect dialog_area(100, 50, 400, 300);
-
-/// One of the three kinds of contact, which are routed alike but independently.
-struct Kind
-{
-    const char *name;
-    void (*send)(LanternixDialog &dialog, Records &records);
-    int index;
-    bool marked_copy; ///< whether the view's record is already marked as taken
-};
-
-void send_pens(LanternixDialog &dialog, Records &records)
-{
-    for (Korvane::Controls &record : records)
-        dialog.in_korvane_pen(record);
-}
-
-void send_touches(LanternixDialog &dialog, Records &records)
-{
-    dialog.in_korvane_touch(records);
-}
-
-void send_erasers(LanternixDialog &dialog, Records &records)
-{
-    dialog.in_korvane_erase(records);
-}
-
-const Kind pen{"Pen", send_pens, 0, false};
-const Kind touch{"Touch", send_touches, 1, true};
-const Kind eraser{"Eraser", send_erasers, 2, true};
-
-/// A dialog, and the records that its view gets, per kind and delivery.
-class DialogOnAScreen
-{
-public:
-    DialogOnAScreen()
-    {
-        set_screen_geometry({QPoint(0, 0), screen_size});
-        dialog.showNormal();
-        dialog.setGeometry(dialog_area);
-        QCoreApplication::processEvents();
-        QObject::connect(view, &ItemView::out_pen_event, &m_context,
-                         [this](const auto &record) { deliveries[0].push_back({record}); });
-        QObject::connect(view, &ItemView::out_touch_event, &m_context,
-                         [this](const auto &records) { deliveries[1].push_back(records); });
-        QObject::connect(view, &ItemView::out_erase_event, &m_context,
-                         [this](const auto &records) { deliveries[2].push_back(records); });
-    }
-
-    /// Sends one contact at @p place of the dialog; returns whether it came back taken.
-    bool send(const Kind &kind, int id, QPoint place, int buttons = 1)
-    {
-        Records records = {at(place, id, buttons)};
-        kind.send(dialog, records);
-        return records.front().flags & 1U;
-    }
-
-    /// A record as the input model emits it.
-    static Korvane::Controls at(QPoint place, int id, int buttons = 1)
-    {
-        const QPoint global = place + dialog_area.topLeft();
-        Korvane::Controls record;
-        record.id = id;
-        record.buttons = buttons;
-        record.pos = record.view_pos =
-            QPointF(global.x() / double(screen_size.width()), global.y() / double(screen_size.height()));
-        return record;
-    }
-
-    std::size_t delivered(const Kind &kind) const { return deliveries[kind.index].size(); }
-    Korvane::Controls last(const Kind &kind) const { return deliveries[kind.index].back().back(); }
-
-private:
-    SimulatedDriver m_driver;
-
-public:
-    LanternixDialog dialog{nullptr};
-    StrokesView *const view = dialog.findChild<StrokesView *>();
-    std::vector<Records> deliveries[3];
-
-private:
-    QObject m_context;
-};
 
 /// A widget over a part of the view.
 class Cover : public QWidget
