@@ -2,13 +2,22 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 namespace {
+
+const QByteArray first_line = R"({"type":"scenario","version":1})";
+const QByteArray picture_mark = first_line + "\n" + R"({"type":"mark","text":"picture"})" + "\n";
 
 std::string test_name(const testing::TestParamInfo<std::string> &script)
 {
@@ -124,7 +133,22 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"InstallForOtherPurpose", "install-packages", {"run", "fun"}, "unknown purpose \"fun\""},
         Refusal{"VirtualDisplayByItself", "virtual-display", {}, "other scripts source this file"},
         Refusal{"RunScenarioWithoutAFile", "run", {"--scenario"}, "--scenario needs a file"},
-        Refusal{"RunMissingScenario", "run", {"--scenario", "none"}, ""}),
+        Refusal{"RunMissingScenario", "run", {"--scenario", "none"}, ""},
+        Refusal{"RunScenarioOfADevice", "run", {"--scenario", "/dev/null"}, "/dev/null is not a file"},
+        Refusal{"RunTwoScenarios",
+                "run",
+                {"--scenario", "calls", "--scenario", "calls"},
+                "--scenario is given twice"},
+        Refusal{"RunScenarioOnARealBoard",
+                "run",
+                {"--board", "--scenario", "calls"},
+                "--scenario is for the simulated"},
+        Refusal{"RunPictureOverTheScenario",
+                "run",
+                {"--scenario", "calls", "--picture", "./calls"},
+                "--scenario and --picture name the same file"},
+        Refusal{"RunPictureInAFolder", "run", {"--picture", "bin"}, ""},
+        Refusal{"RunPictureInNoFolder", "run", {"--picture", "none/picture.png"}, ""}),
     [](const auto &row) { return row.param.name; });
 
 TEST(Memcheck, FailsIfATestDoesNotRun)
@@ -136,6 +160,188 @@ TEST(Memcheck, FailsIfATestDoesNotRun)
 
     EXPECT_NE(ending.status, 0);
     EXPECT_TRUE(ending.output.startsWith("contacts_test: ")) << ending.output.constData();
+}
+
+TEST(InstallPackages, NamesTheCommandIfThereIsNoSudo)
+{
+    Checkout checkout;
+    checkout.stub("dpkg-query", "[ \"$3\" = xvfb ] || echo installed");
+    checkout.stub("id", "echo 1000");
+    QFile::remove(checkout.path("bin/sudo"));
+    for (const char *tool :
+         {"awk", "bash", "dirname", "env", "flock", "mkdir", "realpath", "grep", "rm", "sh"})
+        QFile::link(QStringLiteral("/usr/bin/") + tool, checkout.path(QStringLiteral("bin/") + tool));
+    checkout.environment.insert("PATH", checkout.path("bin"));
+
+    const Ending ending = checkout.run("a checkout/scripts/run", {});
+
+    EXPECT_EQ(ending.status, 1);
+    EXPECT_EQ(ending.output.toStdString(), "");
+    EXPECT_EQ(ending.errors.toStdString(),
+              "scripts/install-packages: there is no sudo; an administrator can run: "
+              "apt-get update && apt-get install --yes --no-install-recommends xvfb\n");
+    EXPECT_TRUE(checkout.calls().filter(QRegularExpression("^(apt-get|cmake) ")).isEmpty());
+}
+
+/// scripts/run, whose build consists of the real program and driver unless a test chooses another program.
+class Run : public testing::Test
+{
+protected:
+    Run()
+    {
+        m_checkout.stub_build(LANTERNIX_PROGRAM);
+        QFile::remove(path("bin/Xvfb"));
+    }
+
+    QString path(const QString &name) const { return m_checkout.path(name); }
+    bool has_picture(const QString &name) const { return !QImage(path(name)).isNull(); }
+    Ending run(const QStringList &arguments) const
+    {
+        return m_checkout.run("a checkout/scripts/run", arguments);
+    }
+
+    Checkout m_checkout;
+    const QString m_picture = "a checkout/build/screenshot.png"; ///< unless another is named
+};
+
+TEST_F(Run, EndsWithTheDriversLineAboutAMalformedScenario)
+{
+    const QString scenario = m_checkout.write("a scenario", first_line + "\nnonsense\n");
+    const QString picture = m_checkout.write("a picture", "of another scenario");
+
+    const Ending ending = run({"--scenario", "a scenario", "--picture", "a picture"});
+
+    EXPECT_EQ(ending.status, 1);
+    EXPECT_EQ(ending.errors.toStdString(), scenario.toStdString() + ":2: not valid JSON at column 2\n");
+    EXPECT_FALSE(QFile::exists(picture));
+}
+
+TEST_F(Run, EndsWithTheDriversLineOnARealDisplayToo)
+{
+    const QString scenario = m_checkout.write("a scenario", "");
+    m_checkout.environment.insert("DISPLAY", ":no-such-display");
+
+    const Ending ending = run({"--scenario", scenario});
+
+    EXPECT_EQ(ending.status, 1);
+    EXPECT_TRUE(ending.errors.startsWith(scenario.toUtf8() + ":")) << ending.errors.constData();
+    EXPECT_EQ(ending.errors.count('\n'), 1);
+}
+
+TEST_F(Run, EndsWithTheDriversLineAboutAFolder)
+{
+    const Ending ending = run({"--scenario", "bin"});
+
+    EXPECT_EQ(ending.status, 1);
+    EXPECT_EQ(ending.errors.toStdString(), path("bin").toStdString() + ":0: cannot be read\n");
+    EXPECT_FALSE(QFile::exists(path(m_picture)));
+}
+
+TEST_F(Run, PlaysForTheTimeThatItTells)
+{
+    const QString scenario = m_checkout.write("scenario", first_line);
+    // The times pass at once; the picture is late enough for the scenario to end.
+    m_checkout.stub("sleep", {});
+    m_checkout.stub("Xvfb", "echo 1 >&3");
+    m_checkout.stub("openbox", {});
+    m_checkout.stub("maim", "echo '\"mark\":\"scenario ends\"' >>\"$BOARDSIM_LOG\"; touch \"$2\"");
+    m_checkout.stub("xdotool", "[ \"$1\" != key ] || kill \"$(cat \"$FOLDER/program\")\"");
+    m_checkout.stub("board",
+                    "echo '\"zorvicAttach\"' >>\"$BOARDSIM_LOG\"\n"
+                    "echo $$ >\"$FOLDER/program\"\nmkfifo \"$FOLDER/gate.$$\"\n"
+                    "trap 'exit 0' TERM\nexec 3<>\"$FOLDER/gate.$$\"\nread nothing <&3");
+    m_checkout.environment.insert("FOLDER", path("."));
+    m_checkout.stub_build(path("bin/board"));
+
+    const Ending ending = run({"--scenario", scenario});
+
+    EXPECT_EQ(ending.status, 0) << ending.errors.constData();
+    EXPECT_TRUE(ending.output.contains(" for 120 seconds at most\n")) << ending.output.constData();
+    EXPECT_LT(ending.output.indexOf("120 seconds"), ending.output.indexOf("Screenshot: "));
+    const QStringList calls = m_checkout.calls();
+    const int window = calls.indexOf(QRegularExpression("^xdotool search .*"));
+    const int picture = calls.indexOf(QRegularExpression("^maim .*"));
+    EXPECT_EQ(calls.mid(window, picture - window).filter("sleep 0.1").size(), 1199) << "tenths of a second";
+}
+
+TEST_F(Run, MakesPicturesOfTheirOwnForTwoAtOnce)
+{
+    m_checkout.write("scenario", picture_mark);
+    m_checkout.environment.insert("DISPLAY", ":no-such-display");
+    QProcess first;
+    QProcess second;
+
+    m_checkout.start(first, "a checkout/scripts/run",
+                     {"--scenario", "scenario", "--picture", "first picture"});
+    m_checkout.start(second, "a checkout/scripts/run",
+                     {"--scenario", "scenario", "--picture", "second picture"});
+
+    for (QProcess *process : {&first, &second}) {
+        const Ending ending = Checkout::end(*process);
+        EXPECT_EQ(ending.status, 0) << ending.errors.constData();
+    }
+    EXPECT_TRUE(has_picture("first picture"));
+    EXPECT_TRUE(has_picture("second picture"));
+    EXPECT_FALSE(QFile::exists(path(m_picture)));
+}
+
+TEST_F(Run, SavesItsPictureBesideTheBuildThroughALink)
+{
+    m_checkout.write("scenario", picture_mark);
+    m_checkout.environment.insert("CDPATH", path("decoy"));
+    QFile::link(path("a checkout/scripts/run"), path("a link"));
+
+    const Ending ending = m_checkout.run("a link", {"--scenario", "scenario"});
+
+    EXPECT_EQ(ending.status, 0) << ending.errors.constData();
+    EXPECT_TRUE(has_picture(m_picture));
+}
+
+TEST_F(Run, WaitsForAnotherRunThatBuilds)
+{
+    QDir().mkpath(path("a checkout/build/run"));
+    const int lock = open(path("a checkout/build/run").toUtf8().constData(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    QProcess process;
+    m_checkout.start(process, "a checkout/scripts/run", {"--scenario", "bin"});
+
+    ASSERT_TRUE(process.waitForReadyRead());
+    EXPECT_TRUE(process.readAllStandardOutput().startsWith("Waiting for another run"));
+    EXPECT_EQ(m_checkout.calls().join(", ").toStdString(), "");
+    close(lock);
+
+    EXPECT_EQ(Checkout::end(process).status, 1);
+    EXPECT_FALSE(m_checkout.calls().filter("cmake --build").isEmpty());
+}
+
+TEST_F(Run, HoldsItsBuildFolderUntilItIsBuilt)
+{
+    m_checkout.stub("board", "flock --nonblock build/run echo free || echo locked");
+    m_checkout.stub_build(path("bin/board"), "flock --nonblock build/run echo free || echo locked");
+    m_checkout.environment.insert("DISPLAY", ":no-such-display");
+
+    EXPECT_EQ(run({}).output.toStdString(), "locked\nfree\n") << "while it builds, and when the program runs";
+}
+
+TEST_F(Run, BuildsInAnotherFolderIfTheCheckoutIsReadOnly)
+{
+    m_checkout.stub("board", "echo \"$LD_LIBRARY_PATH\"");
+    m_checkout.stub_build(path("bin/board"));
+    m_checkout.environment.insert("DISPLAY", ":no-such-display");
+    QDir().mkpath(path("a build"));
+    QFile::setPermissions(path("a build"), QFile::Permissions(0x7777));
+    m_checkout.make_read_only();
+
+    const Ending refused = run({});
+    m_checkout.environment.insert("LANTERNIX_BUILD", "a build");
+    const Ending built = run({});
+
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.errors.toStdString(),
+              "scripts/run: cannot write to " + path("a checkout/build").toStdString()
+                  + "; LANTERNIX_BUILD can name another folder to build in\n");
+    EXPECT_EQ(built.status, 0) << built.errors.constData();
+    EXPECT_EQ(built.output.toStdString(), path("a build/run/sim/driver\n").toStdString());
 }
 
 } // namespace
