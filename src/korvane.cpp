@@ -136,6 +136,12 @@ void Korvane::configureHardware(bool off)
     m_hardware->setEraseReportMode(ZorvicHardware::EraseReportMode(mode(m_erase_disabled)));
 }
 
+bool Korvane::hands_back() const
+{
+    return std::any_of(m_redirected.begin(), m_redirected.end(),
+                       [](const auto &entry) { return entry.second; });
+}
+
 void Korvane::in_device_enum_count(int count)
 {
     std::cout << QStringLiteral("Enumerated %1 devices.\n").arg(count).toUtf8().constData();
@@ -148,6 +154,7 @@ void Korvane::in_pen_event(const ZorvicHardware::PenEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::map<int, Controls> id_to_last_map;
 
+    m_hardware->backlog().handled();
     Controls record;
     record.id = record_id(event);
     record.buttons = (event.tip ? 1 : 0) | (event.button ? 2 : 0);
@@ -176,6 +183,7 @@ void Korvane::in_touch_event(const ZorvicHardware::TouchEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::vector<Controls> last;
 
+    m_hardware->backlog().handled();
     const ZorvicHardware::TouchEvent unclaimed =
         convert(event, m_touch_contacts, m_id_to_hoop_map, last, &Korvane::out_korvane_touch_event);
     if (!unclaimed.isEmpty())
@@ -187,6 +195,7 @@ void Korvane::in_erase_event(const ZorvicHardware::EraseEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::vector<Controls> last;
 
+    m_hardware->backlog().handled();
     // Deliberate: the driver takes no erasers back; what no widget takes is swallowed until it lifts.
     convert(event, m_erase_contacts, m_id_to_hoop_map, last, &Korvane::out_korvane_erase_event);
 }

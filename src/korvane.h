@@ -55,6 +55,11 @@ public:
     /// as it is written otherwise.
     void configureHardware(bool off);
 
+    /// The reports of all boards on their way here, and how many have come.
+    const Backlog &backlog() const { return m_hardware->backlog(); }
+    /// Whether a contact goes back to the operating system, so that it should not be kept waiting.
+    bool hands_back() const;
+
     /// Whether two records tell the same: id, buttons, and pos and radius within 1e-12.
     static bool repeats(const Controls &a, const Controls &b);
 

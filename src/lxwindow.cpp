@@ -78,7 +78,7 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
     connect(m_korvane.get(), &Korvane::out_korvane_erase_event, this, &LanternixDialog::in_korvane_erase);
 
-    m_pace = std::make_unique<TickPace>();
+    m_pace = std::make_unique<TickPace>(*m_korvane);
     m_timer = new QTimer(this);
     m_timer->setSingleShot(true);
     connect(m_timer, SIGNAL(timeout()), this, SLOT(in_timer_update()));

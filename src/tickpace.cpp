@@ -1,5 +1,7 @@
 #include "tickpace.h"
 
+#include "korvane.h"
+
 #include <QAbstractEventDispatcher>
 
 #include <algorithm>
@@ -10,13 +12,15 @@
 
 namespace {
 
-constexpr int enough_rounds = 8; // of the event loop in a tick: a thousand a second
+constexpr int enough_rounds = 8;           // of the event loop in a tick: a thousand a second
+constexpr std::uint64_t flood_reports = 4; // in a tick: five hundred a second
 constexpr std::chrono::milliseconds flood_pause(2);
 
 } // namespace
 
-TickPace::TickPace()
-    : m_alarm(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC)), m_alarm_notifier(m_alarm, QSocketNotifier::Read)
+TickPace::TickPace(const Korvane &input)
+    : m_alarm(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC)), m_alarm_notifier(m_alarm, QSocketNotifier::Read),
+      m_input(input)
 {
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
             &TickPace::about_to_wait);
@@ -35,6 +39,7 @@ void TickPace::expect_tick(TimePoint due)
         clear_alarm(); // the tick came first
     m_next_tick = due;
     m_rounds = 0;
+    m_reports_then = m_input.backlog().handledSoFar();
 }
 
 void TickPace::about_to_wait()
@@ -44,8 +49,22 @@ void TickPace::about_to_wait()
     // alarm.
     if (m_rounds == 2)
         set_alarm(m_next_tick);
-    if (m_rounds > enough_rounds)
-        pause();
+    // Waking up costs more than most reports in a flood.
+    if (m_rounds > enough_rounds && may_pause())
+        std::this_thread::sleep_until(pause_end(std::chrono::steady_clock::now(), m_next_tick));
+}
+
+bool TickPace::may_pause() const
+{
+    const Backlog &backlog = m_input.backlog();
+    const bool flood = backlog.handledSoFar() - m_reports_then >= flood_reports;
+    // With GLib, aboutToBlock comes even if events are waiting.
+    return flood && backlog.waiting() == 0 && !m_input.hands_back();
+}
+
+TickPace::TimePoint TickPace::pause_end(TimePoint now, TimePoint next_tick)
+{
+    return std::min(now + flood_pause, next_tick);
 }
 
 void TickPace::set_alarm(TimePoint at) const
@@ -60,10 +79,4 @@ void TickPace::set_alarm(TimePoint at) const
 void TickPace::clear_alarm() const
 {
     set_alarm({}); // a zero time disarms a timerfd, and takes back an expiry that nobody has read
-}
-
-void TickPace::pause() const
-{
-    // Waking up costs more than most reports in a flood.
-    std::this_thread::sleep_until(std::min(std::chrono::steady_clock::now() + flood_pause, m_next_tick));
 }

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <ostream>
@@ -29,16 +30,30 @@ Answer include_map(const QStringList &arguments)
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
+/// The files without suffix that the script's table of layers names.
+QStringList rooms()
+{
+    QFile script(INCLUDE_MAP);
+    EXPECT_TRUE(script.open(QFile::ReadOnly));
+    const QString table = QString(script.readAll()).section("LAYERS = {", 1).section("\n}", 0, 0);
+    QStringList names;
+    const QRegularExpression list("\\[([^\\]]*)\\]");
+    const QRegularExpression name("\"([^\"]*)\"");
+    for (auto lists = list.globalMatch(table); lists.hasNext();) {
+        const QString text = lists.next().captured(1);
+        for (auto found = name.globalMatch(text); found.hasNext();)
+            names << found.next().captured(1);
+    }
+    return names;
+}
+
 /// A project in a temporary folder with all files of the layers, without a fault and without a picture.
 class IncludeMap : public testing::Test
 {
 protected:
     IncludeMap()
     {
-        for (const char *room :
-             {"tickpace", "shortlines", "roundline", "testpatterns", "tagtext", "keptpicture", "geometry",
-              "process", "vcd", "hardware/zorvicwrapper", "hardware/zorvicexports", "hardware/reportlayout",
-              "hardware/abstracthardwarewrapper", "hardware/destinations", "hardware/reportdecoding"})
+        for (const QString &room : rooms())
             write(QString("src/%1.h").arg(room), "#pragma once\n");
         write("src/lxmain.cpp", "#include \"lxwindow.h\"\n");
         write("src/lxwindow.h", "#include \"strokesview.h\"\n");

@@ -1,7 +1,12 @@
 // Tests of how the window makes the event loop wait from one tick to the next.
 
 #include "lxwindow.h"
+#include "strokesview.h"
+#include "support/items.h"
+#include "support/pauses.h"
+#include "support/reports.h"
 #include "support/simulated_driver.h"
+#include "tickpace.h"
 
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
@@ -35,36 +40,160 @@ protected:
     QObject receiver; ///< receives events without effect
 };
 
-TEST_F(EventLoop, EventsOfAFloodGatherBetweenTicks)
+/// Events of one kind, each sent by another thread when the event loop is about to wait.
+class Flood : public EventLoop
 {
-    // Each event is posted once the last one has been handled. Without a pause, there would be hundreds per
-    // tick.
-    QEventLoop loop;
-    QThread flood;
-    QObject poster;
-    poster.moveToThread(&flood);
-    flood.start();
-    int handled = 0;
-    std::function<void()> answer = [&] {
-        ++handled;
-        QMetaObject::invokeMethod(&poster, [&] { QMetaObject::invokeMethod(&loop, answer); });
+protected:
+    static constexpr int flood = 12; ///< events in a tick that are many
+
+    Flood()
+    {
+        m_poster.moveToThread(&m_thread);
+        m_thread.start();
+    }
+    ~Flood() override
+    {
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    /// A pen that moves on, over the view.
+    void send_reports()
+    {
+        QObject::connect(view, &ItemView::out_pen_event, &m_context, [this] { ++m_handled; });
+        m_send = [this] {
+            m_x = 8'000 + (m_x + 1) % 8'000;
+            reports::deliver(hardware, reports::pen({0, m_x, 16'384, true, false, false}));
+        };
+    }
+
+    void send_events_without_reports()
+    {
+        m_send = [this] { QMetaObject::invokeMethod(&m_context, [this] { ++m_handled; }); };
+    }
+
+    /// How many events were handled from one tick to the next, and how often the loop paused.
+    struct Course
+    {
+        std::vector<int> handled_by_tick;
+        int pauses = 0;
     };
-    std::vector<int> handled_by_tick;
-    QObject::connect(&timer(), &QTimer::timeout, &loop, [&] {
-        handled_by_tick.push_back(std::exchange(handled, 0));
-        if (handled_by_tick.size() == 10)
-            loop.quit();
+
+    /// Lets ticks pass until ten have had enough events for a pause, or a hundred in all.
+    Course run()
+    {
+        Course course;
+        const int pauses_before = pauses();
+        QEventLoop loop;
+        int ticks_with_many = 0;
+        QObject::connect(&timer(), &QTimer::timeout, &loop, [&] {
+            ticks_with_many += m_handled >= flood ? 1 : 0;
+            course.handled_by_tick.push_back(std::exchange(m_handled, 0));
+            if (ticks_with_many == 10 || course.handled_by_tick.size() == 100)
+                loop.quit();
+        });
+        QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &loop,
+                         [this] { QMetaObject::invokeMethod(&m_poster, m_send); });
+        loop.exec();
+        course.pauses = pauses() - pauses_before;
+        return course;
+    }
+
+    /// Whether the flood was one, and none of it was held up.
+    static testing::AssertionResult was_never_held_up(const Course &course)
+    {
+        const auto &ticks = course.handled_by_tick;
+        if (*std::max_element(ticks.begin(), ticks.end()) < flood)
+            return testing::AssertionFailure() << "there were too few events to tell";
+        if (course.pauses > 0)
+            return testing::AssertionFailure() << course.pauses << " pauses";
+        return testing::AssertionSuccess();
+    }
+
+    ZorvicHardware &hardware = *dialog.findChild<ZorvicHardware *>();
+    StrokesView *const view = dialog.findChild<StrokesView *>();
+
+private:
+    QObject m_context;
+    QThread m_thread;
+    QObject m_poster;
+    std::function<void()> m_send; ///< runs on the other thread
+    int m_handled = 0;
+    int m_x = 8'000;
+};
+
+TEST_F(Flood, OfReportsGathersBetweenTicks)
+{
+    send_reports();
+
+    const Course course = run();
+
+    EXPECT_GT(course.pauses, 0);
+    // Without a pause a tick has time for hundreds.
+    for (std::size_t tick = 1; tick < course.handled_by_tick.size(); ++tick)
+        EXPECT_LE(course.handled_by_tick.at(tick), 20) << tick;
+}
+
+TEST_F(Flood, OfOtherEventsIsNotHeldUp)
+{
+    send_events_without_reports();
+
+    EXPECT_TRUE(was_never_held_up(run()));
+}
+
+TEST_F(Flood, OfOtherEventsIsNotHeldUpByAFewReports)
+{
+    send_events_without_reports();
+    int x = 8'000;
+    QObject::connect(&timer(), &QTimer::timeout, &receiver, [&] {
+        reports::deliver(hardware, reports::pen({1, ++x, 16'384, true, false, false}));
     });
 
-    answer();
-    loop.exec();
-    flood.quit();
-    flood.wait();
-
-    EXPECT_GT(*std::max_element(handled_by_tick.begin(), handled_by_tick.end()), 0);
-    for (std::size_t tick = 1; tick < handled_by_tick.size(); ++tick)
-        EXPECT_LE(handled_by_tick.at(tick), 20) << tick;
+    EXPECT_TRUE(was_never_held_up(run()));
 }
+
+TEST_F(Flood, IsNotHeldUpWhileReportsWait)
+{
+    send_reports();
+    hardware.backlog().sent();
+
+    EXPECT_TRUE(was_never_held_up(run()));
+}
+
+TEST_F(Flood, IsNotHeldUpWhileAContactGoesBackToTheSystem)
+{
+    constexpr int outside = 65'535;
+    send_reports();
+    dialog.findChild<Korvane *>()->in_touch_event({{7, outside, outside, 100, true}});
+
+    EXPECT_TRUE(was_never_held_up(run()));
+}
+
+struct Pause
+{
+    const char *name;
+    int until_tick; ///< milliseconds
+    int length;     ///< milliseconds
+};
+
+class APause : public testing::TestWithParam<Pause>
+{
+};
+
+TEST_P(APause, EndsAtTheTickAtTheLatest)
+{
+    using std::chrono::milliseconds;
+    const TickPace::TimePoint now(std::chrono::hours(1));
+
+    const auto end = TickPace::pause_end(now, now + milliseconds(GetParam().until_tick));
+
+    EXPECT_EQ(end - now, milliseconds(GetParam().length));
+}
+
+INSTANTIATE_TEST_SUITE_P(TickPace, APause,
+                         testing::Values(Pause{"LongBeforeTheTick", 8, 2}, Pause{"JustBeforeTheTick", 1, 1},
+                                         Pause{"AtTheTick", 0, 0}, Pause{"AfterTheTick", -3, -3}),
+                         row_name<Pause>);
 
 /// Nanoseconds until the process's timerfd fires; 0 if it is not set.
 long long time_to_alarm()

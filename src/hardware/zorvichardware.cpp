@@ -234,17 +234,22 @@ void ZorvicHardware::processPacket(const QByteArray &report)
     if (isPenPacket(report)) {
         PenEvent event;
         getPenData(report, event);
-        if (!preProcessPenEvent(event))
-            emit penEvent(event);
+        if (preProcessPenEvent(event))
+            return;
+        m_backlog.sent();
+        emit penEvent(event);
     } else if (isTouchPacket(report)) {
         TouchEvent contacts;
         getTouchData(report, contacts);
         const TouchEvent kept = preProcessTouchEvent(contacts);
-        if (!kept.isEmpty())
-            emit touchEvent(kept);
+        if (kept.isEmpty())
+            return;
+        m_backlog.sent();
+        emit touchEvent(kept);
     } else if (isErasePacket(report)) {
         EraseEvent contacts;
         getEraseData(report, contacts);
+        m_backlog.sent();
         emit eraseEvent(contacts);
     } else if (isTouchStatusPacket(report)) {
         TouchStatus values;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hardware/abstracthardwarewrapper.h"
+#include "hardware/backlog.h"
 #include "hardware/destinations.h"
 
 #include <QByteArray>
@@ -186,6 +187,10 @@ public:
     /// counts all of them and wraps. Any thread.
     void redirectTouchEvent(const QList<TouchContact> &contacts);
 
+    /// Counts the pen, touch and erase reports that have been emitted; whoever handles them has to say so.
+    Backlog &backlog() { return m_backlog; }
+    const Backlog &backlog() const { return m_backlog; }
+
 signals:
     /// A board or hub has come or gone; enumeration follows.
     void pnpEvent();
@@ -211,6 +216,7 @@ private:
 
     const QRect m_screen;        ///< geometry of the primary screen at construction, pixels
     Destinations m_destinations; ///< of pens and touches
+    Backlog m_backlog;
 
     mutable std::mutex m_mutex; ///< guards what follows, down to m_generation
     qint32 m_statusBoard = 0;   ///< the board last passed to getTouchStatus
