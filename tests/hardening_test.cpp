@@ -75,6 +75,18 @@ public:
         return names;
     }
 
+    bool defines(const std::string &function) const
+    {
+        bool found = false;
+        each(SHT_SYMTAB, [&](Elf_Data *data, const GElf_Shdr &section, int index) {
+            GElf_Sym symbol;
+            gelf_getsym(data, index, &symbol);
+            found |= symbol.st_shndx != SHN_UNDEF
+                && function == elf_strptr(m_elf, section.sh_link, symbol.st_name);
+        });
+        return found;
+    }
+
     /// The first four bytes of a function, as in the file.
     std::vector<unsigned char> beginning(const std::string &function) const
     {
@@ -164,6 +176,12 @@ INSTANTIATE_TEST_SUITE_P(, AReleaseBuild, testing::Values(program, driver), [](c
 TEST(TheProgram, IsAPositionIndependentExecutable)
 {
     EXPECT_TRUE(ElfFile(program).dynamic(DT_FLAGS_1) & DF_1_PIE);
+}
+
+TEST(TheProgram, HoldsTheTraceRecorderThoughNothingCallsIt)
+{
+    EXPECT_TRUE(
+        ElfFile(program).defines("_ZN3Vcd9write_vcdERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"));
 }
 
 // Driver and program are compiled with the same options, but the program calls nothing that could be
