@@ -45,6 +45,17 @@ template <typename Run> void onManyThreads(int count, Run run)
         thread.join();
 }
 
+/// Writes to @p kilobytes of the calling thread's stack.
+void fillStack(int kilobytes)
+{
+    volatile char bytes[1024];
+    for (volatile char &byte : bytes)
+        byte = 1;
+    if (kilobytes > 1)
+        fillStack(kilobytes - 1);
+    bytes[0] = 0; // keeps the frame until here, so that the recursion is no loop
+}
+
 /// Repeats what follows the header until the report has @p length bytes.
 Bytes repeated(const Bytes &report, int length)
 {
@@ -242,6 +253,13 @@ void HostileDriver::call(PacketCallback callback, int board, const Bytes &report
 
 void HostileDriver::call(PnpCallback callback, void *context)
 {
+    if (is(Kind::deepStack)) {
+        std::thread([=] {
+            fillStack(m_misbehaviour.value);
+            callback(context);
+        }).join();
+        return;
+    }
     if (is(Kind::threads)) {
         onManyThreads(m_misbehaviour.value, [=] { callback(context); });
         return;

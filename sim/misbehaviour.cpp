@@ -34,6 +34,7 @@ constexpr Entry entries[] = {
     {"callbacks-in-attach", Misbehaviour::Kind::callbacksInAttach, false},
     {"callbacks-in-registration", Misbehaviour::Kind::callbacksInRegistration, false},
     {"callbacks-in-detach", Misbehaviour::Kind::callbacksInDetach, false},
+    {"deep-stack", Misbehaviour::Kind::deepStack, true, 1},
     {"threads", Misbehaviour::Kind::threads, true, 1},
     {"pnp-in-report", Misbehaviour::Kind::pnpInReport, false},
     {"bad-arguments", Misbehaviour::Kind::badArguments, false},

@@ -15,6 +15,7 @@ struct Misbehaviour
         callbacksInAttach,
         callbacksInRegistration,
         callbacksInDetach,
+        deepStack,
         threads,
         pnpInReport,
         badArguments,

@@ -13,12 +13,15 @@
 #include <QTimer>
 
 #include <chrono>
+#include <optional>
 
 namespace {
 
 constexpr int tick_ms = 8;
 constexpr int letter_case = 0x20; // the bit that tells lower-case from upper-case letters
 
+/// Where a contact is drawn. Whether it is the program's is asked at ZorvicHardware::mapUSBPosToDevicePos,
+/// which maps by 32767 instead of 32768 units.
 QPoint pixels(QPointF normalised, QSize screen)
 {
     return {static_cast<int>(screen.width() * normalised.x()),
@@ -37,7 +40,8 @@ void scale_radius(Korvane::Controls &record, QSize screen)
     record.radius = {record.radius.x() * screen.width(), record.radius.y() * screen.height()};
 }
 
-/// What the desktop and assistive tools show of it. Nothing of that is drawn in the window.
+/// Names the window and the application for the desktop and for assistive tools. None of it is drawn in the
+/// window.
 void introduce(QWidget &window)
 {
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Lanternix"));
@@ -72,7 +76,6 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
     m_views.push_back(m_view);
 
     m_korvane = std::make_unique<Korvane>(m_view, this);
-    process::make_stacks_small(); // not before the driver has started its own threads, which may need more
     // Direct, since all live on this thread: the slots write into the sender's records.
     connect(m_korvane.get(), &Korvane::out_korvane_pen_event, this, &LanternixDialog::in_korvane_pen);
     connect(m_korvane.get(), &Korvane::out_korvane_touch_event, this, &LanternixDialog::in_korvane_touch);
@@ -88,8 +91,8 @@ LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 
 LanternixDialog::~LanternixDialog()
 {
-    // A driver may call back until it has been detached, and here too: no contact may come to a window that
-    // goes.
+    // The driver may call back until it is detached, which happens below. No contact may reach a window that
+    // is being destroyed.
     m_korvane->disconnect(this);
 }
 
@@ -171,13 +174,24 @@ void LanternixDialog::start_timer()
     m_pace->expect_tick(std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_ms));
 }
 
-void LanternixDialog::in_timer_update()
+void LanternixDialog::begin_renders()
 {
-    start_timer();
+    std::size_t count = 0;
+    for (const ItemView *const view : m_views)
+        count += view->items().size();
+    std::optional<process::SmallStacks> small;
+    if (count > process::kept_stacks)
+        small.emplace();
     for (ItemView *const view : m_views) {
         for (const auto &item : view->items())
             item->update_begin();
     }
+}
+
+void LanternixDialog::in_timer_update()
+{
+    start_timer();
+    begin_renders();
     for (ItemView *const view : m_views) {
         for (const auto &item : view->items())
             item->update_end();

@@ -25,8 +25,7 @@ public:
     /// The program's version. CMakeLists.txt and the scripts read it from this line: its form has to stay.
     static constexpr const char *version = "0.1.0";
 
-    /// Shows itself maximized and starts receiving contacts. Settles for the whole process what Qt and the C
-    /// library would load and keep for it, and the application's name and version.
+    /// Shows itself maximized and starts receiving contacts. Sets the application's name and version.
     explicit LanternixDialog(QWidget *parent);
     ~LanternixDialog() override;
 
@@ -53,6 +52,7 @@ private:
                ViewOperation deliver);
     void toggle_maximized();
     void start_timer();
+    void begin_renders();
 
     std::unique_ptr<Korvane> m_korvane;
     Targets m_pen_targets;

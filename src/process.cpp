@@ -2,10 +2,7 @@
 
 #include <QByteArray>
 
-#include <cstddef>
-
 #include <malloc.h>
-#include <pthread.h>
 
 void process::leave_opengl_out()
 {
@@ -19,14 +16,26 @@ void process::share_heap()
     mallopt(M_ARENA_MAX, 1);
 }
 
-void process::make_stacks_small()
+process::SmallStacks::SmallStacks()
 {
     constexpr std::size_t stack_size = 1 << 20;
-    pthread_attr_t attributes{};
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, stack_size);
-    pthread_setattr_default_np(&attributes);
-    pthread_attr_destroy(&attributes);
+    if (pthread_getattr_default_np(&m_former) != 0)
+        return;
+    pthread_attr_t small{};
+    pthread_attr_init(&small);
+    pthread_attr_setstacksize(&small, stack_size);
+    m_changed = pthread_setattr_default_np(&small) == 0;
+    pthread_attr_destroy(&small);
+    if (!m_changed)
+        pthread_attr_destroy(&m_former);
+}
+
+process::SmallStacks::~SmallStacks()
+{
+    if (!m_changed)
+        return;
+    pthread_setattr_default_np(&m_former);
+    pthread_attr_destroy(&m_former);
 }
 
 void process::give_memory_back()

@@ -2,6 +2,7 @@
 #include "lxwindow.h"
 #include "strokesview.h"
 #include "support/contact_receiver.h"
+#include "support/items.h"
 #include "support/reports.h"
 #include "support/simulated_driver.h"
 
@@ -23,7 +24,6 @@
 #include <utility>
 #include <vector>
 
-#include <malloc.h>
 #include <pthread.h>
 
 namespace {
@@ -325,79 +325,77 @@ TEST_F(Dialog, TellsAssistiveToolsWhatItIs)
     EXPECT_TRUE(dialog->accessibleDescription().contains("Escape ends the program"));
 }
 
-// Tests of what the window asks of Qt and of the C library.
+// Tests of the threads' stacks.
 
-struct OpenGl
+std::size_t default_stack()
 {
-    const char *asked_for; ///< null: nothing
-    const char *used;
-};
-
-TEST(Window, LeavesOpenGlOutUnlessAskedForIt)
-{
-    constexpr const char *variable = "QT_XCB_GL_INTEGRATION";
-    for (const OpenGl &row : {OpenGl{nullptr, "none"}, OpenGl{"xcb_egl", "xcb_egl"}, OpenGl{"", ""}}) {
-        SCOPED_TRACE(row.asked_for ? row.asked_for : "nothing asked for");
-        if (row.asked_for)
-            qputenv(variable, row.asked_for);
-        else
-            qunsetenv(variable);
-
-        const SimulatedDriver driver;
-        const LanternixDialog dialog(nullptr);
-
-        EXPECT_EQ(qgetenv(variable), row.used);
-        EXPECT_TRUE(qEnvironmentVariableIsSet(variable));
-    }
-}
-
-/// The number of heaps that the C library keeps, as counted by malloc_info(3).
-std::size_t heaps()
-{
-    char *text = nullptr;
-    std::size_t size = 0;
-    std::FILE *const file = open_memstream(&text, &size);
-    malloc_info(0, file);
-    std::fclose(file);
-    const std::string told(text, size);
-    std::free(text);
-    std::size_t count = 0;
-    for (std::size_t at = 0; (at = told.find("<heap ", at)) != std::string::npos; ++at)
-        ++count;
-    return count;
-}
-
-TEST_F(Dialog, ThreadsShareTheHeapsThatThereAre)
-{
-    constexpr int threads = 16;
-    const std::size_t before = heaps();
-    std::vector<std::future<void>> renders;
-    std::atomic<int> started = 0;
-    for (int i = 0; i < threads; ++i) {
-        renders.push_back(std::async(std::launch::async, [&started] {
-            const std::vector<char> memory(100'000); // larger than what a thread keeps for itself
-            ++started;
-            while (started != threads) // so that all threads run at once
-                std::this_thread::yield();
-        }));
-    }
-    for (std::future<void> &render : renders)
-        render.wait();
-
-    EXPECT_EQ(heaps(), before);
-}
-
-TEST_F(Dialog, TheStacksOfTwiceAsManyThreadsAsFingersAreKept)
-{
-    constexpr std::size_t kept_by_the_c_library = 40 << 20; // bytes: glibc.pthread.stack_cache_size
     pthread_attr_t attributes{};
     std::size_t size = 0;
-    ASSERT_EQ(pthread_getattr_default_np(&attributes), 0);
-    ASSERT_EQ(pthread_attr_getstacksize(&attributes, &size), 0);
+    pthread_getattr_default_np(&attributes);
+    pthread_attr_getstacksize(&attributes, &size);
     pthread_attr_destroy(&attributes);
+    return size;
+}
 
-    EXPECT_LE(20 * size, kept_by_the_c_library);
-    EXPECT_GE(size, std::size_t{1} << 20) << "threads that the driver starts later have them too";
+std::size_t own_stack()
+{
+    pthread_attr_t attributes{};
+    std::size_t size = 0;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstacksize(&attributes, &size);
+    pthread_attr_destroy(&attributes);
+    return size;
+}
+
+struct Stacks
+{
+    const char *name;
+    int items;
+    std::size_t size; ///< of a render's stack; 0: the usual size
+};
+
+class StacksOfRenders : public Dialog, public testing::WithParamInterface<Stacks>
+{
+};
+
+TEST_P(StacksOfRenders, AreSmallIfTheCLibraryWouldNotKeepThem)
+{
+    const std::size_t usual = default_stack();
+    std::atomic<std::size_t> largest = 0;
+    for (int i = 0; i < GetParam().items; ++i)
+        view->add_item(std::make_shared<WatchedItem>([&largest] {
+            for (std::size_t known = largest; known < own_stack();)
+                largest.compare_exchange_weak(known, own_stack());
+        }));
+
+    dialog->in_timer_update();
+
+    EXPECT_EQ(largest, GetParam().size ? GetParam().size : usual);
+    EXPECT_EQ(default_stack(), usual) << "for the threads of the driver";
+}
+
+INSTANTIATE_TEST_SUITE_P(Dialog, StacksOfRenders,
+                         testing::Values(Stacks{"Five", 5, 0}, Stacks{"Six", 6, std::size_t{1} << 20},
+                                         Stacks{"Twenty", 20, std::size_t{1} << 20}),
+                         row_name<Stacks>);
+
+TEST(ThreadsOfTheDriver, HaveTheUsualStackAfterAReplugWithTagsOnTheScreen)
+{
+    SimulatedDriver driver =
+        SimulatedDriver::hostile("deep-stack=4096",
+                                 QStringList{R"({"type":"device","kind":1,"board":7,"info":""})",
+                                             SimulatedDriver::gate("go"), R"({"type":"plug","board":7})"});
+    LanternixDialog dialog(nullptr);
+    auto *const view = dialog.findChild<StrokesView *>();
+    std::atomic<int> rendered = 0;
+    for (int i = 0; i < 5; ++i)
+        view->add_item(std::make_shared<WatchedItem>([&rendered] { ++rendered; }));
+    ASSERT_TRUE(QTest::qWaitFor([&rendered] { return rendered == 5; }));
+    driver.clear_calls();
+
+    driver.open_gate("go");
+
+    EXPECT_TRUE(QTest::qWaitFor([&driver] { return !driver.calls("SetCallback").empty(); }));
 }
 
 } // namespace

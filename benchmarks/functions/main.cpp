@@ -1,3 +1,5 @@
+#include "process.h"
+
 #include <QApplication>
 
 #include <benchmark/benchmark.h>
@@ -10,6 +12,7 @@ int main(int argc, char *argv[])
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
+    process::share_heap(); // as the program does
     const QApplication application(argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

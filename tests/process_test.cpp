@@ -1,0 +1,80 @@
+#include "process.h"
+
+#include <QByteArray>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <malloc.h>
+
+namespace {
+
+struct OpenGl
+{
+    const char *asked_for; ///< null: nothing
+    const char *used;
+};
+
+TEST(TheProcess, LeavesOpenGlOutUnlessAskedForIt)
+{
+    constexpr const char *variable = "QT_XCB_GL_INTEGRATION";
+    for (const OpenGl &row : {OpenGl{nullptr, "none"}, OpenGl{"xcb_egl", "xcb_egl"}, OpenGl{"", ""}}) {
+        SCOPED_TRACE(row.asked_for ? row.asked_for : "nothing asked for");
+        if (row.asked_for)
+            qputenv(variable, row.asked_for);
+        else
+            qunsetenv(variable);
+
+        process::leave_opengl_out();
+
+        EXPECT_EQ(qgetenv(variable), row.used);
+        EXPECT_TRUE(qEnvironmentVariableIsSet(variable));
+    }
+}
+
+/// The number of heaps that the C library keeps, as counted by malloc_info(3).
+std::size_t heaps()
+{
+    char *text = nullptr;
+    std::size_t size = 0;
+    std::FILE *const file = open_memstream(&text, &size);
+    malloc_info(0, file);
+    std::fclose(file);
+    const std::string told(text, size);
+    std::free(text);
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = told.find("<heap ", at)) != std::string::npos; ++at)
+        ++count;
+    return count;
+}
+
+TEST(TheProcess, SharesOneHeapAmongItsThreads)
+{
+    process::share_heap();
+    constexpr int threads = 16;
+    const std::size_t before = heaps();
+    std::vector<std::future<void>> renders;
+    std::atomic<int> started = 0;
+    for (int i = 0; i < threads; ++i) {
+        renders.push_back(std::async(std::launch::async, [&started] {
+            const std::vector<char> memory(100'000); // larger than what a thread keeps for itself
+            ++started;
+            while (started != threads) // so that all threads run at once
+                std::this_thread::yield();
+        }));
+    }
+    for (std::future<void> &render : renders)
+        render.wait();
+
+    EXPECT_EQ(heaps(), before);
+}
+
+} // namespace
