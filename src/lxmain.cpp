@@ -1,12 +1,15 @@
 #include "lxwindow.h"
+#include "process.h"
 
 #include <QApplication>
 
 int main(int argc, char *argv[])
 {
+    process::leave_opengl_out();
+    process::share_heap();
     QApplication application(argc, argv);
-    // Contacts come from the board itself and go back to the system by hand: Qt must not make one of the
-    // other.
+    // Contacts come from the board itself and go back to the system by hand: Qt must synthesize neither touch
+    // events from the mouse nor mouse events from touches.
     QCoreApplication::setAttribute(Qt::AA_SynthesizeTouchForUnhandledMouseEvents, false);
     QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
     LanternixDialog dialog(nullptr);

@@ -60,8 +60,6 @@ void introduce(QWidget &window)
 
 LanternixDialog::LanternixDialog(QWidget *parent) : QDialog(parent)
 {
-    process::leave_opengl_out();
-    process::share_heap();
     introduce(*this);
     // Deliberate: the native window is made before it is translucent, and so without alpha. The view fills
     // all of it; with alpha Qt would clear the window's memory before each painting, and the X server keep a
