@@ -13,12 +13,61 @@
 
 using namespace boardsim;
 
-TEST(TheDemonstration, ShowsEveryKindOfStepAndContactForEver)
+namespace {
+
+std::vector<Step> demonstrationSteps()
 {
     std::istringstream text(demonstration);
     std::string error;
     const std::optional<Scenario> scenario = readScenario(text, "demonstration", error);
-    ASSERT_TRUE(scenario) << error;
+    EXPECT_TRUE(scenario) << error;
+    return scenario ? scenario->steps : std::vector<Step>();
+}
+
+// On a screen of 1366 x 768, the smallest that the demonstration is made for, the help text ends here.
+constexpr int helpWidth = 492 * 32768 / 1366;
+constexpr int helpHeight = 525 * 32768 / 768;
+
+bool draws(const MovingContact &contact)
+{
+    return contact.kind == MovingContact::Kind::touch
+        || (contact.kind == MovingContact::Kind::pen && contact.tip);
+}
+
+bool crossesTheHelpText(const MovingContact &contact)
+{
+    constexpr int pieces = 100;
+    for (int i = 0; i <= pieces; ++i) {
+        const auto point = pointOn(contact.path, double(i) / pieces);
+        if (point.x - contact.extent < helpWidth && point.y - contact.extent < helpHeight)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+TEST(TheDemonstration, LeavesTheHelpTextFree)
+{
+    int drawing = 0;
+
+    for (const Step &step : demonstrationSteps()) {
+        const auto *const move = std::get_if<Move>(&step);
+        if (!move)
+            continue;
+        for (const MovingContact &contact : move->contacts) {
+            if (!draws(contact))
+                continue;
+            ++drawing;
+            EXPECT_FALSE(crossesTheHelpText(contact)) << "contact " << drawing << " that draws";
+        }
+    }
+
+    EXPECT_GT(drawing, 0);
+}
+
+TEST(TheDemonstration, ShowsEveryKindOfStepAndContactForEver)
+{
     std::vector<std::string> marks;
     std::int64_t time = 0;
     std::set<MovingContact::Kind> kinds;
@@ -27,7 +76,7 @@ TEST(TheDemonstration, ShowsEveryKindOfStepAndContactForEver)
     bool hovering = false;
     bool endless = false;
 
-    for (const Step &step : scenario->steps) {
+    for (const Step &step : demonstrationSteps()) {
         if (const auto *const found = std::get_if<Mark>(&step))
             marks.push_back(found->text);
         if (const auto *const found = std::get_if<Repeat>(&step))
