@@ -76,7 +76,8 @@ public:
     /// Draws the current pattern into its image.
     void redraw_test();
 
-    /// The view's size in a window that is not maximized, pixels: half a common screen.
+    /// The size at which a window that is not maximized appears first, pixels, if that is no more than two
+    /// thirds of the screen, which Qt limits it to.
     QSize sizeHint() const override;
     void resizeEvent(QResizeEvent *event) override;
     void paintEvent(QPaintEvent *event) override;

@@ -93,7 +93,9 @@ TEST(TheEnterKey, LeavesTheMaximizedWindowAndReturnsToIt)
 
     program.desktop().press("Return");
     EXPECT_TRUE(eventually([&] { return program.desktop().window_area().width() < maximized.width(); }));
-    EXPECT_GT(program.desktop().window_area().width(), Desktop::width / 4) << "large enough to be used";
+    const QSize two_thirds(Desktop::width * 2 / 3, Desktop::height * 2 / 3);
+    EXPECT_EQ(program.desktop().window_area().size(), QSize(960, 540).boundedTo(two_thirds));
+    EXPECT_EQ(StrokesView().sizeHint(), QSize(960, 540));
 
     program.desktop().press("Return");
     EXPECT_TRUE(eventually([&] { return program.desktop().window_area() == maximized; }));
