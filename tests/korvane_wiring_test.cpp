@@ -6,9 +6,11 @@
 #include <QLocale>
 #include <QMetaMethod>
 #include <QPointer>
+#include <QWidget>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <functional>
 #include <iostream>
@@ -78,6 +80,19 @@ protected:
 };
 
 // Tests of the construction.
+
+TEST(AReportWhileTheBoardsAreFound, GoesToTheSystemIfItIsNotOverTheTarget)
+{
+    SimulatedDriver driver = SimulatedDriver::hostile("callbacks-in-registration");
+    QWidget target; // is not shown
+
+    const Korvane korvane(&target, nullptr);
+
+    const std::vector<DriverCall> sent = driver.calls("SendTouchPacketToSystem");
+    EXPECT_TRUE(std::any_of(sent.begin(), sent.end(), [](const DriverCall &call) {
+        return call.thread != gettid();
+    })) << "by the thread that brought it, without asking the input model";
+}
 
 TEST_F(Wiring, ConstructionEnumeratesThenConfiguresTwice)
 {

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -25,6 +26,7 @@
 #include <vector>
 
 #include <pthread.h>
+#include <unistd.h>
 
 namespace {
 
@@ -178,6 +180,23 @@ TEST_F(Dialog, SamplesThatNoWidgetTakesGoBackToTheSystem)
 
     EXPECT_EQ(records.pens + records.touches, 0);
     EXPECT_EQ(handed_back(driver).size(), 2U);
+}
+
+TEST(AWindowThatIsDestroyed, LeavesItsContactsToTheSystem)
+{
+    SimulatedDriver driver = SimulatedDriver::hostile("callbacks-in-detach");
+    auto dialog = std::make_unique<LanternixDialog>(nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog.get()));
+    reports::deliver(*dialog->findChild<ZorvicHardware *>(),
+                     reports::pen({0, 9000, 9000, true, false, false}));
+    ASSERT_TRUE(driver.calls("SendTouchPacketToSystem").empty()) << "the view has taken the pen";
+
+    dialog.reset();
+
+    const std::vector<DriverCall> sent = driver.calls("SendTouchPacketToSystem");
+    EXPECT_TRUE(std::any_of(sent.begin(), sent.end(), [](const DriverCall &call) {
+        return call.thread == gettid();
+    })) << "what came while the driver detached";
 }
 
 // Tests of the tick.
