@@ -102,6 +102,7 @@ bool Korvane::repeats(const Controls &a, const Controls &b)
 Korvane::Korvane(QWidget *target, QObject *parent) : QObject(parent), m_hardware(new ZorvicHardware(this))
 {
     m_hardware->setWidgetOfInterest(target);
+    m_hardware->backlog().follow();
     // Automatic connections: queued for the GUI thread when the driver's thread emits, direct within init.
     connect(m_hardware, SIGNAL(deviceEnumCount(int)), this, SLOT(in_device_enum_count(int)));
     // clang-format off
@@ -154,7 +155,7 @@ void Korvane::in_pen_event(const ZorvicHardware::PenEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::map<int, Controls> id_to_last_map;
 
-    m_hardware->backlog().handled();
+    m_hardware->backlog().handled(1);
     Controls record;
     record.id = record_id(event);
     record.buttons = (event.tip ? 1 : 0) | (event.button ? 2 : 0);
@@ -183,7 +184,7 @@ void Korvane::in_touch_event(const ZorvicHardware::TouchEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::vector<Controls> last;
 
-    m_hardware->backlog().handled();
+    m_hardware->backlog().handled(event.size());
     const ZorvicHardware::TouchEvent unclaimed =
         convert(event, m_touch_contacts, m_id_to_hoop_map, last, &Korvane::out_korvane_touch_event);
     if (!unclaimed.isEmpty())
@@ -195,7 +196,7 @@ void Korvane::in_erase_event(const ZorvicHardware::EraseEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::vector<Controls> last;
 
-    m_hardware->backlog().handled();
+    m_hardware->backlog().handled(event.size());
     // Deliberate: the driver takes no erasers back; what no widget takes is swallowed until it lifts.
     convert(event, m_erase_contacts, m_id_to_hoop_map, last, &Korvane::out_korvane_erase_event);
 }

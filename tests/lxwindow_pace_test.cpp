@@ -155,7 +155,7 @@ TEST_F(Flood, OfOtherEventsIsNotHeldUpByAFewReports)
 TEST_F(Flood, IsNotHeldUpWhileReportsWait)
 {
     send_reports();
-    hardware.backlog().sent();
+    hardware.backlog().sent(1);
 
     EXPECT_TRUE(was_never_held_up(run()));
 }

@@ -73,6 +73,7 @@ void ZorvicHardware::uninit()
 {
     if (!m_wrapper)
         return;
+    const Backlog::Opening opening(m_backlog);
     m_wrapper->ClearPnpCallback(pnpCallback, this);
     m_wrapper->Detach();
 }
@@ -98,6 +99,7 @@ void ZorvicHardware::enumerate()
 
 void ZorvicHardware::enumerate(int generation)
 {
+    const Backlog::Opening opening(m_backlog);
     int count = 0;
     if (m_wrapper) {
         m_wrapper->Attach();
@@ -191,9 +193,10 @@ QList<ZorvicHardware::BoardInfo> ZorvicHardware::boards() const
     return m_boards;
 }
 
-/// Calls @p operation with the number of each board, in the order of enumeration.
-template <typename Operation> void ZorvicHardware::forEachBoard(Operation operation) const
+/// Calls the driver by @p operation with the number of each board, in the order of enumeration.
+template <typename Operation> void ZorvicHardware::forEachBoard(Operation operation)
 {
+    const Backlog::Opening opening(m_backlog);
     const QList<BoardInfo> copy = boards();
     for (const BoardInfo &board : copy)
         operation(board.board);
@@ -236,7 +239,7 @@ void ZorvicHardware::processPacket(const QByteArray &report)
         getPenData(report, event);
         if (preProcessPenEvent(event))
             return;
-        m_backlog.sent();
+        m_backlog.sent(1);
         emit penEvent(event);
     } else if (isTouchPacket(report)) {
         TouchEvent contacts;
@@ -244,12 +247,12 @@ void ZorvicHardware::processPacket(const QByteArray &report)
         const TouchEvent kept = preProcessTouchEvent(contacts);
         if (kept.isEmpty())
             return;
-        m_backlog.sent();
+        m_backlog.sent(kept.size());
         emit touchEvent(kept);
     } else if (isErasePacket(report)) {
         EraseEvent contacts;
         getEraseData(report, contacts);
-        m_backlog.sent();
+        m_backlog.sent(contacts.size());
         emit eraseEvent(contacts);
     } else if (isTouchStatusPacket(report)) {
         TouchStatus values;
@@ -273,6 +276,7 @@ void ZorvicHardware::dumpPacket(const QString &label, const unsigned char *data,
 
 bool ZorvicHardware::sendCommand(int board, const QByteArray &command)
 {
+    const Backlog::Opening opening(m_backlog);
     return m_wrapper && m_wrapper->WritePacket(board, command.constData(), command.size()) != -1;
 }
 
@@ -391,6 +395,7 @@ void ZorvicHardware::sendToSystem(unsigned char length, const unsigned char *rep
     const QList<BoardInfo> enumerated = boards();
     if (enumerated.isEmpty())
         return;
+    const Backlog::Opening opening(m_backlog);
     // Deliberate: always through the board enumerated first, whichever board the report came from.
     m_wrapper->SendTouchPacketToSystem(enumerated.first().board, length, report);
 }

@@ -211,7 +211,7 @@ private:
     void enumerateDevice(const _ZORVIC_DEVICE_INFO &info, int generation);
     void addBoard(const _ZORVIC_DEVICE_INFO &info, int generation);
     QList<BoardInfo> boards() const;
-    template <typename Operation> void forEachBoard(Operation operation) const;
+    template <typename Operation> void forEachBoard(Operation operation);
     void sendToSystem(unsigned char length, const unsigned char *report);
 
     const QRect m_screen;        ///< geometry of the primary screen at construction, pixels
