@@ -1,12 +1,16 @@
 #include "calllog.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <string_view>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 namespace boardsim {
@@ -25,12 +29,41 @@ CallLog::Record newRecord()
     return record;
 }
 
+bool writeAll(int file, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = write(file, text.data(), text.size());
+        if (written < 0 && errno != EINTR)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+    return true;
+}
+
+/// Returns 0, or the error's number. A write beyond the limit of a file's size, or to a pipe without a
+/// reader, fails like any other: the signal that would end the program is taken back.
+int writeWithoutSignal(int file, const std::string &text)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGXFSZ);
+    sigaddset(&signals, SIGPIPE);
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &signals, &before);
+    const int error = writeAll(file, text) ? 0 : errno;
+    if (error == EFBIG || error == EPIPE) {
+        const timespec atOnce{};
+        sigtimedwait(&signals, nullptr, &atOnce);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return error;
+}
+
 } // namespace
 
 CallLog::~CallLog()
 {
-    if (m_file >= 0)
-        close(m_file);
+    closeLocked();
 }
 
 void CallLog::open()
@@ -49,15 +82,30 @@ void CallLog::openOnce()
 void CallLog::openLocked()
 {
     m_opened = true;
-    if (m_file >= 0)
-        close(m_file);
-    m_file = -1;
+    closeLocked();
     const char *const name = std::getenv(variable);
-    if (!name || !*name)
+    m_name = name ? name : "";
+    if (m_name.empty())
         return;
     m_file = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (m_file < 0)
-        std::fprintf(stderr, "%s:0: the log cannot be opened: %s\n", name, std::strerror(errno));
+        complain("opened", errno);
+}
+
+void CallLog::closeLocked()
+{
+    if (m_file >= 0)
+        close(m_file);
+    m_file = -1;
+}
+
+/// Says so once for each file, however often the program attaches.
+void CallLog::complain(const char *what, int error)
+{
+    if (m_name == m_complaint)
+        return;
+    m_complaint = m_name;
+    std::fprintf(stderr, "%s:0: the log cannot be %s: %s\n", m_name.c_str(), what, std::strerror(error));
 }
 
 void CallLog::addCall(const char *name, const Record &arguments, const Record &result)
@@ -83,9 +131,12 @@ void CallLog::append(const Record &record)
     const std::lock_guard lock(m_mutex);
     if (m_file < 0)
         return;
-    // Deliberate: one write a line, and its result is ignored. After a short write, a second one could end up
-    // behind the line of another process.
-    [[maybe_unused]] const ssize_t written = write(m_file, line.data(), line.size());
+    const int error = writeWithoutSignal(m_file, line);
+    if (error == 0)
+        return;
+    // A log with gaps would mislead, so nothing follows a line that is lost.
+    complain("written", error);
+    closeLocked();
 }
 
 } // namespace boardsim

@@ -19,8 +19,8 @@ public:
     CallLog &operator=(const CallLog &) = delete;
     ~CallLog();
 
-    /// Reads the environment and opens the file named there instead of the one in use. If it cannot be
-    /// opened, one line on standard error says so, and nothing is logged.
+    /// Reads the environment and opens the file named there instead of the one in use. If it cannot be opened
+    /// or, later, written, one line on standard error says so, and nothing is logged until the next call.
     void open();
     /// Does the same as open() unless either was called before.
     void openOnce();
@@ -30,11 +30,15 @@ public:
 
 private:
     void openLocked();
+    void closeLocked();
+    void complain(const char *what, int error);
     void append(const Record &record);
 
     std::mutex m_mutex;
     bool m_opened = false;
     int m_file = -1;
+    std::string m_name;      ///< of the file
+    std::string m_complaint; ///< name of the file that a line on standard error was about
 };
 
 } // namespace boardsim

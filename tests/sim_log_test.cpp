@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace driver_testing;
@@ -117,4 +118,45 @@ TEST_F(ADriver, WorksWithoutALogThatCannotBeOpened)
     EXPECT_EQ(device_count(), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "/nowhere/log.jsonl:0: the log cannot be opened: No such file or directory\n");
+}
+
+TEST_F(ADriver, SaysOnceThatItsLogCannotBeWritten)
+{
+    use(gate() + raw(1, "0821"));
+    setenv("BOARDSIM_LOG", "/dev/full", 1);
+    Receiver receiver;
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(device_count(), 0);
+    {
+        const Attached attached(*this);
+        receive(1, receiver);
+        open_gate();
+        EXPECT_TRUE(receiver.has(1));
+        EXPECT_EQ(device_count(), 2);
+    }
+
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "/dev/full:0: the log cannot be written: No space left on device\n");
+}
+
+TEST_F(ADriver, EndsItsLogAtTheLimitOfAFilesSize)
+{
+    use("");
+    constexpr rlim_t longest = 500;
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit limit = before;
+    limit.rlim_cur = longest;
+
+    testing::internal::CaptureStderr();
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(device_count(), 0);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ(device_count(), 0);
+
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              log_path() + ":0: the log cannot be written: File too large\n");
+    EXPECT_EQ(std::filesystem::file_size(log_path()), longest) << "no line follows one that is lost";
 }
