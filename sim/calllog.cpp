@@ -1,8 +1,11 @@
 #include "calllog.h"
 
+#include "hex.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,12 +22,18 @@ namespace {
 
 constexpr const char *variable = "BOARDSIM_LOG";
 
-CallLog::Record newRecord()
+/// Microseconds of the monotonic clock.
+std::int64_t timeNow()
 {
     // The steady clock is CLOCK_MONOTONIC on Linux.
     const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::microseconds>(sinceStart).count();
+}
+
+CallLog::Record newRecord()
+{
     CallLog::Record record;
-    record["time"] = std::chrono::duration_cast<std::chrono::microseconds>(sinceStart).count();
+    record["time"] = timeNow();
     record["thread"] = gettid();
     return record;
 }
@@ -124,10 +133,24 @@ void CallLog::addMark(const std::string &text)
     append(record);
 }
 
+void CallLog::addReport(int board, const Bytes &report)
+{
+    if (m_file < 0)
+        return;
+    // Put together by hand: a flood brings thousands of reports a second.
+    append(R"({"time":)" + std::to_string(timeNow()) + R"(,"thread":)" + std::to_string(gettid())
+           + R"(,"board":)" + std::to_string(board) + R"(,"report":")"
+           + hexText(report.data(), static_cast<int>(report.size())) + "\"}\n");
+}
+
 void CallLog::append(const Record &record)
 {
     // Texts from the program need not be valid UTF-8.
-    const std::string line = record.dump(-1, ' ', false, Record::error_handler_t::replace) + "\n";
+    append(record.dump(-1, ' ', false, Record::error_handler_t::replace) + "\n");
+}
+
+void CallLog::append(const std::string &line)
+{
     const std::lock_guard lock(m_mutex);
     if (m_file < 0)
         return;

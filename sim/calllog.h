@@ -1,5 +1,8 @@
 #pragma once
 
+#include "report.h"
+
+#include <atomic>
 #include <mutex>
 #include <string>
 
@@ -27,16 +30,19 @@ public:
 
     void addCall(const char *name, const Record &arguments, const Record &result);
     void addMark(const std::string &text);
+    /// Costs next to nothing while there is no log.
+    void addReport(int board, const Bytes &report);
 
 private:
     void openLocked();
     void closeLocked();
     void complain(const char *what, int error);
     void append(const Record &record);
+    void append(const std::string &line);
 
-    std::mutex m_mutex;
+    std::mutex m_mutex; ///< held for every change of what follows
     bool m_opened = false;
-    int m_file = -1;
+    std::atomic<int> m_file = -1;
     std::string m_name;      ///< of the file
     std::string m_complaint; ///< name of the file that a line on standard error was about
 };

@@ -312,11 +312,16 @@ void Driver::deliver(int board, const Bytes &report)
     if (!awaitTurn(lock) || !findPlugged(board))
         return;
     trackContacts(report, m_contactsDown[board]);
-    if (m_channels.deliver(board, report))
+    const bool hasChannel = m_channels.deliver(board, report);
+    if (hasChannel)
         m_changed.notify_all();
     const auto found = m_packetCallbacks.find(board);
-    if (found == m_packetCallbacks.end())
+    if (found == m_packetCallbacks.end()) {
+        lock.unlock();
+        if (hasChannel)
+            m_log.addReport(board, report);
         return;
+    }
     runCallback(lock, found->second, [&](const Registration &callback) {
         call(reinterpret_cast<PacketCallback>(callback.function), board, report, callback.context);
     });
@@ -324,6 +329,7 @@ void Driver::deliver(int board, const Bytes &report)
 
 void Driver::call(PacketCallback callback, int board, const Bytes &report, void *context)
 {
+    m_log.addReport(board, report); // before it runs: the callback may crash
     callback(board, report.data(), static_cast<unsigned int>(report.size()), context);
 }
 

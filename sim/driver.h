@@ -79,7 +79,7 @@ public:
     void unlock();
 
 protected:
-    // Each runs one callback. Called on the driver's thread.
+    // Each runs one callback; a report is logged. Called on the driver's thread.
     virtual void call(PacketCallback callback, int board, const Bytes &report, void *context);
     virtual void call(PnpCallback callback, void *context);
 

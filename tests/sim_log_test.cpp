@@ -84,6 +84,59 @@ TEST_F(ADriver, LogsMarksOnItsOwnThread)
     }
 }
 
+TEST_F(ADriver, LogsEachReportThatItSendsToTheProgram)
+{
+    use(gate() + R"({"type":"pen","board":1,"pen":0,"x":4660,"y":22136,"tip":true,"button":true})" + '\n'
+        + raw(2, "08") + raw(1, "") + mark("sent"));
+    Receiver receiver;
+
+    const Attached attached(*this);
+    receive(1, receiver);
+    open_gate();
+
+    ASSERT_TRUE(eventually([&] { return marks("sent") == 1; }));
+    const std::vector<std::string> expected{"1: 0821003412785603", "1: "};
+    EXPECT_EQ(logged_reports(), expected) << "nobody listens to board 2";
+    for (const nlohmann::json &record : log()) {
+        if (!record.contains("report"))
+            continue;
+        EXPECT_EQ(record.size(), 4u);
+        EXPECT_TRUE(record["time"].is_number_integer());
+        EXPECT_NE(record["thread"], gettid());
+    }
+}
+
+TEST_F(ADriver, LogsAReportBeforeTheProgramHasIt)
+{
+    use(gate() + raw(1, "0821"));
+    Receiver receiver;
+    std::vector<std::string> seen;
+    receiver.inside = [&] { seen = logged_reports(); };
+
+    {
+        const Attached attached(*this);
+        receive(1, receiver);
+        open_gate();
+        EXPECT_TRUE(receiver.has(1));
+    }
+
+    EXPECT_EQ(seen, std::vector<std::string>{"1: 0821"});
+}
+
+TEST_F(ADriver, LogsAReportThatGoesToAChannelOnly)
+{
+    use(gate() + raw(1, "0821") + mark("sent"));
+
+    const Attached attached(*this);
+    const int channel =
+        call<int(int, PacketCallback, void *)>("zorvicOpenSynchronousChannel", 1, nullptr, nullptr);
+    open_gate();
+
+    ASSERT_TRUE(eventually([&] { return marks("sent") == 1; }));
+    EXPECT_EQ(logged_reports(), std::vector<std::string>{"1: 0821"});
+    call<void(int, int)>("zorvicCloseSynchronousChannel", 1, channel);
+}
+
 TEST_F(ADriver, LogsACommandThatIsNoText)
 {
     use("");

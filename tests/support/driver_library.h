@@ -190,6 +190,16 @@ protected:
             records.push_back(nlohmann::json::parse(line));
         return records;
     }
+    /// The bytes of each report in the log, as "board: hex".
+    std::vector<std::string> logged_reports() const
+    {
+        std::vector<std::string> reports;
+        for (const nlohmann::json &record : log()) {
+            if (record.contains("report"))
+                reports.push_back(record["board"].dump() + ": " + record["report"].get<std::string>());
+        }
+        return reports;
+    }
     int marks(const std::string &text) const
     {
         int found = 0;
