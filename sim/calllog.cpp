@@ -91,21 +91,24 @@ void CallLog::openOnce()
 void CallLog::openLocked()
 {
     m_opened = true;
-    closeLocked();
     const char *const name = std::getenv(variable);
     m_name = name ? name : "";
-    if (m_name.empty())
-        return;
-    m_file = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
-    if (m_file < 0)
-        complain("opened", errno);
+    // The file in use stays open meanwhile, so that the reader of a pipe does not see its end.
+    const int before = m_file.exchange(noFile);
+    if (!m_name.empty()) {
+        m_file = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+        if (m_file < 0)
+            complain("opened", errno);
+    }
+    if (before >= 0)
+        close(before);
 }
 
 void CallLog::closeLocked()
 {
     if (m_file >= 0)
         close(m_file);
-    m_file = -1;
+    m_file = noFile;
 }
 
 /// Says so once for each file, however often the program attaches.

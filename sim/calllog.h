@@ -34,6 +34,8 @@ public:
     void addReport(int board, const Bytes &report);
 
 private:
+    static constexpr int noFile = -1;
+
     void openLocked();
     void closeLocked();
     void complain(const char *what, int error);
@@ -42,7 +44,7 @@ private:
 
     std::mutex m_mutex; ///< held for every change of what follows
     bool m_opened = false;
-    std::atomic<int> m_file = -1;
+    std::atomic<int> m_file = noFile;
     std::string m_name;      ///< of the file
     std::string m_complaint; ///< name of the file that a line on standard error was about
 };

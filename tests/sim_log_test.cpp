@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -159,6 +160,22 @@ TEST_F(ADriver, ChangesToTheLogNamedWhenItIsAttached)
 
     EXPECT_EQ(log().size(), 1u);
     EXPECT_TRUE(std::filesystem::exists(path("second.jsonl")));
+}
+
+TEST_F(ADriver, OpensItsLogAgainBeforeItClosesIt)
+{
+    use("");
+    device_count();
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, log_path().c_str(), IN_OPEN | IN_CLOSE_WRITE), 0);
+
+    const Attached attached(*this);
+
+    inotify_event events[2] = {};
+    EXPECT_EQ(read(watch, events, sizeof events), static_cast<ssize_t>(sizeof events));
+    EXPECT_EQ(events[0].mask, static_cast<uint32_t>(IN_OPEN)) << "the reader of a pipe would see its end";
+    EXPECT_EQ(events[1].mask, static_cast<uint32_t>(IN_CLOSE_WRITE));
+    ::close(watch);
 }
 
 TEST_F(ADriver, WorksWithoutALogThatCannotBeOpened)
