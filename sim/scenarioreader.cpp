@@ -14,6 +14,7 @@
 #include <fstream>
 #include <limits>
 #include <map>
+#include <set>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -59,6 +60,36 @@ std::string oneLine(std::string message)
         message.begin(), message.end(), [](unsigned char byte) { return std::iscntrl(byte) != 0; }, '?');
     return message;
 }
+
+/// Parses one line, and keeps the first key that stands twice in one object: Json keeps only its last value.
+class LineParser
+{
+public:
+    /// Throws as Json::parse() does.
+    Json parse(const std::string &line)
+    {
+        return Json::parse(line,
+                           [this](int, Json::parse_event_t event, Json &key) { return see(event, key); });
+    }
+    const std::optional<std::string> &repeatedKey() const { return m_repeatedKey; }
+
+private:
+    /// Returns true, which tells the parser to keep the value.
+    bool see(Json::parse_event_t event, const Json &key)
+    {
+        if (event == Json::parse_event_t::object_start)
+            m_openObjects.emplace_back();
+        else if (event == Json::parse_event_t::object_end)
+            m_openObjects.pop_back();
+        else if (event == Json::parse_event_t::key && !m_openObjects.back().insert(key).second
+                 && !m_repeatedKey)
+            m_repeatedKey = key.get<std::string>();
+        return true;
+    }
+
+    std::vector<std::set<std::string>> m_openObjects; ///< the keys so far; innermost last
+    std::optional<std::string> m_repeatedKey;
+};
 
 Point pointFrom(const Json &value, double highest, Fields &fields, const char *what)
 {
@@ -135,9 +166,10 @@ bool Reader::read(const std::string &line, int number)
 {
     m_line = number;
     m_errorLine = number;
+    LineParser parser;
     Json object;
     try {
-        object = Json::parse(line);
+        object = parser.parse(line);
     } catch (const Json::parse_error &error) {
         m_error = "not valid JSON at column " + std::to_string(error.byte);
         return false;
@@ -146,6 +178,8 @@ bool Reader::read(const std::string &line, int number)
         return false;
     }
     Fields fields(object, m_error);
+    if (parser.repeatedKey())
+        fields.fail("field \"" + *parser.repeatedKey() + "\" stands twice");
     const std::string type = fields.text("type", longestText);
     if (fields.failed())
         return false;

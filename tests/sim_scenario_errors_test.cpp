@@ -45,6 +45,18 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalRow{"UnknownField", R"({"type":"mark","text":"","colour":1})", "unknown field \"colour\""},
         RefusalRow{"UnknownFieldWithANewline", R"({"type":"mark","text":"","a\nb":1})",
                    "unknown field \"a?b\""},
+        RefusalRow{"KeyTwice", R"({"type":"wait","time":1,"time":2})", "field \"time\" stands twice"},
+        RefusalRow{"KeyTwiceWithTheSameValue", R"({"type":"end","type":"end"})",
+                   "field \"type\" stands twice"},
+        RefusalRow{"KeyTwiceSpeltInTwoWays", R"({"type":"wait","time":1,"tim\u0065":1})",
+                   "field \"time\" stands twice"},
+        RefusalRow{"TwoKeysTwice", R"({"type":"wait","time":1,"time":1,"type":"wait"})",
+                   "field \"time\" stands twice"},
+        RefusalRow{"KeyTwiceInAnUnknownField", R"({"type":"end","a":[{"b":{"x":{},"x":{}}}]})",
+                   "field \"x\" stands twice"},
+        RefusalRow{"KeyWithANewlineTwice", R"({"type":"end","a\nb":1,"a\nb":1})",
+                   "field \"a?b\" stands twice"},
+        RefusalRow{"KeyTwiceInBrokenJson", R"({"type":"end","type":"end")", "not valid JSON at column 27"},
         RefusalRow{"TextIsNoText", R"({"type":"mark","text":7})", "\"text\" is not a text"},
         RefusalRow{"FlagIsNoFlag", R"({"type":"pen","board":1,"pen":0,"x":0,"y":0,"tip":1,"button":false})",
                    "\"tip\" is neither true nor false"},
@@ -115,6 +127,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         RefusalRow{"NoList", R"({"type":"touch","board":1,"contacts":{}})", "\"contacts\" is not a list"},
         RefusalRow{"NoObjectInTheList", R"({"type":"touch","board":1,"contacts":[1]})", "not a JSON object"},
+        RefusalRow{
+            "KeyTwiceInAContact",
+            R"({"type":"touch","board":1,"contacts":[{"id":0,"x":0,"y":0,"extent":0,"down":true,"x":9}]})",
+            "field \"x\" stands twice"},
         RefusalRow{"MissingTouchField", R"({"type":"touch","board":1,"contacts":[{"id":0}]})",
                    "field \"x\" is missing"},
         RefusalRow{
@@ -182,6 +198,11 @@ INSTANTIATE_TEST_SUITE_P(
             R"({"type":"move","board":1,"rate":1,"time":1,"contacts":[)"
             R"({"kind":"touch","id":0,"circle":{"centre":[5,5],"radius":[1,1],"from":0,"to":36001},"extent":0}]})",
             "\"to\" is not a number from -36000 to 36000"},
+        RefusalRow{
+            "KeyTwiceInACircle",
+            R"({"type":"move","board":1,"rate":1,"time":1,"contacts":[{"kind":"touch","id":0,"extent":0,)"
+            R"("circle":{"centre":[5,5],"radius":[1,1],"from":0,"to":1,"from":0}}]})",
+            "field \"from\" stands twice"},
         RefusalRow{
             "UnknownCircleField",
             R"({"type":"move","board":1,"rate":1,"time":1,"contacts":[)"
