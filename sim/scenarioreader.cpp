@@ -11,10 +11,12 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <map>
 #include <set>
+#include <system_error>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -456,11 +458,19 @@ std::optional<Scenario> readScenario(std::istream &in, const std::string &name, 
 
 std::optional<Scenario> readScenarioFile(const std::string &name, std::string &error)
 {
+    const auto refuse = [&](const std::string &cause) {
+        error = oneLine(name + ":0: " + cause);
+        return std::nullopt;
+    };
+    // To open a pipe would wait for its writer, and to open a device may change it.
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(name, ignored);
+    if (exists(status) && !is_regular_file(status))
+        return refuse("not a regular file");
     std::ifstream in(name, std::ios::binary);
-    if (in)
-        return readScenario(in, name, error);
-    error = oneLine(name + ":0: cannot be opened: " + std::strerror(errno));
-    return {};
+    if (!in)
+        return refuse(std::string("cannot be opened: ") + std::strerror(errno));
+    return readScenario(in, name, error);
 }
 
 } // namespace boardsim

@@ -12,7 +12,8 @@ namespace boardsim {
 /// line of text, "name:line: cause", without a newline.
 std::optional<Scenario> readScenario(std::istream &in, const std::string &name, std::string &error);
 
-/// Reads the file @p name in the same way; one that cannot be opened is an error at line 0.
+/// Reads the file @p name in the same way; one that cannot be opened, or is not a regular file, is an error
+/// at line 0. Does not open the latter, so it never waits for the writer of a pipe.
 std::optional<Scenario> readScenarioFile(const std::string &name, std::string &error);
 
 } // namespace boardsim

@@ -233,7 +233,7 @@ TEST_F(Run, EndsWithTheDriversLineAboutAFolder)
     const Ending ending = run({"--scenario", "bin"});
 
     EXPECT_EQ(ending.status, 1);
-    EXPECT_EQ(ending.errors.toStdString(), path("bin").toStdString() + ":0: cannot be read\n");
+    EXPECT_EQ(ending.errors.toStdString(), path("bin").toStdString() + ":0: not a regular file\n");
     EXPECT_FALSE(QFile::exists(path(m_picture)));
 }
 

@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
 #include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace boardsim;
 using namespace scenario_testing;
@@ -266,12 +270,24 @@ TEST(ADeviceLine, HoldsWhatFitsTheDeviceRecord)
     EXPECT_EQ(read(version_line + line(3771)).error, "play.jsonl:2: \"info\" is longer than 3770 bytes");
 }
 
-TEST(AScenarioFile, IsRefusedWhenItCannotBeOpenedOrRead)
+TEST(AScenarioFile, IsRefusedWhenItCannotBeOpened)
 {
     std::string error;
 
     EXPECT_FALSE(readScenarioFile("/nowhere/play.jsonl", error));
     EXPECT_EQ(error, "/nowhere/play.jsonl:0: cannot be opened: No such file or directory");
-    EXPECT_FALSE(readScenarioFile("/", error));
-    EXPECT_EQ(error, "/:0: cannot be read");
+}
+
+TEST(AScenarioFile, IsRefusedAtOnceUnlessItIsARegularFile)
+{
+    const std::string pipe = testing::TempDir() + "boardsim-pipe-" + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    // A test that opens the pipe does not end.
+    for (const std::string &name : {std::string("/"), std::string("/dev/null"), pipe}) {
+        std::string error;
+
+        EXPECT_FALSE(readScenarioFile(name, error));
+        EXPECT_EQ(error, name + ":0: not a regular file");
+    }
+    std::filesystem::remove(pipe);
 }
