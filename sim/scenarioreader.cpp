@@ -55,14 +55,6 @@ bool isIgnored(const std::string &line)
     return first == std::string::npos || line[first] == '#';
 }
 
-/// Replaces control characters: file and field names that a message quotes may hold newlines.
-std::string oneLine(std::string message)
-{
-    std::replace_if(
-        message.begin(), message.end(), [](unsigned char byte) { return std::iscntrl(byte) != 0; }, '?');
-    return message;
-}
-
 /// Parses one line, and keeps the first key that stands twice in one object: Json keeps only its last value.
 class LineParser
 {
@@ -471,6 +463,13 @@ std::optional<Scenario> readScenarioFile(const std::string &name, std::string &e
     if (!in)
         return refuse(std::string("cannot be opened: ") + std::strerror(errno));
     return readScenario(in, name, error);
+}
+
+std::string oneLine(std::string message)
+{
+    std::replace_if(
+        message.begin(), message.end(), [](unsigned char byte) { return std::iscntrl(byte) != 0; }, '?');
+    return message;
 }
 
 } // namespace boardsim

@@ -16,4 +16,7 @@ std::optional<Scenario> readScenario(std::istream &in, const std::string &name, 
 /// at line 0. Does not open the latter, so it never waits for the writer of a pipe.
 std::optional<Scenario> readScenarioFile(const std::string &name, std::string &error);
 
+/// Replaces control characters, newlines for example, which the names of files and fields may hold.
+std::string oneLine(std::string message);
+
 } // namespace boardsim
