@@ -139,6 +139,20 @@ INSTANTIATE_TEST_SUITE_P(
                 "run",
                 {"--scenario", "calls", "--scenario", "calls"},
                 "--scenario is given twice"},
+        Refusal{"RunCheckWithoutAFile", "run", {"--check"}, "--check needs a file"},
+        Refusal{"RunCheckOfAMissingScenario", "run", {"--check", "none"}, ""},
+        Refusal{"RunCheckOfADevice", "run", {"--check", "/dev/null"}, "/dev/null is not a file"},
+        Refusal{"RunCheckTwoScenarios",
+                "run",
+                {"--check", "calls", "--check", "calls"},
+                "--check is given twice"},
+        Refusal{
+            "RunCheckAndPlay", "run", {"--check", "calls", "--scenario", "calls"}, "--check stands alone"},
+        Refusal{"RunCheckOnARealBoard", "run", {"--check", "calls", "--board"}, "--check stands alone"},
+        Refusal{"RunCheckForAPicture",
+                "run",
+                {"--check", "calls", "--picture", "picture.png"},
+                "--check stands alone"},
         Refusal{"RunScenarioOnARealBoard",
                 "run",
                 {"--board", "--scenario", "calls"},
@@ -237,6 +251,25 @@ TEST_F(Run, EndsWithTheDriversLineAboutAFolder)
     EXPECT_FALSE(QFile::exists(path(m_picture)));
 }
 
+TEST_F(Run, ChecksAScenarioWithoutTheProgram)
+{
+    const QString good = m_checkout.write("good", first_line);
+    const QString malformed = m_checkout.write("malformed", first_line + "\nnonsense\n");
+    m_checkout.stub_build("/no/program");
+
+    const Ending passed = run({"--check", "good"});
+    const Ending refused = run({"--check", "malformed"});
+    const Ending folder = run({"--check", "bin"});
+
+    EXPECT_EQ(passed.status, 0);
+    EXPECT_EQ(passed.output.toStdString(), good.toStdString() + ": good\n");
+    EXPECT_EQ(passed.errors.toStdString(), "");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.errors.toStdString(), malformed.toStdString() + ":2: not valid JSON at column 2\n");
+    EXPECT_EQ(folder.status, 1);
+    EXPECT_EQ(folder.errors.toStdString(), path("bin").toStdString() + ":0: not a regular file\n");
+}
+
 TEST_F(Run, PlaysForTheTimeThatItTells)
 {
     const QString scenario = m_checkout.write("scenario", first_line);
@@ -247,7 +280,6 @@ TEST_F(Run, PlaysForTheTimeThatItTells)
     m_checkout.stub("maim", "echo '\"mark\":\"scenario ends\"' >>\"$BOARDSIM_LOG\"; touch \"$2\"");
     m_checkout.stub("xdotool", "[ \"$1\" != key ] || kill \"$(cat \"$FOLDER/program\")\"");
     m_checkout.stub("board",
-                    "echo '\"zorvicAttach\"' >>\"$BOARDSIM_LOG\"\n"
                     "echo $$ >\"$FOLDER/program\"\nmkfifo \"$FOLDER/gate.$$\"\n"
                     "trap 'exit 0' TERM\nexec 3<>\"$FOLDER/gate.$$\"\nread nothing <&3");
     m_checkout.environment.insert("FOLDER", path("."));
