@@ -125,12 +125,36 @@ TEST_F(Launcher, RefusesArgumentsThatCannotBeMeant)
     write("good", first_line);
     for (const QStringList &arguments :
          {QStringList{"--check"}, QStringList{"--check", "good", "good"}, QStringList{"good", "--check"},
-          QStringList{"--check", "--help"}, QStringList{"--nonsense"}}) {
+          QStringList{"--check", "--help"}, QStringList{"--version", "--check"}, QStringList{"--nonsense"}}) {
         const Ending ending = run(arguments);
 
         EXPECT_EQ(ending.status, 2);
         EXPECT_EQ(ending.output, "");
         EXPECT_EQ(ending.errors.find("lanternix-sim: "), 0U) << ending.errors;
+    }
+}
+
+TEST_F(Launcher, NamesTheDriverAndTheQtThatTheProgramWouldUse)
+{
+    QFile::remove(path("bin/lanternix"));
+    install("lanternix");
+
+    const Ending ending = run({"--version"});
+
+    EXPECT_EQ(ending.status, 0);
+    EXPECT_EQ(ending.errors, "");
+    QStringList lines = QString::fromStdString(ending.output).trimmed().split('\n');
+    EXPECT_EQ(lines.takeFirst().toStdString(), "lanternix-sim " VERSION);
+    ASSERT_FALSE(lines.isEmpty());
+    EXPECT_EQ(lines.takeFirst(), "driver: " + driver_folder() + "/libzorvicboardex.so.1");
+    lines.sort();
+    ASSERT_EQ(lines.size(), 3);
+    for (const char *name : {"Core", "Gui", "Widgets"}) {
+        const QString line = lines.takeFirst();
+        const QString library = line.section(": ", 1);
+        EXPECT_EQ(line.section(": ", 0, 0), QStringLiteral("Qt ") + qVersion());
+        EXPECT_TRUE(QFileInfo(library).isFile()) << line.toStdString();
+        EXPECT_TRUE(library.contains(QStringLiteral("/libQt5%1.so.5").arg(name))) << line.toStdString();
     }
 }
 
