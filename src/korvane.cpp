@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <utility>
 
 namespace {
 
@@ -119,6 +120,13 @@ Korvane::Korvane(QWidget *target, QObject *parent) : QObject(parent), m_hardware
 
 Korvane::~Korvane()
 {
+    detach();
+}
+
+void Korvane::detach()
+{
+    if (std::exchange(m_detached, true))
+        return;
     configureHardware(true);
     m_hardware->uninit();
 }

@@ -48,9 +48,12 @@ public:
     /// succeeds; without a driver nothing arrives. @p target is the widget whose area keeps board input for
     /// the program.
     Korvane(QWidget *target, QObject *parent);
-    /// Switches every report off and detaches from the driver.
+    /// Detaches from the driver.
     ~Korvane() override;
 
+    /// Switches every report off and detaches from the driver, unless that has been done. May be called on
+    /// any thread.
+    void detach();
     /// Writes the modes to every board; @p off switches all reports off, and leaves the pens' hardware mode
     /// as it is written otherwise.
     void configureHardware(bool off);
@@ -102,4 +105,5 @@ private:
     std::map<int, bool> m_pen_disabled;     ///< by pen, 0 to 3
     bool m_touch_disabled = false;
     bool m_erase_disabled = false;
+    bool m_detached = false;
 };

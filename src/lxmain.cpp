@@ -1,3 +1,4 @@
+#include "ending.h"
 #include "lxwindow.h"
 #include "process.h"
 
@@ -5,6 +6,7 @@
 
 int main(int argc, char *argv[])
 {
+    process::open_standard_streams();
     process::leave_opengl_out();
     process::share_heap();
     QApplication application(argc, argv);
@@ -12,6 +14,7 @@ int main(int argc, char *argv[])
     // events from the mouse nor mouse events from touches.
     QCoreApplication::setAttribute(Qt::AA_SynthesizeTouchForUnhandledMouseEvents, false);
     QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
+    Ending ending;
     LanternixDialog dialog(nullptr);
-    return dialog.exec();
+    return ending.run(dialog);
 }

@@ -94,6 +94,11 @@ LanternixDialog::~LanternixDialog()
     m_korvane->disconnect(this);
 }
 
+void LanternixDialog::detach()
+{
+    m_korvane->detach();
+}
+
 QRect LanternixDialog::screen_geometry() const
 {
     QT_WARNING_PUSH

@@ -29,6 +29,10 @@ public:
     explicit LanternixDialog(QWidget *parent);
     ~LanternixDialog() override;
 
+    /// Switches the boards' reports off and detaches from the driver: nothing comes any more. For a process
+    /// that ends without destroying its window. May be called on any thread.
+    void detach();
+
 public slots:
     // The caller's records get Korvane::Controls::taken if a widget took them.
     void in_korvane_pen(Korvane::Controls &event);

@@ -2,7 +2,21 @@
 
 #include <QByteArray>
 
+#include <csignal>
+
+#include <fcntl.h>
 #include <malloc.h>
+#include <unistd.h>
+
+void process::open_standard_streams()
+{
+    // open() takes the lowest free number.
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        if (fcntl(stream, F_GETFD) == -1)
+            open("/dev/null", O_RDWR);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+}
 
 void process::leave_opengl_out()
 {

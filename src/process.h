@@ -7,6 +7,11 @@
 /// What is set for the whole process. Nothing here fails: a system that refuses leaves the process as it was.
 namespace process {
 
+/// Opens those of the descriptors 0 to 2 that are closed on /dev/null, so that no connection or file gets
+/// such a number and is then written to as standard output or error. Lets writing to a pipe without a reader
+/// fail instead of ending the process. To be called before anything else.
+void open_standard_streams();
+
 /// Keeps Qt from loading OpenGL with the first window, unless the environment chooses an integration. Nothing
 /// here uses OpenGL, and loading it takes as much time and memory as all else until the first picture. Must
 /// be called before the first native window is created.

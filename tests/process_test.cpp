@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +14,9 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <malloc.h>
+#include <unistd.h>
 
 namespace {
 
@@ -75,6 +78,33 @@ TEST(TheProcess, SharesOneHeapAmongItsThreads)
         render.wait();
 
     EXPECT_EQ(heaps(), before);
+}
+
+/// Ends the process with status 0 if nothing that is opened afterwards gets the number of a standard stream.
+[[noreturn]] void close_streams_and_open_them()
+{
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        close(stream);
+    process::open_standard_streams();
+    const bool writable = write(STDOUT_FILENO, "x", 1) == 1 && write(STDERR_FILENO, "x", 1) == 1;
+    std::_Exit(writable && open("/dev/null", O_RDONLY) > STDERR_FILENO ? 0 : 1);
+}
+
+TEST(TheProcess, HasAllStandardStreams)
+{
+    EXPECT_EXIT(close_streams_and_open_them(), testing::ExitedWithCode(0), "");
+}
+
+TEST(TheProcess, SurvivesAPipeWithoutAReader)
+{
+    process::open_standard_streams();
+    int ends[2] = {};
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+
+    EXPECT_EQ(write(ends[1], "x", 1), -1);
+    EXPECT_EQ(errno, EPIPE);
+    close(ends[1]);
 }
 
 } // namespace

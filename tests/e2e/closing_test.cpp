@@ -157,27 +157,43 @@ struct Signal
     int number;
 };
 
-class ASignalWhileReportsAreDecoded : public testing::TestWithParam<Signal>
+class ASignalInAFloodOfReports : public testing::TestWithParam<Signal>
 {
 };
 
-TEST_P(ASignalWhileReportsAreDecoded, EndsTheProgramAtOnceAsTheSystemDoes)
+TEST_P(ASignalInAFloodOfReports, SwitchesTheReportsOffDetachesAndTellsItsNumber)
 {
     // A background job of a shell ignores SIGINT, and its children inherit that.
     std::signal(GetParam().number, SIG_DFL);
-    constexpr int rate = 20'000; // more than can be decoded: the driver's thread never waits
+    constexpr int rate = 20'000; // more than can be decoded: the driver's thread never waits by itself
     Closing().repeat(
         GetParam().name, rate, [](Program &program) { program.send(GetParam().number); },
         [](Program &program) -> std::string {
-            const int signal = program.ending_signal();
-            if (signal != GetParam().number)
-                return "it ended by signal " + std::to_string(signal);
-            return program.driver().calls("Detach").empty() ? "" : "it said goodbye to the driver first";
+            if (const int status = program.exit_status(); status != 128 + GetParam().number)
+                return "it ended with status " + std::to_string(status);
+            const Calls wanted = calls_at_the_end();
+            return last_calls(program, wanted.size()) == wanted ? "" : "other last calls of the driver";
         });
 }
 
-INSTANTIATE_TEST_SUITE_P(, ASignalWhileReportsAreDecoded,
-                         testing::Values(Signal{"SIGTERM", SIGTERM}, Signal{"SIGINT", SIGINT}),
+INSTANTIATE_TEST_SUITE_P(, ASignalInAFloodOfReports,
+                         testing::Values(Signal{"SIGTERM", SIGTERM}, Signal{"SIGINT", SIGINT},
+                                         Signal{"SIGHUP", SIGHUP}),
                          [](const auto &row) { return row.param.name; });
+
+TEST(AnXServerThatDies, LeavesTheBoardsSwitchedOffAndTheDriverDetached)
+{
+    Program program(reports_without_end(500));
+    program.driver().open_gate("go");
+    ASSERT_TRUE(eventually([&] { return !program.driver().calls(hand_back).empty(); }));
+
+    program.desktop().kill_server();
+
+    EXPECT_EQ(program.exit_status(), 1);
+    EXPECT_NE(program.standard_error(), "") << "Qt says why";
+    Calls wanted = calls_at_the_end();
+    wanted.pop_back(); // the window, and with it the driver's binding, is not destroyed
+    EXPECT_EQ(last_calls(program, wanted.size()), wanted);
+}
 
 } // namespace

@@ -128,6 +128,13 @@ Desktop::~Desktop()
     }
 }
 
+void Desktop::kill_server()
+{
+    m_connection.reset();
+    m_server.kill();
+    m_server.waitForFinished(patience_ms);
+}
+
 QString Desktop::display() const
 {
     return m_display;

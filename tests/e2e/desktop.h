@@ -36,6 +36,8 @@ public:
     void press(const char *key);
     /// Asks the active window to close, as the window manager's button does.
     void close_window();
+    /// Kills the X server, as a crash does. Nothing else may be asked of this object afterwards.
+    void kill_server();
 
 private:
     struct Connection;

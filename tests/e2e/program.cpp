@@ -11,13 +11,14 @@ constexpr int patience_ms = 10'000;
 
 } // namespace
 
-Program::Program(const QStringList &scenario, Driver driver, const QString &locale)
-    : Program(std::make_shared<Desktop>(), scenario, driver, locale)
+Program::Program(const QStringList &scenario, Driver driver, const QString &locale,
+                 const QString &redirections)
+    : Program(std::make_shared<Desktop>(), scenario, driver, locale, redirections)
 {
 }
 
 Program::Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, Driver driver,
-                 const QString &locale)
+                 const QString &locale, const QString &redirections)
     : m_driver(scenario), m_desktop(std::move(desktop))
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -28,7 +29,7 @@ Program::Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, 
     if (driver == Driver::simulated)
         environment.insert("LD_LIBRARY_PATH", SimulatedDriver::folder());
     m_process.setProcessEnvironment(environment);
-    m_process.start(LANTERNIX_PROGRAM, QStringList());
+    m_process.start("/bin/sh", {"-c", "exec \"$0\" " + redirections, LANTERNIX_PROGRAM});
     if (!m_process.waitForStarted(patience_ms)
         || !m_desktop->has_active_window("Lanternix", m_process.processId()))
         throw std::runtime_error("lanternix shows no window: "

@@ -19,10 +19,11 @@ public:
     /// Starts the program on its own desktop. Returns once the window has the keyboard focus; throws
     /// std::runtime_error if it never does. @p locale is the C library's, for all categories.
     explicit Program(const QStringList &scenario, Driver driver = Driver::simulated,
-                     const QString &locale = QStringLiteral("C"));
-    /// The same, but on a desktop that several programs use, one after the other.
+                     const QString &locale = QStringLiteral("C"), const QString &redirections = {});
+    /// The same, but on a desktop that several programs use, one after the other. @p redirections are the
+    /// shell's, e.g. "2>&-".
     Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, Driver driver = Driver::simulated,
-            const QString &locale = QStringLiteral("C"));
+            const QString &locale = QStringLiteral("C"), const QString &redirections = {});
     ~Program();
 
     Desktop &desktop() { return *m_desktop; }

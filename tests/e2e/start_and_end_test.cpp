@@ -117,4 +117,32 @@ TEST(WithoutTheDriver, TheProgramSaysSoAndRuns)
     EXPECT_TRUE(program.driver().calls().empty());
 }
 
+struct Streams
+{
+    const char *name;
+    const char *redirections;
+    Program::Driver driver;
+};
+
+class WithClosedStreams : public testing::TestWithParam<Streams>
+{
+};
+
+TEST_P(WithClosedStreams, TheProgramShowsItsWindowAndEndsAsUsual)
+{
+    Program program({}, GetParam().driver, "C", GetParam().redirections);
+
+    EXPECT_FALSE(program.desktop().window_picture().isNull());
+    program.desktop().press("Escape");
+
+    EXPECT_EQ(program.exit_status(), 0);
+}
+
+// Without the driver the loader's message goes to standard error, whatever has its number.
+INSTANTIATE_TEST_SUITE_P(, WithClosedStreams,
+                         testing::Values(Streams{"Error", "2>&-", Program::Driver::missing},
+                                         Streams{"Output", ">&-", Program::Driver::simulated},
+                                         Streams{"All", "<&- >&- 2>&-", Program::Driver::missing}),
+                         [](const auto &row) { return row.param.name; });
+
 } // namespace

@@ -1,0 +1,85 @@
+#include "ending.h"
+
+#include "lxwindow.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int ending_signals[] = {SIGTERM, SIGINT, SIGHUP};
+
+int alarm_bell = -1;                                ///< an eventfd: a signal has come
+volatile std::sig_atomic_t first_signal = 0;        ///< 0: none yet
+std::atomic<LanternixDialog *> open_window{nullptr}; ///< to be detached from the driver before the process exits
+
+/// Called when a signal interrupts any thread: may only do what signal-safety(7) allows.
+void ring(int signal)
+{
+    const int error = errno;
+    if (first_signal == 0)
+        first_signal = signal;
+    const std::uint64_t once = 1;
+    [[maybe_unused]] const ssize_t written = write(alarm_bell, &once, sizeof once);
+    errno = error;
+}
+
+void handle(int signal)
+{
+    struct sigaction former{};
+    sigaction(signal, nullptr, &former);
+    if (former.sa_handler == SIG_IGN)
+        return;
+    struct sigaction action{};
+    action.sa_handler = ring;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND); // the second one ends the process
+    sigaction(signal, &action, nullptr);
+}
+
+void detach_before_exit()
+{
+    if (LanternixDialog *const window = open_window.exchange(nullptr))
+        window->detach();
+}
+
+int new_bell()
+{
+    return alarm_bell = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+}
+
+} // namespace
+
+Ending::Ending() : m_signals(new_bell(), QSocketNotifier::Read)
+{
+    for (const int signal : ending_signals)
+        handle(signal);
+}
+
+Ending::~Ending()
+{
+    for (const int signal : ending_signals)
+        std::signal(signal, SIG_DFL);
+    m_signals.setEnabled(false);
+    close(alarm_bell);
+}
+
+int Ending::run(LanternixDialog &dialog)
+{
+    connect(&m_signals, &QSocketNotifier::activated, &dialog, [this, &dialog] {
+        m_signals.setEnabled(false);
+        dialog.close();
+    });
+    // After the driver has been loaded: exit() runs what is registered last first, and must not destroy the driver's own
+    // objects before it is detached.
+    open_window = &dialog;
+    std::atexit(detach_before_exit);
+    const int result = dialog.exec();
+    open_window = nullptr;
+    return first_signal == 0 ? result : 128 + first_signal;
+}
