@@ -2,85 +2,72 @@
 
 #include <QApplication>
 
-namespace {
-
-/// Once only: two reports of one contact may be looked at by two threads of the driver.
-void remember(QList<int> &contacts, int id)
-{
-    if (!contacts.contains(id))
-        contacts.append(id);
-}
-
-} // namespace
+#include <optional>
 
 void Destinations::setWidgetOfInterest(QWidget *widget)
 {
     const std::lock_guard lock(m_mutex);
     m_widgetOfInterest = widget;
+    ++m_changes;
     if (widget)
         return;
     m_redirectedPen = -1;
-    m_redirectedPens.clear();
-    m_ownPens.clear();
-    m_redirectedTouches.clear();
-    m_ownTouches.clear();
+    m_pens = {};
+    m_touches = {};
 }
 
-Destinations::Known Destinations::follow(QList<int> &redirected, QList<int> &own, int id, bool lifted)
+Destinations::Verdict Destinations::judge(Contacts &contacts, int id, QPoint position,
+                                          std::unique_lock<std::mutex> &lock)
 {
-    QList<int> *const known = redirected.contains(id) ? &redirected : own.contains(id) ? &own : nullptr;
-    if (!known)
-        return Known::no;
-    if (lifted)
-        known->removeOne(id);
-    return known == &own ? Known::own : Known::redirected;
+    bool own = false;
+    std::optional<unsigned int> asked; // the change of the widget of interest that the answer belongs to
+    while (m_widgetOfInterest) {
+        if (contacts.own.contains(id))
+            return {true, false};
+        if (contacts.redirected.contains(id))
+            return {false, false};
+        if (asked == m_changes) {
+            (own ? contacts.own : contacts.redirected).append(id);
+            return {own, true};
+        }
+        asked = m_changes;
+        const QWidget *const widget = m_widgetOfInterest;
+        lock.unlock();
+        own = QApplication::widgetAt(position) == widget;
+        lock.lock();
+    }
+    return {};
+}
+
+void Destinations::forget(Contacts &contacts, int id)
+{
+    contacts.own.removeOne(id);
+    contacts.redirected.removeOne(id);
 }
 
 Destinations::Pen Destinations::ofPen(int pen, bool lifted, QPoint position)
 {
     std::unique_lock lock(m_mutex);
-    const QWidget *const widget = m_widgetOfInterest;
-    if (!widget)
+    const Verdict verdict = judge(m_pens, pen, position, lock);
+    const bool ends = lifted && !verdict.first;
+    if (ends)
+        forget(m_pens, pen);
+    if (verdict.own)
         return Pen::own;
-
-    const bool isSent = pen == m_redirectedPen;
-    if (isSent && lifted)
-        m_redirectedPen = -1;
-    const Known known = follow(m_redirectedPens, m_ownPens, pen, lifted);
-    if (known == Known::own)
-        return Pen::own;
-    if (known == Known::redirected)
-        return isSent ? Pen::send : Pen::swallowed;
-
-    lock.unlock();
-    const bool own = QApplication::widgetAt(position) == widget;
-    lock.lock();
-    if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
-        return Pen::own;
-    remember(own ? m_ownPens : m_redirectedPens, pen);
-    if (own)
-        return Pen::own;
-    if (m_redirectedPen != -1)
+    if (verdict.first && m_redirectedPen == -1)
+        m_redirectedPen = pen;
+    if (pen != m_redirectedPen)
         return Pen::swallowed;
-    m_redirectedPen = pen;
+    if (ends)
+        m_redirectedPen = -1;
     return Pen::send;
 }
 
 bool Destinations::isOwnTouch(int id, bool lifted, QPoint position)
 {
     std::unique_lock lock(m_mutex);
-    const QWidget *const widget = m_widgetOfInterest;
-    if (!widget)
-        return true;
-    const Known known = follow(m_redirectedTouches, m_ownTouches, id, lifted);
-    if (known != Known::no)
-        return known == Known::own;
-
-    lock.unlock();
-    const bool own = QApplication::widgetAt(position) == widget;
-    lock.lock();
-    if (!m_widgetOfInterest) // cleared meanwhile, and with it every destination
-        return true;
-    remember(own ? m_ownTouches : m_redirectedTouches, id);
-    return own;
+    const Verdict verdict = judge(m_touches, id, position, lock);
+    if (lifted && !verdict.first)
+        forget(m_touches, id);
+    return verdict.own;
 }

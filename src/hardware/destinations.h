@@ -12,7 +12,8 @@ class QWidget;
 /// the program's.
 ///
 /// Owned by the board manager. Any thread may call any function: a mutex guards the state, and is never held
-/// while widgets are looked at. Positions are global pixels.
+/// while widgets are looked at. If the widget of interest changes during that look, the answer is dropped:
+/// the sample is judged again by the widget that is set then. Positions are global pixels.
 class Destinations
 {
 public:
@@ -31,16 +32,29 @@ public:
     bool isOwnTouch(int id, bool lifted, QPoint position);
 
 private:
-    enum class Known { no, own, redirected };
+    /// The contacts of one kind that have not lifted yet.
+    struct Contacts
+    {
+        QList<int> own;
+        QList<int> redirected;
+    };
 
-    /// Looks @p id up in the two lists of its kind and forgets it when it has lifted. Under the lock.
-    static Known follow(QList<int> &redirected, QList<int> &own, int id, bool lifted);
+    struct Verdict
+    {
+        bool own = true;
+        bool first = false; ///< the sample is the contact's first, and has just decided its destination
+    };
+
+    /// Judges one sample and notes the destination of a new contact. @p lock is held, but not while widgets
+    /// are looked at.
+    Verdict judge(Contacts &contacts, int id, QPoint position, std::unique_lock<std::mutex> &lock);
+    /// Under the lock.
+    static void forget(Contacts &contacts, int id);
 
     std::mutex m_mutex; ///< guards what follows
     QWidget *m_widgetOfInterest = nullptr;
-    int m_redirectedPen = -1; ///< the one pen that is being sent to the system, -1 for none
-    QList<int> m_redirectedPens;
-    QList<int> m_ownPens;
-    QList<int> m_redirectedTouches;
-    QList<int> m_ownTouches;
+    unsigned int m_changes = 0; ///< how often the widget of interest has been set
+    int m_redirectedPen = -1;   ///< the one pen that is being sent to the system, -1 for none
+    Contacts m_pens;
+    Contacts m_touches;
 };
