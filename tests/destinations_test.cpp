@@ -11,8 +11,7 @@
 #include <string>
 #include <utility>
 
-// The linker redirects the program's looks at widgets to the function with the
-// prefix __wrap_.
+// The linker redirects the program's looks at widgets to the function with the prefix __wrap_.
 extern "C" QWidget *__wrap__ZN12QApplication8widgetAtERK6QPoint(const QPoint &position);
 
 namespace {
@@ -43,8 +42,7 @@ bool is_own_touch(Destinations &destinations, int id, bool lifted)
     return destinations.isOwnTouch(id, lifted, anywhere);
 }
 
-/// Destinations with a widget of interest, which every contact starts over
-/// until widget_there is changed.
+/// Destinations with a widget of interest, which every contact starts over until widget_there is changed.
 class ContactsOfOneKind : public testing::TestWithParam<Kind>
 {
 protected:
@@ -164,6 +162,57 @@ TEST_P(ContactsOfOneKind, HoldNoLockWhileWidgetsAreLookedAt)
 INSTANTIATE_TEST_SUITE_P(, ContactsOfOneKind,
                          testing::Values(Kind{"Pens", is_own_pen}, Kind{"Touches", is_own_touch}),
                          [](const auto &row) { return std::string(row.param.name); });
+
+class ThePenThatIsSent : public testing::Test
+{
+protected:
+    ThePenThatIsSent()
+    {
+        destinations.setWidgetOfInterest(&interest);
+        widget_there = nullptr;
+    }
+
+    Pen of_pen(int pen, bool lifted = false) { return destinations.ofPen(pen, lifted, anywhere); }
+
+    QWidget interest;
+    Destinations destinations;
+};
+
+TEST_F(ThePenThatIsSent, GivesWayOnceItsLiftHasBeenSent)
+{
+    ASSERT_EQ(of_pen(1), Pen::send);
+    ASSERT_EQ(of_pen(1, true), Pen::sendLift);
+
+    EXPECT_EQ(of_pen(2), Pen::swallowed);
+    destinations.forgetSentPen(1);
+
+    EXPECT_EQ(of_pen(2), Pen::swallowed) << "as long as it is down";
+    EXPECT_EQ(of_pen(3), Pen::send);
+    widget_there = &interest;
+    EXPECT_EQ(of_pen(1), Pen::own) << "it starts again";
+}
+
+TEST_F(ThePenThatIsSent, LiftsInEveryReportOfItsLiftUntilOneHasBeenSent)
+{
+    ASSERT_EQ(of_pen(1), Pen::send);
+
+    EXPECT_EQ(of_pen(1, true), Pen::sendLift);
+    EXPECT_EQ(of_pen(1, true), Pen::sendLift) << "on another thread";
+}
+
+TEST_F(ThePenThatIsSent, StaysIfThePenThatHasBeenForgottenWasAnother)
+{
+    ASSERT_EQ(of_pen(1), Pen::send);
+    ASSERT_EQ(of_pen(2), Pen::swallowed);
+    ASSERT_EQ(of_pen(1, true), Pen::sendLift);
+    destinations.setWidgetOfInterest(nullptr);
+    destinations.setWidgetOfInterest(&interest);
+    ASSERT_EQ(of_pen(2), Pen::send);
+
+    destinations.forgetSentPen(1);
+
+    EXPECT_EQ(of_pen(2), Pen::send);
+}
 
 } // namespace
 

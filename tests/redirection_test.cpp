@@ -11,6 +11,7 @@
 
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -276,6 +277,25 @@ INSTANTIATE_TEST_SUITE_P(
                   {{{5, inside, false}, {5, inside, true}}, {1}, {0}}}},
         TouchRow{"OfNoContact", {{{}, {}, {}}}}),
     row_name<TouchRow>);
+
+TEST_F(Redirection, SendsNoOtherPenBeforeALift)
+{
+    ASSERT_EQ(fate_of_pen(1, away, true), "sent");
+    driver.clear();
+    bool is_lifting = true;
+    driver.hooks["SendTouchPacketToSystem"] = [&] {
+        if (std::exchange(is_lifting, false))
+            std::thread([&] {
+                reports::deliver(hardware, reports::pen({2, away, away, true, false, false}));
+            }).join();
+    };
+
+    reports::deliver(hardware, reports::pen({1, away, away, false, false, false}));
+
+    EXPECT_EQ(driver.calls().size(), 1U) << "the lift of the first pen alone";
+    EXPECT_EQ(fate_of_pen(2, away, false), "consumed");
+    EXPECT_EQ(fate_of_pen(2, away, true), "sent");
+}
 
 TEST_F(Redirection, KeepsPensAndTouchesOfOneNumberApart)
 {

@@ -49,18 +49,23 @@ Destinations::Pen Destinations::ofPen(int pen, bool lifted, QPoint position)
 {
     std::unique_lock lock(m_mutex);
     const Verdict verdict = judge(m_pens, pen, position, lock);
+    if (verdict.first && !verdict.own && m_redirectedPen == -1)
+        m_redirectedPen = pen;
     const bool ends = lifted && !verdict.first;
+    if (pen == m_redirectedPen)
+        return ends ? Pen::sendLift : Pen::send;
     if (ends)
         forget(m_pens, pen);
-    if (verdict.own)
-        return Pen::own;
-    if (verdict.first && m_redirectedPen == -1)
-        m_redirectedPen = pen;
-    if (pen != m_redirectedPen)
-        return Pen::swallowed;
-    if (ends)
-        m_redirectedPen = -1;
-    return Pen::send;
+    return verdict.own ? Pen::own : Pen::swallowed;
+}
+
+void Destinations::forgetSentPen(int pen)
+{
+    const std::lock_guard lock(m_mutex);
+    if (pen != m_redirectedPen) // forgotten already, with the widget of interest or by another thread
+        return;
+    m_redirectedPen = -1;
+    forget(m_pens, pen);
 }
 
 bool Destinations::isOwnTouch(int id, bool lifted, QPoint position)

@@ -20,6 +20,7 @@ public:
     enum class Pen {
         own,      ///< the program's: to be emitted
         send,     ///< the system's: to be sent there
+        sendLift, ///< the same, and its lift: to be followed by forgetSentPen
         swallowed ///< the system's, which has one pointer: another pen is being sent
     };
 
@@ -28,6 +29,9 @@ public:
 
     /// Where one sample of a pen goes. @p position counts if it is the pen's first.
     Pen ofPen(int pen, bool lifted, QPoint position);
+    /// Lets the next pen be sent. Until then every other pen is swallowed, so that none reaches the system
+    /// before the lift of @p pen, which has been sent by now.
+    void forgetSentPen(int pen);
     /// Whether one sample of a touch is the program's. @p position counts if it is the touch's first.
     bool isOwnTouch(int id, bool lifted, QPoint position);
 

@@ -340,8 +340,10 @@ bool ZorvicHardware::preProcessPenEvent(const PenEvent &event)
     const bool lifted = !event.tip && !event.button;
     const Destinations::Pen destination =
         m_destinations.ofPen(event.pen, lifted, mapUSBPosToDevicePos({event.x, event.y}));
-    if (destination == Destinations::Pen::send)
+    if (destination == Destinations::Pen::send || destination == Destinations::Pen::sendLift)
         redirectPenEvent(event);
+    if (destination == Destinations::Pen::sendLift)
+        m_destinations.forgetSentPen(event.pen);
     return destination != Destinations::Pen::own;
 }
 
