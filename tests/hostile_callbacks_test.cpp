@@ -73,7 +73,7 @@ TEST(CallbacksDuringAttach, AreServed)
     EXPECT_TRUE(hardware.init());
 
     EXPECT_EQ(emitted.changes, 2);
-    EXPECT_EQ(emitted.enumerations, 3) << "one for each change, and that of the start";
+    EXPECT_EQ(emitted.enumerations, 2) << "one for each change; they overtook that of the start";
     EXPECT_EQ(emitted.pens, 2) << "of two boards, once they were registered";
     EXPECT_EQ(known_boards(hardware, driver), both_boards);
     hardware.uninit();
@@ -88,8 +88,8 @@ TEST(CallbacksDuringRegistration, AreServed)
     EXPECT_TRUE(hardware.init());
 
     EXPECT_EQ(emitted.changes, 2);
-    EXPECT_EQ(emitted.enumerations, 3);
-    EXPECT_EQ(emitted.pens, 3 * 2 * 2) << "enumerations, boards, threads";
+    EXPECT_EQ(emitted.enumerations, 2) << "they overtook that of the start";
+    EXPECT_EQ(emitted.pens, 2 * 2 * 2) << "enumerations, boards, threads";
     EXPECT_EQ(known_boards(hardware, driver), both_boards);
     hardware.uninit();
 }
@@ -226,7 +226,8 @@ TEST(TenThreadsAtOnce, LeaveEachBoardListedOnce)
     EXPECT_TRUE(play(driver));
 
     EXPECT_EQ(emitted.changes, 2 * rounds * threads);
-    EXPECT_EQ(emitted.enumerations, 1 + 2 * rounds * threads);
+    EXPECT_GE(emitted.enumerations, 1 + 2 * rounds) << "at least one for each time";
+    EXPECT_EQ(emitted.last_count, 3);
     EXPECT_EQ(known_boards(hardware, driver), both_boards);
     hardware.uninit();
 }

@@ -111,7 +111,7 @@ void ZorvicHardware::enumerate(int generation)
         if (m_wrapper->EnumDeviceInfo(index, &info))
             enumerateDevice(info, generation);
     }
-    emit deviceEnumCount(count);
+    emitCount({generation, count});
 }
 
 void ZorvicHardware::enumerateDevice(const _ZORVIC_DEVICE_INFO &info, int generation)
@@ -136,18 +136,54 @@ void ZorvicHardware::enumerateDevice(const _ZORVIC_DEVICE_INFO &info, int genera
 
 void ZorvicHardware::addBoard(const _ZORVIC_DEVICE_INFO &info, int generation)
 {
-    m_wrapper->SetCallback(info.board, processPacketCallback, this);
+    {
+        const std::lock_guard lock(m_mutex);
+        if (generation != m_generation) // boards have come or gone meanwhile, and are being enumerated again
+            return;
+        m_reporting.append(info.board);
+    }
+    settleCallback(info.board, false);
     m_wrapper->SetXferMask(info.board, allTransfers);
     const BoardInfo board = boardInfo(info);
     int index = 0;
     {
         const std::lock_guard lock(m_mutex);
-        if (generation != m_generation) // boards have come or gone meanwhile, and are being enumerated again
+        if (generation != m_generation)
             return;
         m_boards.append(board);
         index = m_boards.size() - 1;
     }
     emit boardEnumerated(index, board);
+}
+
+void ZorvicHardware::settleCallback(int board, bool registered)
+{
+    const auto isReporting = [&] {
+        const std::lock_guard lock(m_mutex);
+        return m_reporting.contains(board);
+    };
+    while (isReporting() != registered) {
+        registered = !registered;
+        if (registered)
+            m_wrapper->SetCallback(board, processPacketCallback, this);
+        else
+            m_wrapper->ClearCallback(board, processPacketCallback, this);
+    }
+}
+
+void ZorvicHardware::emitCount(const DeviceCount &own)
+{
+    std::unique_lock lock(m_mutex);
+    if (own.generation != m_generation)
+        return;
+    DeviceCount emitted;
+    m_newestCount = own;
+    do {
+        emitted = m_newestCount;
+        lock.unlock();
+        emit deviceEnumCount(emitted.count);
+        lock.lock();
+    } while (emitted.generation != m_newestCount.generation);
 }
 
 ZorvicHardware::BoardInfo ZorvicHardware::boardInfo(const _ZORVIC_DEVICE_INFO &info)
@@ -204,12 +240,21 @@ template <typename Operation> void ZorvicHardware::forEachBoard(Operation operat
 
 void ZorvicHardware::pnp()
 {
-    forEachBoard([this](int board) { m_wrapper->ClearCallback(board, processPacketCallback, this); });
+    QList<int> leaving;
+    int listed = 0;
     int generation = 0;
     {
         const std::lock_guard lock(m_mutex);
-        m_boards.clear();
         generation = ++m_generation;
+        leaving.swap(m_reporting);
+        listed = m_boards.size();
+    }
+    for (const int board : leaving)
+        settleCallback(board, true);
+    {
+        const std::lock_guard lock(m_mutex);
+        if (generation == m_generation) // else the newer change empties the list, or has done so
+            m_boards = m_boards.mid(listed);
     }
     emit pnpEvent();
     enumerate(generation);

@@ -24,8 +24,13 @@ class QWidget;
 /// Owns the driver binding. The driver calls in on a thread of its own: decoding, pre-processing,
 /// plug-and-play and the signals of all these run on that thread; everything else belongs to the GUI thread.
 /// The state that both use is guarded by a mutex that is never held across a driver call, an emission or a
-/// look at a widget. Positions and lengths are raw board units: 0 to 65535 on the wire, of which 0 to 32767
-/// span the screen.
+/// look at a widget.
+///
+/// A plug-and-play change overtakes every enumeration that has begun before it: that enumeration lists and
+/// emits no further board, leaves no callback registered that the newer one does not want, and emits no
+/// count. The newer one emits its own.
+///
+/// Positions and lengths are raw board units: 0 to 65535 on the wire, of which 0 to 32767 span the screen.
 class ZorvicHardware : public QObject
 {
     Q_OBJECT
@@ -196,20 +201,34 @@ signals:
     void pnpEvent();
     void boardEnumerated(int index, const ZorvicHardware::BoardInfo &info); ///< index within the boards list
     void hubEnumerated(QString type); ///< "legacy", "2.4GHz" or "virtual"
-    void
-    deviceEnumCount(int count); ///< enumeration has finished; boards and hubs together, as the driver counts
+    /// An enumeration has finished: boards and hubs together, as the driver counts them. Emitted once by
+    /// every enumeration that no change has overtaken; the newest count once more if the emission of an older
+    /// one was still under way, so that the last count is always the newest.
+    void deviceEnumCount(int count);
     void penEvent(const ZorvicHardware::PenEvent &ev);
     void touchEvent(const ZorvicHardware::TouchEvent &ev);               ///< never empty
     void eraseEvent(const ZorvicHardware::EraseEvent &ev);               ///< may be empty
     void touchStatus(int id, const ZorvicHardware::TouchStatus &status); ///< id: the board last asked
 
 private:
+    struct DeviceCount
+    {
+        int generation = 0; ///< of the enumeration that found it
+        int count = 0;
+    };
+
     bool initialiseZorvicWrapper();
     /// The enumeration that belongs to one generation of the boards list: of two at once, the later one
     /// counts.
     void enumerate(int generation);
     void enumerateDevice(const _ZORVIC_DEVICE_INFO &info, int generation);
     void addBoard(const _ZORVIC_DEVICE_INFO &info, int generation);
+    /// Registers or withdraws the callback of @p board until the driver was last told what m_reporting says.
+    /// @p registered: what it was told before. Every thread that has changed the entry of a board calls this,
+    /// so that the last call of the driver is the right one, whichever threads change it at the same time.
+    void settleCallback(int board, bool registered);
+    /// Emits @p own unless it is out of date, then whatever newer count was emitted at the same time.
+    void emitCount(const DeviceCount &own);
     QList<BoardInfo> boards() const;
     template <typename Operation> void forEachBoard(Operation operation);
     void sendToSystem(unsigned char length, const unsigned char *report);
@@ -218,10 +237,12 @@ private:
     Destinations m_destinations; ///< of pens and touches
     Backlog m_backlog;
 
-    mutable std::mutex m_mutex; ///< guards what follows, down to m_generation
+    mutable std::mutex m_mutex; ///< guards what follows, down to m_newestCount
     qint32 m_statusBoard = 0;   ///< the board last passed to getTouchStatus
     QList<BoardInfo> m_boards;  ///< in order of enumeration
-    int m_generation = 0;       ///< of the boards list: one higher after each plug-and-play change
+    QList<int> m_reporting;    ///< numbers of the boards that are to have a callback, in order of enumeration
+    int m_generation = 0;      ///< of the boards list: one higher with each plug-and-play change
+    DeviceCount m_newestCount; ///< the last one that was emitted, or is being emitted
 
     /// Null before init. Last, hence destroyed first: until it has detached, the driver may call in.
     std::unique_ptr<AbstractHardwareWrapper> m_wrapper;

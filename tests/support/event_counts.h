@@ -18,6 +18,9 @@ public:
         count(hardware, &ZorvicHardware::touchStatus, statuses);
         count(hardware, &ZorvicHardware::pnpEvent, changes);
         count(hardware, &ZorvicHardware::deviceEnumCount, enumerations);
+        QObject::connect(
+            &hardware, &ZorvicHardware::deviceEnumCount, &m_context,
+            [this](int devices) { last_count = devices; }, Qt::DirectConnection);
     }
 
     std::atomic<int> pens = 0;
@@ -26,6 +29,7 @@ public:
     std::atomic<int> statuses = 0;
     std::atomic<int> changes = 0;
     std::atomic<int> enumerations = 0;
+    std::atomic<int> last_count = 0; ///< of the devices that the newest enumeration found
 
 private:
     template <typename Signal>
