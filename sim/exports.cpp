@@ -126,7 +126,7 @@ struct SerialPort
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
-EXPORT bool zorvicAttach()
+EXPORT unsigned char zorvicAttach()
 {
     return logged(__func__, CallLog::Record::object(), [] { return driver().attach(); });
 }
@@ -178,7 +178,7 @@ EXPORT int zorvicGetDeviceCount()
     return logged(__func__, CallLog::Record::object(), [] { return driver().deviceCount(); });
 }
 
-EXPORT bool zorvicEnumDeviceInfo(int index, _ZORVIC_DEVICE_INFO *out)
+EXPORT unsigned char zorvicEnumDeviceInfo(int index, _ZORVIC_DEVICE_INFO *out)
 {
     if (driver().deniesDevices())
         return false;

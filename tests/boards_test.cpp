@@ -26,7 +26,7 @@ constexpr const char *three_at_1 = "boardEnumerated(1, board 3 of type \"serial\
 
 Device unanswered(Device device)
 {
-    device.answered = false;
+    device.answered = 0;
     return device;
 }
 

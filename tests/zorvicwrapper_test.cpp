@@ -197,7 +197,7 @@ TEST_P(AForwardedOperation, ForwardsItsArgumentsAndTheResultUnchanged)
         wrapper.Attach();
         driver.clear();
         driver.answers[wanted.name] = answer;
-        driver.devices[0].answered = answer != 0;
+        driver.devices[0].answered = static_cast<int>(answer);
 
         const long long result = wanted.run(wrapper);
 
@@ -212,6 +212,38 @@ TEST_P(AForwardedOperation, ForwardsItsArgumentsAndTheResultUnchanged)
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, AForwardedOperation, testing::ValuesIn(forwarded_operations()), name_of);
+
+struct Register
+{
+    const char *name;
+    unsigned int value; ///< what the driver leaves in the 32 bits of an int
+    bool truth;
+};
+
+class ATruthValueOfTheDriver : public testing::TestWithParam<Register>
+{
+};
+
+TEST_P(ATruthValueOfTheDriver, IsReadFromItsLowByte)
+{
+    RecordingDriver driver;
+    driver.devices = {{}};
+    driver.devices[0].answered = static_cast<int>(GetParam().value);
+    driver.answers["Attach"] = static_cast<int>(GetParam().value);
+    ZorvicWrapper wrapper;
+
+    EXPECT_EQ(number_of(wrapper.Attach()), GetParam().truth);
+    EXPECT_EQ(number_of(wrapper.EnumDeviceInfo(0, &record)), GetParam().truth);
+}
+
+INSTANTIATE_TEST_SUITE_P(Is, ATruthValueOfTheDriver,
+                         testing::Values(Register{"AFalseBoolUnderGarbage", 0xABCDEF00, false},
+                                         Register{"ATrueBoolUnderGarbage", 0xABCDEF01, true},
+                                         Register{"AnIntOf0", 0, false}, Register{"AnIntOf1", 1, true},
+                                         Register{"AnIntOf2", 2, true},
+                                         Register{"AnIntOfMinus1", 0xFFFFFFFF, true},
+                                         Register{"AnIntOf256WhichMightBeAFalseBool", 0x100, false}),
+                         [](const auto &row) { return std::string(row.param.name); });
 
 class AnOperation : public testing::TestWithParam<Operation>
 {

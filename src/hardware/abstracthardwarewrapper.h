@@ -37,6 +37,7 @@ using PnpCallback = void (*)(void *context);
 /// The functions of the board driver. Arguments are handed to it as they are, what they mean is its business;
 /// a callback's context must live until the callback is withdrawn. No operation fails loudly: if the
 /// driver lacks a function, the call returns the value named here, or does nothing.
+/// Of a truth value that the driver returns the low byte counts, be it a bool or an int.
 class AbstractHardwareWrapper
 {
 public:

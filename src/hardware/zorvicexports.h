@@ -6,9 +6,15 @@
 // parameter types: bytes and bools are widened to int. ZORVIC_EXPORTS(M) expands to M(name, signature) for
 // each; the exported name has the prefix "zorvic". CMake reads the names from lines of this form, one name a
 // line.
+//
+// Attach and EnumDeviceInfo answer with a truth value, of which the low byte is read. A driver's bool fills
+// only that byte on x86-64 and may leave anything in the rest of the register, so reading a whole int would
+// take some answers of false for true. As an unsigned char, every value of the byte is valid, so that an int
+// such as 2 or -1 is true as well; as a bool it would be undefined behaviour. An int whose low byte is 0,
+// such as 256, reads as false, because it cannot be told from a bool.
 // clang-format off
 #define ZORVIC_EXPORTS(EXPORT)                                                                           \
-    EXPORT(Attach,                           bool())                                                     \
+    EXPORT(Attach,                           unsigned char())                                            \
     EXPORT(Detach,                           void())                                                     \
     EXPORT(Interface,                        int())                                                      \
     EXPORT(SetCallback,                      void(int board, PacketCallback, void *context))             \
@@ -17,7 +23,7 @@
     EXPORT(WritePacket,                      int(int board, const void *data, int length))               \
     EXPORT(SetXferMask,                      void(int board, int mask))                                  \
     EXPORT(GetDeviceCount,                   int())                                                      \
-    EXPORT(EnumDeviceInfo,                   bool(int index, _ZORVIC_DEVICE_INFO *out))                  \
+    EXPORT(EnumDeviceInfo,                   unsigned char(int index, _ZORVIC_DEVICE_INFO *out))         \
     EXPORT(SetPnpCallback,                   void(PnpCallback, void *context))                           \
     EXPORT(SetPointingDeviceDestination,     void(int board, int pen, int flag, int mode))               \
     EXPORT(SetPointingDeviceDestinationEx,   void(int board, int pen, int flag, int mode, int extra))    \

@@ -5,10 +5,11 @@
 #include <array>
 
 // The board driver's functions without the prefix "zorvic", with the driver's parameter types, in the order
-// of resolving. Deliberate: the tests' own list, so that a slip in the program's table does not go unnoticed.
+// of resolving. Truth values are ints, so that a test can also fill the bytes of the register that a bool
+// leaves alone. Deliberate: the tests' own list, so that a slip in the program's table does not go unnoticed.
 // clang-format off
 #define DRIVER_EXPORTS(EXPORT)                                                                           \
-    EXPORT(Attach, bool())                                                                               \
+    EXPORT(Attach, int())                                                                                \
     EXPORT(Detach, void())                                                                               \
     EXPORT(Interface, int())                                                                             \
     EXPORT(SetCallback, void(int, PacketCallback, void *))                                               \
@@ -17,7 +18,7 @@
     EXPORT(WritePacket, int(int, const void *, int))                                                     \
     EXPORT(SetXferMask, void(int, int))                                                                  \
     EXPORT(GetDeviceCount, int())                                                                        \
-    EXPORT(EnumDeviceInfo, bool(int, _ZORVIC_DEVICE_INFO *))                                             \
+    EXPORT(EnumDeviceInfo, int(int, _ZORVIC_DEVICE_INFO *))                                              \
     EXPORT(SetPnpCallback, void(PnpCallback, void *))                                                    \
     EXPORT(SetPointingDeviceDestination, void(int, int, int, int))                                       \
     EXPORT(SetPointingDeviceDestinationEx, void(int, int, int, int, int))                                \

@@ -115,14 +115,14 @@ template <> int Export<GetDeviceCountTag, int()>::function()
 /// Fills the record to its last byte, as a real driver may. The test fails with a bad memory access if the
 /// caller's record is too short.
 template <>
-bool Export<EnumDeviceInfoTag, bool(int, _ZORVIC_DEVICE_INFO *)>::function(int index,
-                                                                           _ZORVIC_DEVICE_INFO *record_out)
+int Export<EnumDeviceInfoTag, int(int, _ZORVIC_DEVICE_INFO *)>::function(int index,
+                                                                         _ZORVIC_DEVICE_INFO *record_out)
 {
     record({EnumDeviceInfoTag::name, {argument_of(index), argument_of(record_out)}, {}});
     auto *const out = reinterpret_cast<char *>(record_out);
     current->records.emplace_back(out, _ZORVIC_DEVICE_INFO::recordSize);
     const auto &device = index < 0 || index >= static_cast<int>(current->devices.size())
-        ? RecordingDriver::Device{0, 0, {}, false}
+        ? RecordingDriver::Device{0, 0, {}, 0}
         : current->devices[static_cast<std::size_t>(index)];
     constexpr std::size_t infoAt = 325;
     constexpr std::size_t room = _ZORVIC_DEVICE_INFO::recordSize - infoAt;

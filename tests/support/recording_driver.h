@@ -34,8 +34,8 @@ public:
     {
         int kind = 1;
         int board = 0;
-        QByteArray info;      ///< cut at the end of the record; followed by a NUL if there is room
-        bool answered = true; ///< the result of the call
+        QByteArray info;  ///< cut at the end of the record; followed by a NUL if there is room
+        int answered = 1; ///< the result of the call
     };
 
     RecordingDriver();
