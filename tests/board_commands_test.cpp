@@ -272,6 +272,20 @@ TEST(AskingForTheTouchStatus, WritesToThatBoardAndNamesItWithEveryAnswer)
                      "touchStatus(7, status 1 2 3 4 5 -6)"}));
 }
 
+TEST(AskingForTheTouchStatus, IsRememberedBeforeADriverThatAnswersInsideTheCall)
+{
+    RecordingDriver driver;
+    driver.devices = {{1, 7, {}}, {1, 3, {}}};
+    ZorvicHardware hardware(nullptr);
+    hardware.init();
+    const BoardSignals emitted(hardware);
+    driver.hooks["WritePacket"] = [&] { reports::deliver(hardware, reports::status({1, 2, 3, 4, 5, 6})); };
+
+    hardware.getTouchStatus(3);
+
+    EXPECT_EQ(emitted.texts, Lines{"touchStatus(3, status 1 2 3 4 5 6)"});
+}
+
 TEST(AskingForTheTouchStatus, IsRememberedThoughNothingCouldBeSent)
 {
     ZorvicHardware hardware(nullptr);
