@@ -1,6 +1,7 @@
 #include "support/board_signals.h"
 #include "support/event_counts.h"
 #include "support/live_dialog.h"
+#include "support/queue_order.h"
 #include "support/reports.h"
 #include "support/simulated_driver.h"
 
@@ -40,6 +41,7 @@ QStringList devices_and(const QStringList &reports)
 
 bool play(SimulatedDriver &driver)
 {
+    happens_before_emissions();
     driver.open_gate("go");
     const bool played = QTest::qWaitFor([&] { return driver.has_mark("played"); }, 20'000);
     QCoreApplication::processEvents();

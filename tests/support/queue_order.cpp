@@ -12,7 +12,9 @@ static void __tsan_release(void *) { }
 
 namespace {
 
-char queue; // its address stands for the event queue
+// Their addresses stand for the event queue, and for what lets a driver go on.
+char queue;
+char gate;
 
 } // namespace
 
@@ -24,6 +26,7 @@ void __wrap__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *, const QMetaOb
 void __wrap__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject *sender, const QMetaObject *meta, int signal,
                                                         void **arguments)
 {
+    __tsan_acquire(&gate);
     __tsan_release(&queue);
     __real__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(sender, meta, signal, arguments);
 }
@@ -39,4 +42,9 @@ bool QueueOrder::eventFilter(QObject *, QEvent *event)
     if (event->type() == QEvent::MetaCall)
         __tsan_acquire(&queue);
     return false;
+}
+
+void happens_before_emissions()
+{
+    __tsan_release(&gate);
 }
