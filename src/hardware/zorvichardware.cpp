@@ -240,6 +240,7 @@ template <typename Operation> void ZorvicHardware::forEachBoard(Operation operat
 
 void ZorvicHardware::pnp()
 {
+    const Backlog::Opening opening(m_backlog);
     QList<int> leaving;
     int listed = 0;
     int generation = 0;
