@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace {
 
 void expect_point(QVector2D actual, QVector2D expected)
@@ -87,24 +89,38 @@ TEST_P(NearestPointOnPolygon, GivesThePointAndItsSegment)
     expect_point(nearest, row.nearest);
 }
 
+/// The first @p count points of @p polygon. Its memory still holds the others.
+QPolygonF cut_short(QPolygonF polygon, int count)
+{
+    polygon.resize(count);
+    return polygon;
+}
+
 const QPolygonF line(QVector<QPointF>{{0, 0}, {10, 0}});
 // Three sides of a square. The line from the last point to the first is not one of its segments.
 const QPolygonF cup(QVector<QPointF>{{0, 0}, {0, 10}, {10, 10}, {10, 0}});
 
 INSTANTIATE_TEST_SUITE_P(
     Polygon, NearestPointOnPolygon,
-    testing::Values(PolygonRow{"OnlyOneSegment", line, 0, {4, 3}, 0, {4, 0}},
-                    PolygonRow{"SkippingTheOnlySegment", line, 1, {4, 3}, 0, {4, 0}},
-                    PolygonRow{"FirstSegment", cup, 0, {1, 5}, 0, {0, 5}},
-                    PolygonRow{"MiddleSegment", cup, 0, {5, 9}, 1, {5, 10}},
-                    PolygonRow{"LastSegment", cup, 0, {9, 5}, 2, {10, 5}},
-                    PolygonRow{"LastSegmentSkipped", cup, 1, {9, 6}, 1, {9, 10}},
-                    PolygonRow{"LastTwoSegmentsSkipped", cup, 2, {9, 6}, 0, {0, 6}},
-                    PolygonRow{"MoreSkippedThanThereAre", cup, 9, {9, 6}, 0, {0, 6}},
-                    PolygonRow{"TheLaterOfTwoThatShareTheirCorner", cup, 0, {-3, 14}, 1, {0, 10}},
-                    PolygonRow{"TheLaterOfTwoEquallyFar", cup, 0, {5, 2}, 2, {10, 2}},
-                    PolygonRow{"TheLastOfThreeEquallyFar", cup, 0, {5, 5}, 2, {10, 5}},
-                    PolygonRow{"TheOpenSideDoesNotCount", cup, 0, {6, -1}, 2, {10, 0}}),
+    testing::Values(
+        PolygonRow{"OnlyOneSegment", line, 0, {4, 3}, 0, {4, 0}},
+        PolygonRow{"SkippingTheOnlySegment", line, 1, {4, 3}, 0, {4, 0}},
+        PolygonRow{"FirstSegment", cup, 0, {1, 5}, 0, {0, 5}},
+        PolygonRow{"MiddleSegment", cup, 0, {5, 9}, 1, {5, 10}},
+        PolygonRow{"LastSegment", cup, 0, {9, 5}, 2, {10, 5}},
+        PolygonRow{"LastSegmentSkipped", cup, 1, {9, 6}, 1, {9, 10}},
+        PolygonRow{"LastTwoSegmentsSkipped", cup, 2, {9, 6}, 0, {0, 6}},
+        PolygonRow{"MoreSkippedThanThereAre", cup, 9, {9, 6}, 0, {0, 6}},
+        PolygonRow{"NegativeSkip", cut_short(cup, 3), -1, {9, 2}, 1, {9, 10}},
+        PolygonRow{"SmallestSkip", cut_short(cup, 3), std::numeric_limits<int>::min(), {9, 2}, 1, {9, 10}},
+        PolygonRow{"LargestSkip", cup, std::numeric_limits<int>::max(), {9, 6}, 0, {0, 6}},
+        PolygonRow{"OnePoint", cut_short(line, 1), 0, {4, 3}, 0, {0, 0}},
+        PolygonRow{"OnePointAwayFromTheOrigin", {{{2, 1}}}, 0, {4, 3}, 0, {2, 1}},
+        PolygonRow{"NoPoint", {}, 0, {4, 3}, 0, {0, 0}},
+        PolygonRow{"TheLaterOfTwoThatShareTheirCorner", cup, 0, {-3, 14}, 1, {0, 10}},
+        PolygonRow{"TheLaterOfTwoEquallyFar", cup, 0, {5, 2}, 2, {10, 2}},
+        PolygonRow{"TheLastOfThreeEquallyFar", cup, 0, {5, 5}, 2, {10, 5}},
+        PolygonRow{"TheOpenSideDoesNotCount", cup, 0, {6, -1}, 2, {10, 0}}),
     row_name<PolygonRow>);
 
 } // namespace
