@@ -113,7 +113,7 @@ protected:
     QRectF m_image_rectangle;    ///< where the picture lies, from the position; pixels
     QPointF m_rendered_position; ///< position, rotation and scale when the last render started
     float m_rendered_rotation = 0;
-    float m_rendered_scale = 0;
+    float m_rendered_scale = 1;
     QPainterPath m_outline; ///< item coordinates
     QRectF m_outline_bounds;
     QTransform m_to_view;

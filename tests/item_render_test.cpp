@@ -177,6 +177,17 @@ TEST_F(ItemRendering, SizesTheCacheForTheRotationAndScaleOfTheRender)
     EXPECT_EQ(m_item->m_image_rectangle, QRectF(-1, -1, 64, 44));
 }
 
+TEST(ItemCacheBeforeAnyRender, FitsTheOutlineUnscaled)
+{
+    DrawnItem item({10, 20}, {0, 0, 60, 40});
+
+    item.rebuffer();
+
+    EXPECT_EQ(item.m_image_rectangle, QRectF(-1, -1, 64, 44));
+    ASSERT_NE(item.m_image_cache, nullptr);
+    EXPECT_EQ(item.m_image_cache->size(), QSize(64, 44));
+}
+
 struct PictureRow
 {
     const char *name;
