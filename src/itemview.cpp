@@ -71,8 +71,12 @@ void ItemView::disown_all()
 
 void ItemView::add_item(std::shared_ptr<Item> item)
 {
-    if (item->m_owner)
-        item->m_owner->sub_item(item.get());
+    if (item->m_owner) {
+        item->update_end();
+        const int to_do = std::exchange(item->m_update_flags, Item::refresh_area);
+        item->m_owner->sub_item(item.get()); // tells the area to the view that has shown it
+        item->m_update_flags = to_do | Item::refresh_area;
+    }
     item->m_owner = this;
     m_z_order.push_back(std::move(item));
 }

@@ -31,8 +31,8 @@ public:
     /// Leaves its items without an owner.
     ~ItemView() override;
 
-    /// Adds @p item, which is not null, in front of all others and links it to this view; a view that showed
-    /// it before no longer does.
+    /// Adds @p item, which is not null, in front of all others and links it to this view. A view that has it
+    /// already, be it this one, marks its area and gives it up; what it had to do it does for this view.
     void add_item(std::shared_ptr<Item> item);
     /// Removes an item and marks its area; contacts that it has captured keep it until they lift, a pen that
     /// hovers over it until it hovers elsewhere. Nothing when it is not here.

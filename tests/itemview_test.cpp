@@ -244,6 +244,106 @@ TEST(ItemView, CollectsTheAreasOfAllItemsOfATick)
     EXPECT_EQ(view.get_dirty_region(), expected);
 }
 
+TEST_F(ZOrder, HasAnItemInFrontThatIsAddedAgain)
+{
+    m_view.add_item(m_items[1]);
+
+    EXPECT_EQ(order(), "acdb");
+    EXPECT_EQ(m_items[1]->m_owner, &m_view);
+    EXPECT_EQ(m_items[1]->m_update_flags, 15);
+    EXPECT_EQ(m_items[1].use_count(), 2);
+}
+
+TEST_F(ZOrder, IsRepaintedWhereAnItemIsAddedAgain)
+{
+    render_all(m_view);
+    m_view.get_dirty_region();
+
+    m_view.add_item(m_items[1]);
+    render_all(m_view);
+
+    EXPECT_EQ(m_view.get_dirty_region(), QRegion(8, -2, 56, 56));
+}
+
+struct MoveRow
+{
+    const char *name;
+    int flags; ///< before the move
+};
+
+/// An item that one view has rendered and another is given.
+class MovedItem : public testing::TestWithParam<MoveRow>
+{
+protected:
+    MovedItem()
+    {
+        m_former.add_item(m_item);
+        render(*m_item);
+        m_former.get_dirty_region();
+        m_item->m_update_flags = GetParam().flags;
+    }
+
+    ItemView m_former{0};
+    ItemView m_view{0};
+    std::shared_ptr<DrawnItem> m_item = make_square({10, 20});
+};
+
+TEST_P(MovedItem, KeepsWhatItHasToDo)
+{
+    m_view.add_item(m_item);
+
+    EXPECT_EQ(m_item->m_update_flags, GetParam().flags | Item::refresh_area);
+}
+
+TEST_P(MovedItem, IsRepaintedWhereItWasAndWhereItIs)
+{
+    m_view.add_item(m_item);
+    EXPECT_EQ(m_former.get_dirty_region(), QRegion(8, 18, 56, 56));
+    EXPECT_TRUE(m_view.get_dirty_region().isEmpty());
+    m_item->m_position = {200, 100};
+
+    render(*m_item);
+
+    EXPECT_EQ(m_view.get_dirty_region(), QRegion(8, 18, 56, 56) + QRegion(198, 98, 56, 56));
+    EXPECT_TRUE(m_former.get_dirty_region().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(ItemView, MovedItem,
+                         testing::Values(MoveRow{"WithNothingToDo", 0}, MoveRow{"WithItsAreaToTell", 1},
+                                         MoveRow{"WithAPictureToDraw", 2}, MoveRow{"WithEverythingToDo", 15}),
+                         row_name<MoveRow>);
+
+TEST(ItemView, ShowsAnItemThatAnotherViewHasHadForLessThanATick)
+{
+    ItemView former(0);
+    ItemView view(0);
+    view.resize(100, 100);
+    const auto item = make_square({20, 20});
+    former.add_item(item);
+
+    view.add_item(item);
+    render_all(view);
+
+    EXPECT_EQ(picture_of(view).pixel(40, 40), 0xffff0000);
+    EXPECT_EQ(view.get_dirty_region(), QRegion(18, 18, 56, 56));
+}
+
+TEST(ItemView, WaitsForTheRenderOfAnItemThatItTakesOver)
+{
+    for (int i = 0; i < 100; ++i) {
+        ItemView former(0);
+        ItemView view(0);
+        const auto item = make_square({10, 20});
+        former.add_item(item);
+        item->update_begin();
+
+        view.add_item(item);
+
+        ASSERT_EQ(item->m_update_flags, Item::refresh_area);
+        ASSERT_EQ(former.get_dirty_region(), QRegion(8, 18, 56, 56));
+    }
+}
+
 TEST(ItemViewSubItem, TellsWhereTheItemWas)
 {
     ItemView view(0);
