@@ -26,6 +26,7 @@ QString eight_bits(int value)
 /// of it stays.
 struct EventItem::Drawn
 {
+    const std::shared_ptr<TagText> text = TagText::in_application_font();
     QPointF radius; ///< of the circle in the last rebuild, pixels; never (0, 0) after one
     KeptPicture shape;
     TagText::Lines lines;
@@ -35,7 +36,6 @@ EventItem::EventItem(QPointF position, QColor colour)
     : Item(position, 0, 1.0F, 0), m_colour(std::move(colour)), m_drawn(std::make_unique<Drawn>())
 {
     m_hit_testable = false;
-    TagText::instance(); // here rather than on a render thread
 }
 
 EventItem::~EventItem()
@@ -89,7 +89,7 @@ void EventItem::redraw(QPainter &painter)
         draw_kept_shape(painter);
     else
         draw_shape(painter);
-    TagText::instance().draw(painter, m_text_corner, m_values, m_drawn->lines);
+    m_drawn->text->draw(painter, m_text_corner, m_values, m_drawn->lines);
 }
 
 void EventItem::draw_kept_shape(QPainter &painter)

@@ -43,9 +43,18 @@ struct TagText::Placed
     QPointF origin;
 };
 
-TagText &TagText::instance()
+std::shared_ptr<TagText> TagText::in_application_font()
 {
-    static TagText text(make_tag_font());
+    // The last one only: an older one goes with the last tag that uses it.
+    static std::shared_ptr<TagText> text;
+    static QFont
+        font; // only compared: an engine, which layout would give it, must not outlive the application
+
+    const QFont wanted = make_tag_font();
+    if (!text || wanted != font) {
+        font = wanted;
+        text = std::make_shared<TagText>(make_tag_font());
+    }
     return text;
 }
 

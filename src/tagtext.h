@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -19,7 +20,8 @@ class QPainter;
 /// each label and each character of a number is laid out once, rasterised once per subpixel offset, and
 /// shared by all threads.
 ///
-/// One for the process. A mutex guards what the threads share; lengths are pixels.
+/// One for each font, shared by the tags that use it. A mutex guards what the threads share; lengths are
+/// pixels.
 class TagText
 {
 public:
@@ -34,8 +36,11 @@ public:
     using Lines = std::array<Line, line_count>;
     using Values = std::array<QString, line_count>; ///< results of QString::number, one for each label
 
-    /// The first call lays all out on its thread, which has to be the GUI thread.
-    static TagText &instance();
+    /// The text in the font that the application has now, laid out by the first call for it. GUI thread only.
+    static std::shared_ptr<TagText> in_application_font();
+
+    explicit TagText(const QFont &font);
+    ~TagText();
 
     /// Fills the lines in black, the first one a line's height below @p corner. @p lines is what the last
     /// call for this tag has left there. Any thread.
@@ -44,9 +49,6 @@ public:
 private:
     struct Piece;
     struct Placed;
-
-    explicit TagText(const QFont &font);
-    ~TagText();
 
     Piece lay_out(const QString &text, const QFont &font) const;
     std::vector<Placed> place(QPointF origin, std::size_t line, const QString &value);
