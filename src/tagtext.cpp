@@ -92,8 +92,10 @@ TagText::Piece TagText::lay_out(const QString &text, const QFont &font) const
     Piece piece;
     piece.outline.addText(0, 0, font, text);
     const QFontMetricsF metrics(font);
-    for (const QChar next : m_characters) // measured together, since fonts kern
-        piece.advances.push_back(metrics.horizontalAdvance(text + next) - metrics.horizontalAdvance(next));
+    // Measured together, since fonts kern. For a QChar alone Qt leaves the font's letter spacing out.
+    for (const QChar next : m_characters)
+        piece.advances.push_back(metrics.horizontalAdvance(text + next)
+                                 - metrics.horizontalAdvance(QString(next)));
     return piece;
 }
 

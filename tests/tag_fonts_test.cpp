@@ -16,13 +16,12 @@
 
 namespace {
 
-struct Row
+/// @p font with @p more pixels between characters.
+QFont spaced(QFont font, double more)
 {
-    const char *name;
-    const char *family;
-    QFont::Weight weight;
-    bool slanted;
-};
+    font.setLetterSpacing(QFont::AbsoluteSpacing, more);
+    return font;
+}
 
 /// A view for tags, and the application's font.
 class TagFonts : public testing::Test
@@ -30,10 +29,9 @@ class TagFonts : public testing::Test
 protected:
     ~TagFonts() override { QApplication::setFont(m_former); }
 
-    static void use(const char *family, QFont::Weight weight = QFont::Normal, bool slanted = false)
+    static void use(const QFont &font)
     {
-        QFont font(family, -1, weight, slanted);
-        ASSERT_EQ(QFontInfo(font).family().toStdString(), family) << "not installed";
+        ASSERT_EQ(QFontInfo(font).family(), font.family()) << "not installed";
         QApplication::setFont(font);
     }
 
@@ -45,14 +43,14 @@ protected:
     }
 
     /// The tag's next record, at whole pixels, and its tick.
-    static void show(EventItem &tag, int id, QPoint pos, QPointF radius, int buttons = 1)
+    static void show(EventItem &tag, int id, QPointF pos, QPointF radius, int buttons = 1)
     {
         tag.refresh(contact(id, buttons, pos, radius));
         render(tag);
     }
 
     /// What show() has to show in the application's font.
-    static QImage expected(int id, QPoint pos, QPointF radius, int buttons = 1)
+    static QImage expected(int id, QPointF pos, QPointF radius, int buttons = 1)
     {
         const auto number = [](double value) { return QString::number(value); };
         return drawn({pos,
@@ -73,7 +71,7 @@ TEST_F(TagFonts, AreTheApplicationsForEachNewTag)
     make_tag();
     for (const char *const family : {"DejaVu Serif", "DejaVu Sans Mono", "DejaVu Serif", "DejaVu Sans"}) {
         SCOPED_TRACE(family);
-        use(family);
+        use(QFont(family));
 
         const auto tag = make_tag();
         show(*tag, 256, {100, 150}, {30, 20});
@@ -84,11 +82,11 @@ TEST_F(TagFonts, AreTheApplicationsForEachNewTag)
 
 TEST_F(TagFonts, StayTheTagsThatAreShown)
 {
-    use("DejaVu Serif");
+    use(QFont("DejaVu Serif"));
     const auto tag = make_tag();
     const QImage serif = expected(256, {100, 150}, {30, 20});
 
-    use("DejaVu Sans");
+    use(QFont("DejaVu Sans"));
     make_tag();
     show(*tag, 256, {100, 150}, {30, 20});
 
@@ -96,17 +94,63 @@ TEST_F(TagFonts, StayTheTagsThatAreShown)
     EXPECT_FALSE(same_picture(serif, expected(256, {100, 150}, {30, 20})));
 }
 
+struct Row
+{
+    const char *name;
+    QFont font;
+};
+
+void PrintTo(const Row &row, std::ostream *stream)
+{
+    *stream << row.name;
+}
+
+class TagFont : public TagFonts, public testing::WithParamInterface<Row>
+{
+};
+
+TEST_P(TagFont, IsFilledAsOneOutlineForEachLine)
+{
+    use(GetParam().font);
+    const auto tag = make_tag();
+    struct
+    {
+        int id;
+        QPointF pos;
+        QPointF radius;
+        int buttons;
+    } const records[] = {{256, {100, 150}, {30, 20}, 1},
+                         {-16, {101.5, 150.25}, {12.5, 7.25}, 3},
+                         {747, {74.71, 171.17}, {11.125, 40}, 7},
+                         {511, {1e-5, -30.4375}, {25, 25}, 255},
+                         {639, {177.4, 0.00074}, {20.7, 33.3}, 0}};
+
+    for (const auto &record : records) {
+        show(*tag, record.id, record.pos, record.radius, record.buttons);
+
+        EXPECT_TRUE(
+            same_picture(painted(*tag), expected(record.id, record.pos, record.radius, record.buttons)))
+            << record.id;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, TagFont,
+                         testing::Values(Row{"Upright", QFont("DejaVu Sans")},
+                                         Row{"Slanted", QFont("DejaVu Sans", -1, QFont::Normal, true)},
+                                         Row{"BoldAndItalic", QFont("DejaVu Serif", -1, QFont::Bold, true)},
+                                         Row{"Monospaced", QFont("DejaVu Sans Mono")},
+                                         Row{"Spaced", spaced(QFont("DejaVu Sans"), 2)}),
+                         row_name<Row>);
+
 TEST_F(TagFonts, AreForgottenWithTheirTags)
 {
     std::size_t before = 0;
     for (int i = 0; i < 120; ++i) {
         if (i == 20) // Qt has loaded by then what it keeps
             before = heap_in_use();
-        QFont font("DejaVu Sans");
-        font.setLetterSpacing(QFont::AbsoluteSpacing, i / 64.0);
-        QApplication::setFont(font);
+        use(spaced(QFont("DejaVu Sans"), i / 64.0));
         const auto tag = make_tag();
-        show(*tag, 256, {100 + i, 150}, {30, 20});
+        show(*tag, 256, {100.0 + i, 150}, {30, 20});
         m_view.sub_item(tag.get());
         m_view.get_dirty_region();
     }
