@@ -65,6 +65,26 @@ QRect KeptPicture::covered(QPoint origin) const
     return {origin + m_offset, m_image.size()};
 }
 
+bool KeptPicture::touches(QPoint origin, const KeptPicture &other, QPoint other_origin) const
+{
+    const QRect common = covered(origin) & other.covered(other_origin);
+    for (int y = common.top(); y < common.top() + common.height(); ++y) {
+        const QRgb *const own_row = row(origin, common.left(), y);
+        const QRgb *const other_row = other.row(other_origin, common.left(), y);
+        for (int x = 0; x < common.width(); ++x) {
+            if (own_row[x] != 0 && other_row[x] != 0)
+                return true;
+        }
+    }
+    return false;
+}
+
+const QRgb *KeptPicture::row(QPoint origin, int x, int y) const
+{
+    const QPoint at = QPoint(x, y) - origin - m_offset;
+    return reinterpret_cast<const QRgb *>(m_image.constScanLine(at.y())) + at.x();
+}
+
 qsizetype KeptPicture::memory() const
 {
     return m_image.sizeInBytes() + bookkeeping;

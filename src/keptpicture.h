@@ -5,6 +5,7 @@
 #include <QPointF>
 #include <QRect>
 #include <QRectF>
+#include <QRgb>
 
 #include <functional>
 
@@ -60,10 +61,15 @@ public:
     void show(QPainter &painter, QPoint origin) const;
     /// The pixels that it covers if the origin lies in the pixel @p origin.
     QRect covered(QPoint origin) const;
+    /// Whether both leave something in the same pixel if their origins lie in these pixels.
+    bool touches(QPoint origin, const KeptPicture &other, QPoint other_origin) const;
     /// Bytes that it takes, with what Qt and the heap need to hold it.
     qsizetype memory() const;
 
 private:
+    /// The pixels of the row @p y, from column @p x on, if the origin lies in the pixel @p origin.
+    const QRgb *row(QPoint origin, int x, int y) const;
+
     Subpixel m_subpixel;
     QImage m_image;  ///< premultiplied ARGB
     QPoint m_offset; ///< of the image's top left corner, from the origin's pixel

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -25,6 +26,27 @@ QPointF in_steps(QPointF point)
 {
     constexpr double steps = 64;
     return {std::trunc(point.x() * steps) / steps, std::trunc(point.y() * steps) / steps};
+}
+
+/// A piece of a line, and the pixel in which its baseline starts.
+struct Part
+{
+    QPoint pixel;
+    KeptPicture picture;
+};
+
+/// Whether any two parts share a pixel. What they leave there together depends on their outlines: one that
+/// lies over another cancels it.
+bool any_touch(const std::vector<Part> &parts)
+{
+    for (auto part = parts.begin(); part != parts.end(); ++part) {
+        const bool touches = std::any_of(parts.begin(), part, [part](const Part &earlier) {
+            return part->picture.touches(part->pixel, earlier.picture, earlier.pixel);
+        });
+        if (touches)
+            return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -76,7 +98,7 @@ void TagText::draw(QPainter &painter, QPointF corner, const Values &values, Line
         const QPointF origin = in_steps(corner);
         const QString &value = values.at(i);
         if (!in_pixels) {
-            draw_outlines(painter, place(origin, i, value));
+            painter.fillPath(outline(place(origin, i, value)), Qt::black);
             continue;
         }
         const PixelPosition at(painter.transform().map(origin));
@@ -110,35 +132,41 @@ std::vector<TagText::Placed> TagText::place(QPointF origin, std::size_t line, co
     return placed;
 }
 
-void TagText::draw_outlines(QPainter &painter, const std::vector<Placed> &placed)
+QPainterPath TagText::outline(const std::vector<Placed> &placed)
 {
     const std::lock_guard lock(m_mutex); // paths share their data, and note in it what they have computed
     QPainterPath text;
     for (const Placed &part : placed)
         text.addPath(part.piece->outline.translated(part.origin));
-    painter.setBrush(Qt::black);
-    painter.setPen(Qt::NoPen);
-    painter.drawPath(text);
+    return text;
 }
 
 KeptPicture TagText::compose(Subpixel subpixel, std::size_t line, const QString &value)
 {
-    std::vector<std::pair<QPoint, KeptPicture>> parts;
+    std::vector<Part> parts;
     QRect area;
     {
         const std::lock_guard lock(m_mutex);
         forget_when_full();
         for (const Placed &part : place({subpixel.x, subpixel.y}, line, value)) {
             const PixelPosition at(part.origin);
-            parts.emplace_back(at.pixel, cover(*part.piece, at.subpixel));
-            area |= parts.back().second.covered(at.pixel);
+            parts.push_back({at.pixel, cover(*part.piece, at.subpixel)});
+            area |= parts.back().picture.covered(at.pixel);
         }
     }
+    if (any_touch(parts))
+        return fill(subpixel, line, value);
     return KeptPicture(area, subpixel, [&parts, &area](QPainter &painter) {
-        painter.setCompositionMode(QPainter::CompositionMode_Plus);
-        for (const auto &[pixel, picture] : parts)
-            picture.show(painter, pixel - area.topLeft());
+        for (const Part &part : parts)
+            part.picture.show(painter, part.pixel - area.topLeft());
     });
+}
+
+KeptPicture TagText::fill(Subpixel subpixel, std::size_t line, const QString &value)
+{
+    const QPainterPath text = outline(place({}, line, value));
+    return KeptPicture(text.boundingRect(), subpixel,
+                       [&text](QPainter &painter) { painter.fillPath(text, Qt::black); });
 }
 
 const KeptPicture &TagText::cover(Piece &piece, Subpixel subpixel)

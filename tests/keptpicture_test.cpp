@@ -73,6 +73,43 @@ TEST(KeptPicture, SuitsItsSubpixelOnly)
     EXPECT_FALSE(KeptPicture().suits({}));
 }
 
+struct TouchRow
+{
+    const char *name;
+    QPoint origin; ///< of the second triangle; the first one's is (0, 0)
+    bool touches;
+};
+
+class TouchesAnother : public testing::TestWithParam<TouchRow>
+{
+};
+
+TEST_P(TouchesAnother, IfBothLeaveSomethingInAPixel)
+{
+    // Two triangles that fill their pictures and whose long sides face each other.
+    const auto draw = [](QVector<QPointF> points) {
+        return KeptPicture(QRect(3, -2, 10, 10), {}, [&points](QPainter &painter) {
+            QPainterPath path;
+            path.addPolygon(points);
+            painter.fillPath(path.translated(3, -2), Qt::black);
+        });
+    };
+    const KeptPicture upper_left = draw({{0, 0}, {10, 0}, {0, 10}});
+    const KeptPicture lower_right = draw({{10, 0}, {10, 10}, {0, 10}});
+    const QPoint here(-50, 30);
+
+    EXPECT_EQ(upper_left.touches(here, lower_right, here + GetParam().origin), GetParam().touches);
+    EXPECT_EQ(lower_right.touches(here + GetParam().origin, upper_left, here), GetParam().touches);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    KeptPicture, TouchesAnother,
+    testing::Values(TouchRow{"AlongTheWholeSide", {0, 0}, true}, TouchRow{"OnePixelApart", {1, 0}, false},
+                    TouchRow{"OnePixelBelow", {0, 1}, false}, TouchRow{"Across", {-3, -3}, true},
+                    TouchRow{"InTheLastRow", {-9, -9}, true}, TouchRow{"AboveTheFirstRow", {-9, -10}, false},
+                    TouchRow{"InTheFirstColumn", {-9, 0}, true}, TouchRow{"FarAway", {100, 0}, false}),
+    row_name<TouchRow>);
+
 TEST(KeptPicture, HoldsNothingWithoutMemory)
 {
     const KeptPicture picture(QRect(0, 0, 1000000, 1000000), {}, draw_ellipse);

@@ -134,13 +134,17 @@ TEST_P(TagFont, IsFilledAsOneOutlineForEachLine)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, TagFont,
-                         testing::Values(Row{"Upright", QFont("DejaVu Sans")},
-                                         Row{"Slanted", QFont("DejaVu Sans", -1, QFont::Normal, true)},
-                                         Row{"BoldAndItalic", QFont("DejaVu Serif", -1, QFont::Bold, true)},
-                                         Row{"Monospaced", QFont("DejaVu Sans Mono")},
-                                         Row{"Spaced", spaced(QFont("DejaVu Sans"), 2)}),
-                         row_name<Row>);
+INSTANTIATE_TEST_SUITE_P(
+    , TagFont,
+    testing::Values(Row{"Upright", QFont("DejaVu Sans")},
+                    Row{"Slanted", QFont("DejaVu Sans", -1, QFont::Normal, true)},
+                    Row{"BoldAndItalic", QFont("DejaVu Serif", -1, QFont::Bold, true)},
+                    Row{"Monospaced", QFont("DejaVu Sans Mono")},
+                    Row{"Spaced", spaced(QFont("DejaVu Sans"), 2)},
+                    Row{"ThatOverlaps", spaced(QFont("DejaVu Sans"), -3)},
+                    Row{"SlantedThatOverlaps", spaced(QFont("DejaVu Sans", -1, QFont::Normal, true), -1.5)},
+                    Row{"ThatTouches", spaced(QFont("DejaVu Serif", -1, QFont::Bold, true), -1)}),
+    row_name<Row>);
 
 TEST_F(TagFonts, AreForgottenWithTheirTags)
 {
