@@ -106,6 +106,23 @@ TEST_F(Strokes, OfSeveralContactsDoNotMix)
                             {{100, 30, 110, 90}, 3, Qt::red}})));
 }
 
+TEST_F(Strokes, KeepTheirColoursIfOneWidthIsDrawnInTurn)
+{
+    pen(1, {20, 30}, {4, 4});
+    touch(1, {20, 90}, {4, 4});
+    pen(1, {120, 40}, {4, 4});
+    touch(1, {120, 100}, {4, 4});
+    pen(1, {121.5, 44.25}, {4, 4});
+    touch(1, {121.5, 104.25}, {4, 4});
+
+    EXPECT_TRUE(shows(live({dot({20, 30}, 4, Qt::red),
+                            dot({20, 90}, 4, Qt::green),
+                            {{20, 30, 120, 40}, 4, Qt::red},
+                            {{20, 90, 120, 100}, 4, Qt::green},
+                            {{120, 40, 121.5, 44.25}, 4, Qt::red},
+                            {{120, 100, 121.5, 104.25}, 4, Qt::green}})));
+}
+
 TEST_F(Strokes, AreAsWideAsTheContactOrElseAsTheSetting)
 {
     struct
