@@ -18,11 +18,23 @@ class ShortLines : public Strokes
 {
 protected:
     /// Draws a stroke from @p start that repeats each step three times; returns its pieces.
-    Pieces walk(QPointF start, double width, const QColor &colour)
+    Pieces walk(QPointF start, double width, const QColor &colour,
+                const std::vector<QPointF> &steps = {{1, 0},
+                                                     {2, 1},
+                                                     {-3, 2},
+                                                     {0, -4},
+                                                     {5, 5},
+                                                     {-8, 3},
+                                                     {5, -7},
+                                                     {3, 7},
+                                                     {12, -12},
+                                                     {11, 2},
+                                                     {-13, 12},
+                                                     {0.5, 3},
+                                                     {-6, 0},
+                                                     {-4, -5},
+                                                     {-1, -9}})
     {
-        static const std::vector<QPointF> steps{{1, 0},    {2, 1},   {-3, 2}, {0, -4},   {5, 5},
-                                                {-8, 3},   {5, -7},  {3, 7},  {12, -12}, {11, 2},
-                                                {-13, 12}, {0.5, 3}, {-6, 0}, {-4, -5},  {-1, -9}};
         Pieces pieces;
         QPointF at = start;
         for (int round = 0; round < 3; ++round) {
@@ -110,12 +122,20 @@ INSTANTIATE_TEST_SUITE_P(
         Walk{"OfAnEraser", {60, 50}, 8, Qt::white}),
     testing::PrintToStringParamName());
 
+TEST_F(ShortLines, AreNotTheirMirrorImages)
+{
+    const std::vector<QPointF> steps{{3, 4}, {3, -4}, {-3, 4}, {-3, -4}, {4, 3}, {4, -3}, {-4, 3}, {-4, -3}};
+
+    EXPECT_TRUE(shows(live(walk({60, 50}, 3, Qt::red, steps))));
+}
+
 struct Kinds
 {
     const char *name;
     double thinnest;
     double widest;
-    double longest; ///< largest step in each direction
+    double longest; ///< largest step to the right and back
+    double highest; ///< largest step down and back
 };
 
 void PrintTo(const Kinds &kinds, std::ostream *stream)
@@ -153,8 +173,8 @@ TEST_P(ThousandsOfLines, TakeLittleMemory)
     for (int i = 0; i < count; ++i) {
         const double part = double(i) / count;
         const double width = kinds.thinnest + part * (kinds.widest - kinds.thinnest);
-        const double x = 50 + std::floor(1 + part * kinds.longest);
-        for (const QPointF at : {QPointF(50, 50), QPointF(x, 51), QPointF(50, 50), QPointF(x, 51)})
+        const QPointF end(50 + std::floor(1 + part * kinds.longest), 51 + std::floor(part * kinds.highest));
+        for (const QPointF at : {QPointF(50, 50), end, QPointF(50, 50), end})
             m_view.draw_stroke(contact(1, 1, at, {width, width}), Qt::red);
         m_view.get_dirty_region();
     }
@@ -163,8 +183,11 @@ TEST_P(ThousandsOfLines, TakeLittleMemory)
 }
 
 INSTANTIATE_TEST_SUITE_P(, ThousandsOfLines,
-                         testing::Values(Kinds{"ThatAreThin", 2, 4, 3}, Kinds{"ThatAreNotThin", 8, 9, 20},
-                                         Kinds{"ThatAreThick", 10, 60, 3}, Kinds{"ThatAreLong", 2, 4, 150}),
+                         testing::Values(Kinds{"ThatAreThin", 2, 4, 3, 0},
+                                         Kinds{"ThatAreNotThin", 8, 9, 20, 0},
+                                         Kinds{"ThatAreThick", 10, 60, 3, 0},
+                                         Kinds{"ThatAreLong", 2, 4, 150, 0},
+                                         Kinds{"ThatAreLongDiagonals", 2, 4, 100, 100}),
                          testing::PrintToStringParamName());
 
 } // namespace
