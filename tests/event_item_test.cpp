@@ -1,5 +1,6 @@
 #include "item.h"
 
+#include "support/heap.h"
 #include "support/items.h"
 #include "support/pictures.h"
 #include "support/tags.h"
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
 #include <set>
 
@@ -254,6 +256,25 @@ TEST_F(EventItemPicture, LooksTheSameHoweverManyOtherPlacesItsTextHasLainAt)
     show(contact(256, 1, here, {12.5, 7.25}));
 
     EXPECT_TRUE(same_picture(painted(*m_item), drawn({here, {12.5, 7.25}, radius_lines("12.5", "7.25")})));
+}
+
+TEST_F(EventItemPicture, KeepsItsTextInBoundedMemory)
+{
+    constexpr int steps = 64; // of Qt's layout in a pixel
+    show(contact(256, 1, here, {12.5, 7.25}));
+    m_view.get_dirty_region();
+    const std::size_t before = heap_in_use();
+
+    std::size_t most = before;
+    for (int x = 0; x < steps; ++x) {
+        for (int y = 0; y < steps; y += 4)
+            show(contact(256, 1, here, {20 + double(x) / steps, 30 + double(y) / steps}));
+        m_view.get_dirty_region();
+        most = std::max(most, heap_in_use());
+    }
+
+    EXPECT_GT(most, before + (8U << 20)) << "kept too little to reach the limit";
+    EXPECT_LT(most, before + (17U << 20));
 }
 
 TEST_F(EventItemPicture, KeepsItsTextAtAnyScale)
