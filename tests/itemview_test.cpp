@@ -8,10 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <future>
+#include <memory>
 #include <thread>
 
 namespace {
+
+using namespace std::chrono_literals;
 
 using Items = std::vector<std::shared_ptr<Item>>;
 
@@ -186,6 +191,84 @@ TEST(ItemView, LeavesItsItemsWithoutAnOwner)
     EXPECT_EQ(item->m_update_flags, 15);
 }
 
+/// Stays in its render until another render joins it, or for a while.
+class BusyItem : public DrawnItem
+{
+public:
+    BusyItem() : DrawnItem({10, 20}, {0, 0, 30, 30}) { }
+
+    void rebuild() override
+    {
+        if (m_renders++ != 0) {
+            m_joined.set_value();
+            return;
+        }
+        m_started.set_value();
+        m_joined.get_future().wait_for(100ms);
+        m_renders_together = m_renders;
+        m_owner_at_end = m_owner;
+    }
+
+    void wait_for_start() { m_started.get_future().wait(); }
+
+    int m_renders_together = 0;
+    ItemView *m_owner_at_end = nullptr;
+
+private:
+    std::atomic<int> m_renders = 0;
+    std::promise<void> m_started;
+    std::promise<void> m_joined;
+};
+
+struct DisowningRow
+{
+    const char *name;
+    void (*disown)(std::unique_ptr<ItemView> &view);
+};
+
+class ItemInRender : public testing::TestWithParam<DisowningRow>
+{
+};
+
+TEST_P(ItemInRender, KeepsItsViewUntilTheEnd)
+{
+    auto view = std::make_unique<ItemView>(0);
+    ItemView *const owner = view.get();
+    const auto item = std::make_shared<BusyItem>();
+    view->add_item(item);
+    item->m_update_flags = Item::rebuild_geometry;
+    item->update_begin();
+    item->wait_for_start();
+
+    GetParam().disown(view);
+    item->update_end();
+
+    EXPECT_EQ(item->m_owner_at_end, owner);
+    EXPECT_EQ(item->m_owner, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ItemView, ItemInRender,
+    testing::Values(DisowningRow{"WhoseViewGoes", [](auto &view) { view.reset(); }},
+                    DisowningRow{"WhoseViewIsEmptied", [](auto &view) { view->sub_all(); }},
+                    DisowningRow{"ThatIsRemoved",
+                                 [](auto &view) { view->sub_item(view->items().front().get()); }}),
+    row_name<DisowningRow>);
+
+TEST(ItemBegunAgain, WaitsForTheRenderInFlight)
+{
+    ItemView view(0);
+    const auto item = std::make_shared<BusyItem>();
+    view.add_item(item);
+    item->update_begin();
+    item->wait_for_start();
+
+    item->update_begin();
+    item->update_end();
+
+    EXPECT_EQ(item->m_renders_together, 1);
+}
+
 TEST(ItemView, UnitesTheDirtyAreasAndGivesThemOnce)
 {
     ItemView view(0);
@@ -203,31 +286,34 @@ TEST(ItemView, UnitesTheDirtyAreasAndGivesThemOnce)
 
 TEST(ItemView, CollectsDirtyAreasFromManyThreads)
 {
-    ItemView view(0);
+    constexpr int rounds = 20; // in one alone, the threads may happen to take turns
     constexpr int threads = 8;
     constexpr int areas = 200;
     const auto area = [](int thread, int i) { return QRect(4 * i, 4 * thread, 2, 2); };
-
-    std::promise<void> start;
-    const std::shared_future<void> started = start.get_future().share();
-    std::vector<std::thread> writers;
-    for (int thread = 0; thread < threads; ++thread) {
-        writers.emplace_back([&view, &area, started, thread] {
-            started.wait();
-            for (int i = 0; i < areas; ++i)
-                view.add_dirty_region(area(thread, i));
-        });
-    }
-    start.set_value(); // starts all writers at once
-    for (std::thread &writer : writers)
-        writer.join();
-
     QRegion expected;
     for (int thread = 0; thread < threads; ++thread) {
         for (int i = 0; i < areas; ++i)
             expected += area(thread, i);
     }
-    EXPECT_EQ(view.get_dirty_region(), expected);
+
+    for (int round = 0; round < rounds; ++round) {
+        ItemView view(0);
+        std::promise<void> start;
+        const std::shared_future<void> started = start.get_future().share();
+        std::vector<std::thread> writers;
+        for (int thread = 0; thread < threads; ++thread) {
+            writers.emplace_back([&view, &area, started, thread] {
+                started.wait();
+                for (int i = 0; i < areas; ++i)
+                    view.add_dirty_region(area(thread, i));
+            });
+        }
+        start.set_value(); // starts all writers at once
+        for (std::thread &writer : writers)
+            writer.join();
+
+        ASSERT_EQ(view.get_dirty_region(), expected);
+    }
 }
 
 TEST(ItemView, CollectsTheAreasOfAllItemsOfATick)
