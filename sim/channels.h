@@ -7,7 +7,7 @@
 
 namespace boardsim {
 
-/// The synchronous channels: queues of a board's reports that the program reads when it likes. Owned by the
+/// The synchronous channels: queues of a board's reports that the program reads at any time. Owned by the
 /// driver, whose mutex guards every call; nothing here waits or wakes.
 class Channels
 {

@@ -47,7 +47,8 @@ public:
 
     virtual int deviceCount();
     virtual bool deviceInfo(int index, _ZORVIC_DEVICE_INFO *out);
-    /// True: EnumDeviceInfo fails without a log line, for drivers that claim billions of devices.
+    /// Returns true if EnumDeviceInfo is to fail without a log line, for drivers that claim billions of
+    /// devices.
     virtual bool deniesDevices() { return false; }
     /// Returns the number of bytes taken, -1 if no such board is plugged in. A board that is asked for its
     /// touch status answers with a report.

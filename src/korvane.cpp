@@ -81,7 +81,8 @@ bool same_contacts(const std::vector<Korvane::Controls> &a, const std::vector<Ko
 
 void Korvane::Hoop::follow(QPointF raw, bool contact_down)
 {
-    constexpr double slack = 0; // deliberate: the hoop is dragged without slack and lands on the contact
+    // Deliberate: the hoop is dragged without slack and lands on the contact.
+    constexpr double slack = 0;
     if (down) {
         const QPointF way = raw - pos;
         const double length = double(QVector2D(way).length());

@@ -34,7 +34,7 @@ public:
         QPointF view_pos; ///< as pos, but never of an item
     };
 
-    /// What is kept of one contact between its samples.
+    /// The point that stands for one contact: while the contact is down, it drags this point along.
     struct Hoop
     {
         QPointF pos;       ///< normalised

@@ -12,7 +12,8 @@ void draw_round_line(QPainter &painter, const QLineF &line, float half_width, co
     const double width = 2 * double(half_width);
     const QPen &pen = painter.pen();
     // Setting a pen takes longer than a short line, and most lines have the pen of the one before.
-    if (pen.style() != Qt::SolidLine || pen.widthF() != width || pen.color() != colour)
+    if (pen.style() != Qt::SolidLine || pen.capStyle() != Qt::RoundCap || pen.widthF() != width
+        || pen.color() != colour)
         painter.setPen(
             QPen(QBrush(colour, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawLines(&line, 1);

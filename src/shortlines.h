@@ -21,7 +21,8 @@ class ShortLines
 {
 public:
     /// Leaves the same pixels as draw_round_line with a painter that antialiases. False, and nothing is
-    /// drawn, if there is no picture of the line.
+    /// drawn, if there is no picture of the line. Sets the painter's composition mode; the painter has no
+    /// transform.
     bool draw(QPainter &painter, const QLineF &line, float half_width, const QColor &colour);
 
 private:
@@ -32,7 +33,8 @@ private:
     /// of two pixels' width depend on how the last bit of a coordinate has been rounded.
     static bool suits(const QLineF &line, float half_width);
     static std::size_t hash(const Key &key);
-    /// Null for a line that has not come before: if the width changes all the time, most never come again.
+    /// Null for a line that comes for the first time: only the second one gets a picture, because most lines
+    /// of a changing width are drawn once.
     const KeptPicture *find_picture(const QLineF &line, float half_width, const QColor &colour);
 
     std::map<Key, KeptPicture> m_pictures; ///< null if there was no memory

@@ -13,7 +13,6 @@ namespace {
 
 bool is_point(const QLineF &line)
 {
-    constexpr double same_position = 1e-12; // pixels: closer than this is equal
     return std::abs(line.x1() - line.x2()) <= same_position
         && std::abs(line.y1() - line.y2()) <= same_position;
 }
@@ -24,7 +23,6 @@ StrokesLayer::StrokesLayer(std::unique_ptr<QImage> image)
     : m_image(std::move(image)), m_painter(m_image.get())
 {
     m_painter.setRenderHint(QPainter::Antialiasing);
-    m_painter.setPen(Qt::NoPen); // its first pen is solid, but has no round ends
 }
 
 void StrokesLayer::clear()

@@ -11,12 +11,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
 #include <utility>
 
 namespace {
 
-constexpr double same_position = 1e-12; // pixels: closer than this is equal
 constexpr int tag_alpha = 32;
 constexpr QRgb white = 0xffffff;
 constexpr QSize normal_size{960, 540};
@@ -144,7 +142,7 @@ void StrokesView::redraw_strokes()
 void StrokesView::clear_strokes()
 {
     std::vector<stroke>().swap(m_strokes);
-    process::give_memory_back(); // of what may have been hours of drawing
+    process::give_memory_back(); // a long session may have stored many strokes
     redraw_strokes();
     add_dirty_region({0, 0, width(), height()});
 }
@@ -218,6 +216,8 @@ void StrokesView::redraw_test()
     if (m_test_mode == no_test)
         return;
     QPainter painter(m_test_image.get());
+    // Deliberate: the grid and the colour field fill the whole image, which may be larger than the widget;
+    // the other patterns fit the widget.
     switch (m_test_mode) {
     case grid:
         draw_grid(painter, m_test_image->size());

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "itemview.h"
-#include "testpatterns.h"
+#include "testpatterns.h" // for those who draw a target: it used to be declared here
 
 #include <QColor>
 #include <QImage>
