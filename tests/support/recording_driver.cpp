@@ -11,16 +11,18 @@
 #include <dlfcn.h>
 
 // The linker redirects the program's calls to the loader to the functions with the prefix __wrap_, and gives
-// the loader's own functions names with the prefix __real_.
+// the loader's own functions names with the prefix __real_. A sanitizer's runtime that is part of the program
+// calls them too, before checked code can run.
+#define UNCHECKED __attribute__((no_sanitize("address")))
 extern "C" {
 void *__real_dlopen(const char *name, int flags);
 void *__real_dlsym(void *library, const char *name);
 int __real_dlclose(void *library);
 char *__real_dlerror();
-void *__wrap_dlopen(const char *name, int flags);
-void *__wrap_dlsym(void *library, const char *name);
-int __wrap_dlclose(void *library);
-char *__wrap_dlerror();
+UNCHECKED void *__wrap_dlopen(const char *name, int flags);
+UNCHECKED void *__wrap_dlsym(void *library, const char *name);
+UNCHECKED int __wrap_dlclose(void *library);
+UNCHECKED char *__wrap_dlerror();
 }
 
 namespace {
