@@ -7,6 +7,7 @@
 int main(int argc, char *argv[])
 {
     process::open_standard_streams();
+    process::require_resources();
     process::leave_opengl_out();
     process::share_heap();
     QApplication application(argc, argv);

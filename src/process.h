@@ -4,13 +4,19 @@
 
 #include <pthread.h>
 
-/// What is set for the whole process. Nothing here fails: a system that refuses leaves the process as it was.
+/// What is set for the whole process. Apart from require_resources, nothing here fails: a system that refuses
+/// leaves the process as it was.
 namespace process {
 
 /// Opens those of the descriptors 0 to 2 that are closed on /dev/null, so that no connection or file gets
 /// such a number and is then written to as standard output or error. Lets writing to a pipe without a reader
 /// fail instead of ending the process. To be called before anything else.
 void open_standard_streams();
+
+/// Ends the process with one line on standard error and status 1 unless the files, threads and memory that
+/// the window needs can be had. Without them Qt and the libraries below it crash, or wait for ever: a window
+/// without the thread that reads from the X server answers no key. To be called before Qt is.
+void require_resources();
 
 /// Keeps Qt from loading OpenGL with the first window, unless the environment chooses an integration. Nothing
 /// here uses OpenGL, and loading it takes as much time and memory as all else until the first picture. Must

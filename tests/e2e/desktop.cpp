@@ -142,14 +142,17 @@ QString Desktop::display() const
 
 bool Desktop::has_active_window(const QString &title, qint64 process)
 {
+    return eventually([&] { return has_active_window_now(title, process); });
+}
+
+bool Desktop::has_active_window_now(const QString &title, qint64 process)
+{
     Display *const display = m_connection->display;
-    return eventually([&] {
-        const Window window = m_connection->active_window();
-        // The next program may reuse a window's number while the window manager still considers the old
-        // window active.
-        return window == m_connection->focus() && property(display, window, "_NET_WM_NAME") == title.toUtf8()
-            && number_property(display, window, "_NET_WM_PID") == static_cast<unsigned long>(process);
-    });
+    const Window window = m_connection->active_window();
+    // The next program may reuse a window's number while the window manager still considers the old window
+    // active.
+    return window == m_connection->focus() && property(display, window, "_NET_WM_NAME") == title.toUtf8()
+        && number_property(display, window, "_NET_WM_PID") == static_cast<unsigned long>(process);
 }
 
 QRect Desktop::window_area()

@@ -26,6 +26,8 @@ public:
 
     /// Waits until a window of this title and process has the keyboard focus; false if none gets it in time.
     bool has_active_window(const QString &title, qint64 process);
+    /// The same, without waiting.
+    bool has_active_window_now(const QString &title, qint64 process);
     /// What the active window shows, as a part of the screen.
     QImage window_picture();
     /// Where the active window's content is on the screen.

@@ -21,6 +21,19 @@ Program::Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, 
                  const QString &locale, const QString &redirections)
     : m_driver(scenario), m_desktop(std::move(desktop))
 {
+    start(driver, locale, "exec \"$0\" " + redirections);
+    if (!m_desktop->has_active_window("Lanternix", m_process.processId()))
+        throw std::runtime_error("lanternix shows no window: "
+                                 + m_process.readAllStandardError().toStdString());
+}
+
+Program::Program(std::shared_ptr<Desktop> desktop, const QString &command) : m_desktop(std::move(desktop))
+{
+    start(Driver::missing, "C", command);
+}
+
+void Program::start(Driver driver, const QString &locale, const QString &command)
+{
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("DISPLAY", m_desktop->display());
     environment.insert("QT_QPA_PLATFORM", "xcb");
@@ -29,11 +42,9 @@ Program::Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, 
     if (driver == Driver::simulated)
         environment.insert("LD_LIBRARY_PATH", SimulatedDriver::folder());
     m_process.setProcessEnvironment(environment);
-    m_process.start("/bin/sh", {"-c", "exec \"$0\" " + redirections, LANTERNIX_PROGRAM});
-    if (!m_process.waitForStarted(patience_ms)
-        || !m_desktop->has_active_window("Lanternix", m_process.processId()))
-        throw std::runtime_error("lanternix shows no window: "
-                                 + m_process.readAllStandardError().toStdString());
+    m_process.start("/bin/sh", {"-c", command, LANTERNIX_PROGRAM});
+    if (!m_process.waitForStarted(patience_ms))
+        throw std::runtime_error("the shell does not start");
 }
 
 Program::~Program()
@@ -42,6 +53,16 @@ Program::~Program()
         m_process.kill();
         m_process.waitForFinished(patience_ms);
     }
+}
+
+bool Program::shows_a_window()
+{
+    bool shown = false;
+    return eventually([&] {
+               shown = m_desktop->has_active_window_now("Lanternix", m_process.processId());
+               return shown || m_process.state() == QProcess::NotRunning;
+           })
+        && shown;
 }
 
 bool Program::has_ended()

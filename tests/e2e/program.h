@@ -24,11 +24,17 @@ public:
     /// shell's, e.g. "2>&-".
     Program(std::shared_ptr<Desktop> desktop, const QStringList &scenario, Driver driver = Driver::simulated,
             const QString &locale = QStringLiteral("C"), const QString &redirections = {});
+    /// Starts it by @p command, in which "$0" is the executable, e.g. "ulimit -n 8; exec \"$0\"", and returns
+    /// at once: it may end without a window. There is no driver.
+    Program(std::shared_ptr<Desktop> desktop, const QString &command);
     ~Program();
 
     Desktop &desktop() { return *m_desktop; }
     SimulatedDriver &driver() { return m_driver; }
 
+    /// Waits until the window has the keyboard focus, or for the end; false if the end comes first, or
+    /// neither.
+    bool shows_a_window();
     /// Waits for the end; false if it does not come within ten seconds.
     bool has_ended();
     /// Waits for the end and returns the exit status; -1 for a crash or if it does not end in time.
@@ -42,6 +48,8 @@ public:
     QByteArray standard_error();
 
 private:
+    void start(Driver driver, const QString &locale, const QString &command);
+
     SimulatedDriver m_driver; ///< its scenario and log; the library itself is loaded by the program
     std::shared_ptr<Desktop> m_desktop;
     QTemporaryDir m_runtime_folder;
