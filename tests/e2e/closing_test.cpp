@@ -39,9 +39,7 @@ QStringList finger_beside_the_screen()
     return {finger.arg("true"), finger.arg("false")};
 }
 
-/// Ten touches, two pens and two erasers that never lift, @p rate samples a second with four reports each,
-/// and a finger beside the screen every tenth of a second.
-QStringList reports_without_end(int rate)
+QStringList ten_touches()
 {
     QStringList contacts;
     for (int id = 0; id < 10; ++id) {
@@ -50,6 +48,12 @@ QStringList reports_without_end(int rate)
                         .arg(id)
                         .arg(3000 + 2800 * id);
     }
+    return contacts;
+}
+
+QStringList two_pens_and_two_erasers()
+{
+    QStringList contacts;
     for (int id = 0; id < 2; ++id) {
         contacts << QStringLiteral(R"({"kind":"pen","id":%1,"tip":true,"button":false,)"
                                    R"("line":[[3000,%2],[29000,%2]]})")
@@ -60,6 +64,13 @@ QStringList reports_without_end(int rate)
                         .arg(id)
                         .arg(8000 + 8000 * id);
     }
+    return contacts;
+}
+
+/// Contacts that never lift, @p rate samples a second with a report for all touches, one for all erasers and
+/// one for each pen, and a finger beside the screen after every tenth of a second of them.
+QStringList reports_without_end(int rate, const QStringList &contacts)
+{
     return SimulatedDriver::two_boards_and_a_hub()
         << SimulatedDriver::gate("go") << R"({"type":"repeat"})"
         << QStringLiteral(R"({"type":"move","board":7,"rate":%1,"time":100000,"lift":false,"contacts":[%2]})")
@@ -68,19 +79,25 @@ QStringList reports_without_end(int rate)
         << finger_beside_the_screen() << R"({"type":"end"})";
 }
 
+/// Four reports in each of @p rate samples a second.
+QStringList everything_without_end(int rate)
+{
+    return reports_without_end(rate, ten_touches() + two_pens_and_two_erasers());
+}
+
 /// A program into which reports stream, on a desktop that all of a case's programs share.
 class Closing
 {
 public:
     /// @p end asks a program to end; @p problem returns what is wrong with one that has ended, if anything.
     template <typename End, typename Problem>
-    void repeat(const char *name, int rate, End end, Problem problem)
+    void repeat(const char *name, const QStringList &scenario, End end, Problem problem)
     {
         const int wanted = rounds();
         ASSERT_GT(wanted, 0) << "LANTERNIX_ROUNDS is not a number of rounds";
         for (int round = 0; round < wanted; ++round) {
             SCOPED_TRACE("round " + std::to_string(round));
-            Program program(m_desktop, reports_without_end(rate));
+            Program program(m_desktop, scenario);
             ASSERT_TRUE(get_going(program, 1 + std::size_t(round) % phases)) << "no reports arrive";
             QElapsedTimer clock;
             clock.start();
@@ -122,6 +139,15 @@ Calls last_calls(Program &program, std::size_t count)
     return {calls.begin() + static_cast<std::ptrdiff_t>(first), calls.end()};
 }
 
+/// What is wrong with the end of a program, which was to have this exit status; empty if nothing is.
+std::string problem_of_end(Program &program, int wanted_status)
+{
+    if (const int status = program.exit_status(); status != wanted_status)
+        return "it ended with status " + std::to_string(status);
+    const Calls wanted = calls_at_the_end();
+    return last_calls(program, wanted.size()) == wanted ? "" : "other last calls of the driver";
+}
+
 struct Request
 {
     const char *name;
@@ -136,13 +162,9 @@ TEST_P(ClosingWhileReportsStreamIn, SwitchesTheReportsOffDetachesAndEndsWell)
 {
     constexpr int rate = 500; // samples of four reports a second
     Closing().repeat(
-        GetParam().name, rate, [](Program &program) { GetParam().ask(program.desktop()); },
-        [](Program &program) -> std::string {
-            if (const int status = program.exit_status())
-                return "it ended with status " + std::to_string(status);
-            const Calls wanted = calls_at_the_end();
-            return last_calls(program, wanted.size()) == wanted ? "" : "other last calls of the driver";
-        });
+        GetParam().name, everything_without_end(rate),
+        [](Program &program) { GetParam().ask(program.desktop()); },
+        [](Program &program) { return problem_of_end(program, 0); });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -167,13 +189,9 @@ TEST_P(ASignalInAFloodOfReports, SwitchesTheReportsOffDetachesAndTellsItsNumber)
     std::signal(GetParam().number, SIG_DFL);
     constexpr int rate = 20'000; // more than can be decoded: the driver's thread never waits by itself
     Closing().repeat(
-        GetParam().name, rate, [](Program &program) { program.send(GetParam().number); },
-        [](Program &program) -> std::string {
-            if (const int status = program.exit_status(); status != 128 + GetParam().number)
-                return "it ended with status " + std::to_string(status);
-            const Calls wanted = calls_at_the_end();
-            return last_calls(program, wanted.size()) == wanted ? "" : "other last calls of the driver";
-        });
+        GetParam().name, everything_without_end(rate),
+        [](Program &program) { program.send(GetParam().number); },
+        [](Program &program) { return problem_of_end(program, 128 + GetParam().number); });
 }
 
 INSTANTIATE_TEST_SUITE_P(, ASignalInAFloodOfReports,
@@ -181,9 +199,44 @@ INSTANTIATE_TEST_SUITE_P(, ASignalInAFloodOfReports,
                                          Signal{"SIGHUP", SIGHUP}),
                          [](const auto &row) { return row.param.name; });
 
+class EscapeInAFloodOfTouches : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(EscapeInAFloodOfTouches, SwitchesTheReportsOffDetachesAndEndsWell)
+{
+    const std::string name = "EscapeAt" + std::to_string(GetParam());
+    Closing().repeat(
+        name.c_str(), reports_without_end(GetParam(), ten_touches()),
+        [](Program &program) { program.desktop().press("Escape"); },
+        [](Program &program) { return problem_of_end(program, 0); });
+}
+
+INSTANTIATE_TEST_SUITE_P(ReportsASecond, EscapeInAFloodOfTouches, testing::Values(20'000, 50'000, 100'000));
+
+TEST(AFloodOfTouches, LeavesTheMemoryBounded)
+{
+    constexpr qint64 flood_ms = 2000;
+    constexpr qint64 most_memory = 200'000'000; // bytes; a queue without an end takes more in this time
+    Program program(reports_without_end(100'000, ten_touches()));
+    program.driver().open_gate("go");
+    ASSERT_TRUE(eventually([&] { return !program.driver().calls(hand_back).empty(); }));
+    QElapsedTimer clock;
+    clock.start();
+
+    qint64 largest = 0;
+    ASSERT_TRUE(eventually([&] {
+        largest = std::max(largest, program.resident_memory());
+        return clock.hasExpired(flood_ms);
+    }));
+
+    EXPECT_GT(largest, 0) << "the program has ended";
+    EXPECT_LT(largest, most_memory);
+}
+
 TEST(AnXServerThatDies, LeavesTheBoardsSwitchedOffAndTheDriverDetached)
 {
-    Program program(reports_without_end(500));
+    Program program(everything_without_end(500));
     program.driver().open_gate("go");
     ASSERT_TRUE(eventually([&] { return !program.driver().calls(hand_back).empty(); }));
 

@@ -1,9 +1,12 @@
 #include "e2e/program.h"
 
+#include <QFile>
+
 #include <stdexcept>
 #include <utility>
 
 #include <signal.h>
+#include <unistd.h>
 
 namespace {
 
@@ -86,6 +89,14 @@ int Program::ending_signal()
         return -1;
     // After a crash the exit code is waitid's si_status, the number of the signal that ended the process.
     return m_process.exitStatus() == QProcess::CrashExit ? m_process.exitCode() : 0;
+}
+
+qint64 Program::resident_memory() const
+{
+    QFile pages(QStringLiteral("/proc/%1/statm").arg(m_process.processId()));
+    if (!pages.open(QIODevice::ReadOnly))
+        return 0;
+    return pages.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }
 
 QByteArray Program::standard_output()

@@ -44,6 +44,8 @@ public:
     /// Waits for the end and returns the signal that ended the program; 0 if it ended by itself, -1 if it
     /// does not end in time.
     int ending_signal();
+    /// Bytes; 0 once the program has ended.
+    qint64 resident_memory() const;
     QByteArray standard_output();
     QByteArray standard_error();
 
