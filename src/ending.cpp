@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <string_view>
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -15,9 +16,12 @@ namespace {
 
 constexpr int ending_signals[] = {SIGTERM, SIGINT, SIGHUP};
 
-int alarm_bell = -1;                                ///< an eventfd: a signal has come
-volatile std::sig_atomic_t first_signal = 0;        ///< 0: none yet
-std::atomic<LanternixDialog *> open_window{nullptr}; ///< to be detached from the driver before the process exits
+int alarm_bell = -1;                                 ///< an eventfd: a signal has come
+volatile std::sig_atomic_t first_signal = 0;         ///< 0: none yet
+std::atomic<LanternixDialog *> open_window{nullptr}; ///< to be detached before the process exits
+std::atomic<void *> reserve{nullptr};                ///< for detaching when no other memory is left
+
+constexpr std::size_t reserve_size = 1 << 20; // bytes
 
 /// Called when a signal interrupts any thread: may only do what signal-safety(7) allows.
 void ring(int signal)
@@ -32,11 +36,11 @@ void ring(int signal)
 
 void handle(int signal)
 {
-    struct sigaction former{};
+    struct sigaction former = {};
     sigaction(signal, nullptr, &former);
     if (former.sa_handler == SIG_IGN)
         return;
-    struct sigaction action{};
+    struct sigaction action = {};
     action.sa_handler = ring;
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND); // the second one ends the process
     sigaction(signal, &action, nullptr);
@@ -46,6 +50,18 @@ void detach_before_exit()
 {
     if (LanternixDialog *const window = open_window.exchange(nullptr))
         window->detach();
+}
+
+/// Called on the thread that found no memory, once nothing has caught that: nothing may be allocated before
+/// the reserve is free.
+[[noreturn]] void end_without_memory()
+{
+    std::set_terminate(std::abort); // in case that detaching takes more than the reserve
+    const std::string_view line = "lanternix: out of memory\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+    std::free(reserve.exchange(nullptr));
+    detach_before_exit();
+    std::_Exit(EXIT_FAILURE); // other threads still run: no destructors
 }
 
 int new_bell()
@@ -59,10 +75,15 @@ Ending::Ending() : m_signals(new_bell(), QSocketNotifier::Read)
 {
     for (const int signal : ending_signals)
         handle(signal);
+    // Nothing throws in this program but an allocation that fails.
+    reserve = std::malloc(reserve_size);
+    m_former = std::set_terminate(end_without_memory);
 }
 
 Ending::~Ending()
 {
+    std::set_terminate(m_former);
+    std::free(reserve.exchange(nullptr));
     for (const int signal : ending_signals)
         std::signal(signal, SIG_DFL);
     m_signals.setEnabled(false);
@@ -75,8 +96,8 @@ int Ending::run(LanternixDialog &dialog)
         m_signals.setEnabled(false);
         dialog.close();
     });
-    // After the driver has been loaded: exit() runs what is registered last first, and must not destroy the driver's own
-    // objects before it is detached.
+    // After the driver has been loaded: exit() runs what is registered last first, and must not destroy the
+    // driver's own objects before it is detached.
     open_window = &dialog;
     std::atexit(detach_before_exit);
     const int result = dialog.exec();

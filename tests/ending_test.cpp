@@ -1,10 +1,14 @@
 #include "ending.h"
 
 #include "lxwindow.h"
+#include "support/simulated_driver.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <new>
+#include <thread>
 
 namespace {
 
@@ -52,6 +56,23 @@ TEST_P(AnEnding, LeavesASignalIgnoredThatTheProcessIgnores)
     QMetaObject::invokeMethod(&dialog, &LanternixDialog::close, Qt::QueuedConnection);
 
     EXPECT_EQ(ending.run(dialog), 0);
+}
+
+TEST(AnAllocationThatFails, EndsTheProcessWithOneLineAndDetaches)
+{
+    const SimulatedDriver driver;
+    const auto run_out_of_memory = [] {
+        Ending ending;
+        LanternixDialog dialog(nullptr);
+        // On its own thread, since the test would catch it on this one.
+        const auto allocate = [] { std::thread([] { throw std::bad_alloc(); }).join(); };
+        QMetaObject::invokeMethod(&dialog, allocate, Qt::QueuedConnection);
+        std::exit(ending.run(dialog));
+    };
+
+    EXPECT_EXIT(run_out_of_memory(), testing::ExitedWithCode(1), "^lanternix: out of memory\n$");
+
+    EXPECT_EQ(driver.calls("Detach").size(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Signal, AnEnding, testing::ValuesIn(handled));
