@@ -53,6 +53,9 @@ public:
     /// Returns the number of bytes taken, -1 if no such board is plugged in. A board that is asked for its
     /// touch status answers with a report.
     virtual int write(int board, const void *data, int length);
+    /// True: SendTouchPacketToSystem leaves no log line. The log's mutex would put the threads that send in
+    /// an order, which hides data races of the program from ThreadSanitizer.
+    virtual bool sendsUnlogged() { return false; }
     /// Takes a report for the operating system. Does nothing: there is no system pointer to move.
     virtual void sendToSystem() { }
     /// Copies @p data; the driver's thread delivers it as a report of @p board.

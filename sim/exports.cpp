@@ -364,6 +364,10 @@ EXPORT void zorvicInject(int board, int length, const unsigned char *data)
 
 EXPORT void zorvicSendTouchPacketToSystem(int board, int length, const unsigned char *data)
 {
+    if (driver().sendsUnlogged()) {
+        driver().sendToSystem();
+        return;
+    }
     logged(__func__, {{"board", board}, {"length", length}, {"data", hexText(data, length)}},
            [] { driver().sendToSystem(); });
 }

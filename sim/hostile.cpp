@@ -6,6 +6,7 @@
 #include <cstring>
 #include <future>
 #include <string>
+#include <tuple>
 
 namespace boardsim {
 
@@ -14,7 +15,8 @@ namespace {
 using Kind = Misbehaviour::Kind;
 
 constexpr auto blockingTime = std::chrono::seconds(2);
-constexpr auto printingPause = std::chrono::milliseconds(1);
+constexpr auto repeatingPause = std::chrono::milliseconds(1);
+constexpr int beyondTheScreen = 60000; // raw board units
 constexpr std::size_t headerSize = reportlayout::contact::firstAt;
 
 /// Has no zero byte before its last: code that takes the report for a text still finds a whole contact.
@@ -96,7 +98,7 @@ HostileDriver::HostileDriver(CallLog &log) : Driver(log), m_misbehaviour(readMis
 HostileDriver::~HostileDriver()
 {
     Driver::detach(); // ends the thread that calls the functions of this class
-    stopPrinting();
+    stopRepeating();
 }
 
 bool HostileDriver::attach()
@@ -104,8 +106,10 @@ bool HostileDriver::attach()
     Driver::attach();
     if (is(Kind::callbacksInAttach))
         runAllCallbacks();
-    if (is(Kind::prints))
-        startPrinting();
+    if (is(Kind::prints) && startRepeating([] { std::printf("driver: still there\n"); }))
+        std::printf("driver: attached\n");
+    if (is(Kind::secondThread))
+        startRepeating([this] { reportBeyondTheScreen(); });
     return !is(Kind::attachFails);
 }
 
@@ -114,7 +118,8 @@ void HostileDriver::detach()
     if (is(Kind::callbacksInDetach))
         runAllCallbacks();
     Driver::detach();
-    stopPrinting();
+    if (stopRepeating() && is(Kind::prints))
+        std::printf("driver: detached\n");
 }
 
 void HostileDriver::setCallback(int board, PacketCallback callback, void *context)
@@ -183,6 +188,22 @@ void HostileDriver::report(int board, const PacketRegistration &registration)
     Driver::call(registration.callback, board, penReport(sample), registration.context);
 }
 
+/// Runs one packet callback with the report of a touch that is nowhere near the program's window.
+void HostileDriver::reportBeyondTheScreen()
+{
+    int board = 0;
+    PacketRegistration registration;
+    {
+        const std::lock_guard lock(m_registrationMutex);
+        if (m_packets.empty())
+            return;
+        std::tie(board, registration) = *m_packets.begin();
+    }
+    const Bytes report = touchReport({{maxContactId, beyondTheScreen, beyondTheScreen, 50, true}});
+    registration.callback(board, report.data(), static_cast<unsigned int>(report.size()),
+                          registration.context);
+}
+
 int HostileDriver::deviceCount()
 {
     return is(Kind::deviceCount) ? m_misbehaviour.value : Driver::deviceCount();
@@ -193,8 +214,15 @@ bool HostileDriver::deniesDevices()
     return is(Kind::deviceCount);
 }
 
+bool HostileDriver::sendsUnlogged()
+{
+    return is(Kind::secondThread);
+}
+
 bool HostileDriver::deviceInfo(int index, _ZORVIC_DEVICE_INFO *out)
 {
+    if (is(Kind::secondThread))
+        std::this_thread::sleep_for(std::chrono::milliseconds(m_misbehaviour.value));
     if (!Driver::deviceInfo(index, out))
         return false;
     if (is(Kind::sameNumber)) {
@@ -221,6 +249,8 @@ int HostileDriver::write(int board, const void *data, int length)
 
 void HostileDriver::sendToSystem()
 {
+    if (is(Kind::secondThread))
+        std::this_thread::sleep_for(std::chrono::milliseconds(m_misbehaviour.value));
     if (!is(Kind::pnpInReport) || m_insideCallback.exchange(true))
         return;
     runPnp();
@@ -269,27 +299,30 @@ void HostileDriver::call(PnpCallback callback, void *context)
     Driver::call(callback, context);
 }
 
-void HostileDriver::startPrinting()
+/// Repeats @p step on a thread of its own until stopRepeating(). Does nothing and returns false if one is
+/// being repeated.
+template <typename Step> bool HostileDriver::startRepeating(Step step)
 {
-    const std::lock_guard lock(m_printerMutex);
-    if (m_printing.exchange(true))
-        return;
-    std::printf("driver: attached\n");
-    m_printer = std::thread([this] {
-        while (m_printing) {
-            std::printf("driver: still there\n");
-            std::this_thread::sleep_for(printingPause);
+    const std::lock_guard lock(m_repeaterMutex);
+    if (m_repeating.exchange(true))
+        return false;
+    m_repeater = std::thread([this, step] {
+        while (m_repeating) {
+            step();
+            std::this_thread::sleep_for(repeatingPause);
         }
     });
+    return true;
 }
 
-void HostileDriver::stopPrinting()
+/// Returns whether a step was being repeated.
+bool HostileDriver::stopRepeating()
 {
-    const std::lock_guard lock(m_printerMutex);
-    if (!m_printing.exchange(false))
-        return;
-    m_printer.join();
-    std::printf("driver: detached\n");
+    const std::lock_guard lock(m_repeaterMutex);
+    if (!m_repeating.exchange(false))
+        return false;
+    m_repeater.join();
+    return true;
 }
 
 std::unique_ptr<Driver> makeDriver(CallLog &log)

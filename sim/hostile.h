@@ -23,6 +23,7 @@ public:
     bool deviceInfo(int index, _ZORVIC_DEVICE_INFO *out) override;
     bool deniesDevices() override;
     int write(int board, const void *data, int length) override;
+    bool sendsUnlogged() override;
     void sendToSystem() override;
 
 protected:
@@ -49,8 +50,9 @@ private:
     void runAllOnce();
     void runPnp();
     void report(int board, const PacketRegistration &registration);
-    void startPrinting();
-    void stopPrinting();
+    void reportBeyondTheScreen();
+    template <typename Step> bool startRepeating(Step step);
+    bool stopRepeating();
 
     const Misbehaviour m_misbehaviour;
     std::atomic<bool> m_insideCallback = false; ///< one that this class has added
@@ -61,9 +63,9 @@ private:
     std::map<int, PacketRegistration> m_packets; ///< per board; stay when withdrawn
     PnpRegistration m_pnp;
 
-    std::mutex m_printerMutex; ///< guards the start and end of the printing thread
-    std::thread m_printer;
-    std::atomic<bool> m_printing = false;
+    std::mutex m_repeaterMutex; ///< guards the start and end of the thread that repeats a step
+    std::thread m_repeater;
+    std::atomic<bool> m_repeating = false;
 };
 
 } // namespace boardsim

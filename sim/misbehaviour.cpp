@@ -41,6 +41,7 @@ constexpr Entry entries[] = {
     {"report-length", Misbehaviour::Kind::reportLength, true, shortestReport},
     {"blocking-write", Misbehaviour::Kind::blockingWrite, true},
     {"prints", Misbehaviour::Kind::prints, false},
+    {"second-thread", Misbehaviour::Kind::secondThread, true, 0},
 };
 
 [[noreturn]] void fail(const char *cause)

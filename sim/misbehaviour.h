@@ -21,7 +21,8 @@ struct Misbehaviour
         badArguments,
         reportLength,
         blockingWrite,
-        prints
+        prints,
+        secondThread
     };
 
     Kind kind = Kind::none;

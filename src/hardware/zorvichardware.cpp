@@ -223,19 +223,31 @@ QString ZorvicHardware::parseAdditionalInfoKeyValue(const QString &text, const Q
     return text.mid(open + 1, close - open - 1);
 }
 
-QList<ZorvicHardware::BoardInfo> ZorvicHardware::boards() const
+std::vector<int> ZorvicHardware::boardNumbers() const
+{
+    // Numbers: a copy of the list would share its elements, and let its share go outside the lock.
+    std::vector<int> numbers;
+    const std::lock_guard lock(m_mutex);
+    numbers.reserve(static_cast<std::size_t>(m_boards.size()));
+    for (const BoardInfo &board : m_boards)
+        numbers.push_back(board.board);
+    return numbers;
+}
+
+std::optional<int> ZorvicHardware::firstBoard() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_boards;
+    if (m_boards.isEmpty())
+        return {};
+    return m_boards.constFirst().board;
 }
 
 /// Calls the driver by @p operation with the number of each board, in the order of enumeration.
 template <typename Operation> void ZorvicHardware::forEachBoard(Operation operation)
 {
     const Backlog::Opening opening(m_backlog);
-    const QList<BoardInfo> copy = boards();
-    for (const BoardInfo &board : copy)
-        operation(board.board);
+    for (const int board : boardNumbers())
+        operation(board);
 }
 
 void ZorvicHardware::pnp()
@@ -440,10 +452,10 @@ void ZorvicHardware::redirectTouchEvent(const QList<TouchContact> &contacts)
 
 void ZorvicHardware::sendToSystem(unsigned char length, const unsigned char *report)
 {
-    const QList<BoardInfo> enumerated = boards();
-    if (enumerated.isEmpty())
+    // Deliberate: always through the board enumerated first, whichever board the report came from.
+    const std::optional<int> board = firstBoard();
+    if (!board)
         return;
     const Backlog::Opening opening(m_backlog);
-    // Deliberate: always through the board enumerated first, whichever board the report came from.
-    m_wrapper->SendTouchPacketToSystem(enumerated.first().board, length, report);
+    m_wrapper->SendTouchPacketToSystem(*board, length, report);
 }

@@ -14,6 +14,8 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <vector>
 
 class QWidget;
 
@@ -229,7 +231,8 @@ private:
     void settleCallback(int board, bool registered);
     /// Emits @p own unless it is out of date, then whatever newer count was emitted at the same time.
     void emitCount(const DeviceCount &own);
-    QList<BoardInfo> boards() const;
+    std::vector<int> boardNumbers() const; ///< in the order of enumeration
+    std::optional<int> firstBoard() const; ///< none if no board is enumerated
     template <typename Operation> void forEachBoard(Operation operation);
     void sendToSystem(unsigned char length, const unsigned char *report);
 
