@@ -15,7 +15,8 @@ constexpr int first_row = 46; // pixels: below the window manager's title
 constexpr int rows_end = 1020;
 constexpr int strip = 1034; // contacts without room for proofs move here; to 16 pixels below
 
-constexpr int touch_radius = 3;                     // pixels; the path is made for lines of this half width
+constexpr int most_reports = 100'000; // for more, the screen has no room for the proofs even of one contact
+constexpr int touch_radius = 3;       // pixels; the path is made for lines of this half width
 constexpr Nanoseconds rest = 250 * millisecond;     // without a change for so long, all is drawn
 constexpr Nanoseconds one_change = 2 * millisecond; // changes closer together belong to the same tick
 
@@ -77,6 +78,11 @@ std::vector<double> ticks(const std::vector<Nanoseconds> &changes)
     return intervals;
 }
 
+double longest(const std::vector<double> &times)
+{
+    return times.empty() ? 0 : *std::max_element(times.begin(), times.end());
+}
+
 std::vector<double> times_inside(const Delivery *deliveries, std::size_t count)
 {
     std::vector<double> times;
@@ -118,7 +124,7 @@ Result run(const Setting &setting, const Flood &flood)
     Screen &screen = setting.screen;
     Program program(setting.paths, screen);
     program.prepare(flood.tags);
-    const int count = flood.rate * (setting.quick ? 1 : 5);
+    const int count = std::min(most_reports, flood.rate * (setting.quick ? 1 : 5));
     const Plan planned = plan(flood, count, screen);
     std::vector<boardsim::Bytes> reports;
     for (const std::vector<Point> &places : planned.walk)
@@ -135,9 +141,13 @@ Result run(const Setting &setting, const Flood &flood)
     const auto taken = static_cast<double>(program.processor_time() - processor);
 
     Result result;
-    result["samples"]["tick [ms]"] = ticks(changes);
-    result["samples"]["inside callback [µs]"] = times_inside(deliveries, reports.size());
+    const std::vector<double> intervals = ticks(changes);
+    const std::vector<double> inside = times_inside(deliveries, reports.size());
+    result["samples"]["tick [ms]"] = intervals;
+    result["samples"]["inside callback [µs]"] = inside;
     result["values"]["processor time per report [µs]"] = taken / count / 1000;
+    result["values"]["longest between two changes [ms]"] = longest(intervals);
+    result["values"]["longest inside callback [µs]"] = longest(inside);
     result["values"]["reports"] = count;
     result["values"]["reports a second, as delivered"] =
         (count - 1) * static_cast<double>(second) / static_cast<double>(last_report - deliveries[0].called);
