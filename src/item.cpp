@@ -55,13 +55,22 @@ void Item::rebuffer()
     // Too small by a fraction of a pixel only: the same memory will do.
     const QSize size(static_cast<int>(m_image_rectangle.width()),
                      static_cast<int>(m_image_rectangle.height()));
-    if (!m_image_cache || m_image_cache->size() != size)
-        m_image_cache = std::make_unique<QImage>(size, QImage::Format_ARGB32_Premultiplied);
-    if (m_image_cache->isNull())
-        m_image_cache.reset();
-    else
+    if (!m_image_cache || m_image_cache->size() != size) {
+        m_image_cache.reset(); // before the new one, so that there are never both
+        m_image_cache = new_cache(size);
+    }
+    m_without_cache = !m_image_cache;
+    if (m_image_cache)
         m_image_cache->fill(Qt::transparent);
 }
+
+std::unique_ptr<QImage> Item::new_cache(const QSize &size)
+{
+    auto cache = std::make_unique<QImage>(size, QImage::Format_ARGB32_Premultiplied);
+    return cache->isNull() ? nullptr : std::move(cache);
+}
+
+void Item::paint_without_cache(QPainter &) const { }
 
 void Item::set_transforms()
 {
@@ -94,12 +103,12 @@ bool Item::hit(QPointF item_point) const
 
 void Item::paint(QPainter &painter) const
 {
-    if (!m_image_cache)
-        return;
-    const QPointF target = rounded_down(m_rendered_position) + m_cache_offset;
-    painter.drawImage(static_cast<int>(target.x()), static_cast<int>(target.y()), *m_image_cache, 0, 0,
-                      static_cast<int>(m_image_rectangle.width()),
-                      static_cast<int>(m_image_rectangle.height()));
+    if (m_image_cache) {
+        const QRect area = picture_area();
+        painter.drawImage(area.x(), area.y(), *m_image_cache, 0, 0, area.width(), area.height());
+    } else if (m_without_cache) {
+        paint_without_cache(painter);
+    }
 }
 
 void Item::redraw()
@@ -107,12 +116,8 @@ void Item::redraw()
     if (!m_image_cache)
         return;
     m_image_cache->fill(0);
-    const QPointF fraction = m_rendered_position - rounded_down(m_rendered_position);
     QPainter painter(m_image_cache.get());
-    painter.translate(fraction - m_cache_offset);
-    painter.rotate(double(m_rendered_rotation));
-    painter.scale(double(m_rendered_scale), double(m_rendered_scale));
-    painter.setRenderHint(QPainter::Antialiasing);
+    enter_item(painter);
     redraw(painter);
 }
 
@@ -149,20 +154,10 @@ void Item::update_impl()
     m_update_flags = 0;
 }
 
-void Item::report_screen_area()
-{
-    const QRectF area = m_image_rectangle.translated(m_rendered_position)
-                            .adjusted(-area_margin, -area_margin, area_margin, area_margin);
-    const QRect covered(static_cast<int>(area.x()), static_cast<int>(area.y()),
-                        static_cast<int>(area.width()), static_cast<int>(area.height()));
-    m_owner->add_dirty_region(m_screen_area);
-    m_owner->add_dirty_region(covered);
-    m_screen_area = covered;
-}
-
 void Item::clear_image_cache()
 {
     m_image_cache.reset();
+    m_without_cache = false;
 }
 
 void Item::to_front() const
@@ -185,4 +180,31 @@ void Item::lock(int)
 void Item::unlock(int)
 {
     --m_lock_count;
+}
+
+QRect Item::picture_area() const
+{
+    const QPointF corner = rounded_down(m_rendered_position) + m_cache_offset;
+    return {static_cast<int>(corner.x()), static_cast<int>(corner.y()),
+            static_cast<int>(m_image_rectangle.width()), static_cast<int>(m_image_rectangle.height())};
+}
+
+void Item::enter_item(QPainter &painter) const
+{
+    const QPointF fraction = m_rendered_position - rounded_down(m_rendered_position);
+    painter.translate(fraction - m_cache_offset);
+    painter.rotate(double(m_rendered_rotation));
+    painter.scale(double(m_rendered_scale), double(m_rendered_scale));
+    painter.setRenderHint(QPainter::Antialiasing);
+}
+
+void Item::report_screen_area()
+{
+    const QRectF area = m_image_rectangle.translated(m_rendered_position)
+                            .adjusted(-area_margin, -area_margin, area_margin, area_margin);
+    const QRect covered(static_cast<int>(area.x()), static_cast<int>(area.y()),
+                        static_cast<int>(area.width()), static_cast<int>(area.height()));
+    m_owner->add_dirty_region(m_screen_area);
+    m_owner->add_dirty_region(covered);
+    m_screen_area = covered;
 }

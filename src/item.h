@@ -58,8 +58,13 @@ public:
     /// Draws the item in item coordinates. Called on the render thread.
     virtual void redraw(QPainter &painter);
     /// Makes the cache large enough for the outline; caches only grow. If there is no memory for it, the
-    /// item has none and is not drawn. Called on the render thread.
+    /// item has none. Called on the render thread.
     virtual void rebuffer();
+    /// A cache of @p size, or null if the item has to do without one. Called on the render thread.
+    virtual std::unique_ptr<QImage> new_cache(const QSize &size);
+    /// Draws what the last render has found no cache for, in view coordinates; the base draws nothing. Called
+    /// on the GUI thread.
+    virtual void paint_without_cache(QPainter &painter) const;
 
     /// To be called after a change of position, rotation or scale.
     void set_transforms();
@@ -70,7 +75,8 @@ public:
     /// Whether @p item_point lies inside the outline.
     bool hit(QPointF item_point) const;
 
-    /// Draws the cached picture where it was last rendered, in view coordinates; nothing without a cache.
+    /// Draws the cached picture where it was last rendered, in view coordinates. Without a cache it is up to
+    /// paint_without_cache, but nothing is drawn before the first render or after clear_image_cache.
     void paint(QPainter &painter) const;
     /// Clears the cache and draws the item into it; nothing without a cache. Called on the render thread.
     void redraw();
@@ -90,6 +96,12 @@ public:
 
     void lock(int); ///< adds one to the lock count, which is for subclasses: nothing here is locked
     void unlock(int);
+
+protected:
+    /// Where the last render has put the picture, in view coordinates.
+    QRect picture_area() const;
+    /// Makes @p painter, which is that of the picture, draw in item coordinates.
+    void enter_item(QPainter &painter) const;
 
 private:
     void report_screen_area();
@@ -127,6 +139,9 @@ public:
 
 protected:
     int m_lock_count = 0;
+
+private:
+    bool m_without_cache = false; ///< the last render has found none
 };
 
 /// Shows one contact: a circle of its size, a cross through its centre, and beside it an info tag with six
@@ -146,13 +161,25 @@ public:
     void rebuild() override;
     using Item::redraw;
     void redraw(QPainter &painter) override;
+    /// Null for a large cache, and if the contacts' caches already take all memory that they may.
+    std::unique_ptr<QImage> new_cache(const QSize &size) override;
+    /// Draws only what is seen, with the same pixels as a cache.
+    void paint_without_cache(QPainter &painter) const override;
 
 private:
     struct Drawn;
 
+    void draw_circle_and_tag(QPainter &painter) const;
     /// Draws circle, tag and cross from the picture that was last made of them, as long as it is the same.
-    void draw_kept_shape(QPainter &painter);
-    void draw_shape(QPainter &painter);
+    void draw_kept_shape(QPainter &painter) const;
+    void draw_shape(QPainter &painter) const;
+    void draw_cross(QPainter &painter) const;
+    void draw_text(QPainter &painter) const;
+    /// Pixels of the view in and around @p area that the circle fills and its edge does not touch; not all of
+    /// them, and none of a small circle.
+    QRegion inside_circle(const QRect &area) const;
+    /// Pixels of @p area that the cross may touch if it is not turned.
+    QRegion around_cross(const QRect &area) const;
 
     QPainterPath m_shape; ///< circle and tag
     QPainterPath m_cross;
@@ -162,7 +189,7 @@ private:
     int m_buttons = 0;
     QPointF m_radius; ///< pixels
     QColor m_colour;
-    std::unique_ptr<Drawn> m_drawn; ///< used by the render only
+    std::unique_ptr<Drawn> m_drawn; ///< used by the render, and by painting between renders
 };
 
 /// Shows a pen.

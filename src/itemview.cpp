@@ -1,6 +1,7 @@
 #include "itemview.h"
 
 #include "item.h"
+#include "seenpicture.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -276,4 +277,5 @@ void ItemView::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     for (const auto &item : m_z_order)
         item->paint(painter);
+    release_seen();
 }

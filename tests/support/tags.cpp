@@ -65,7 +65,8 @@ QImage painted(const Item &item)
 QImage drawn(const Tag &tag)
 {
     QImage canvas = empty_canvas();
-    QImage layer(canvas.size(), QImage::Format_ARGB32_Premultiplied);
+    const QRect cut = cut_of(tag);
+    QImage layer(cut.size(), QImage::Format_ARGB32_Premultiplied);
     layer.fill(Qt::transparent);
     {
         QPainterPath shape;
@@ -80,8 +81,7 @@ QImage drawn(const Tag &tag)
 
         QPainter painter(&layer);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setClipRect(cut_of(tag).translated(origin));
-        painter.translate(tag.pos + origin);
+        painter.translate(tag.pos - cut.topLeft());
         painter.setPen(pen);
         painter.setBrush(tag.colour);
         painter.drawPath(shape);
@@ -89,6 +89,6 @@ QImage drawn(const Tag &tag)
         painter.drawPath(cross);
         painter.fillPath(text_of(tag), Qt::black);
     }
-    QPainter(&canvas).drawImage(0, 0, layer);
+    QPainter(&canvas).drawImage(cut.topLeft() + origin, layer);
     return canvas;
 }
