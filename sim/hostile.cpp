@@ -4,7 +4,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <future>
 #include <string>
 #include <tuple>
 
@@ -117,9 +116,13 @@ void HostileDriver::detach()
 {
     if (is(Kind::callbacksInDetach))
         runAllCallbacks();
+    if (is(Kind::callbackOutlastsDetach))
+        startOutlastingCallback();
     Driver::detach();
     if (stopRepeating() && is(Kind::prints))
         std::printf("driver: detached\n");
+    if (is(Kind::callbacksAfterDetach))
+        startCallbacksAfterDetach();
 }
 
 void HostileDriver::setCallback(int board, PacketCallback callback, void *context)
@@ -204,6 +207,42 @@ void HostileDriver::reportBeyondTheScreen()
                           registration.context);
 }
 
+/// The thread outlives this object, hence has copies of all that it needs.
+void HostileDriver::startCallbacksAfterDetach()
+{
+    std::map<int, PacketRegistration> packets;
+    PnpRegistration pnp;
+    {
+        const std::lock_guard lock(m_registrationMutex);
+        packets = m_packets;
+        pnp = m_pnp;
+    }
+    const auto end = Clock::now() + std::chrono::milliseconds(m_misbehaviour.value);
+    std::thread([=] {
+        const Bytes report = touchReport({{maxContactId, beyondTheScreen, beyondTheScreen, 50, true}});
+        do {
+            std::this_thread::sleep_for(repeatingPause);
+            for (const auto &[board, registration] : packets)
+                registration.callback(board, report.data(), static_cast<unsigned int>(report.size()),
+                                      registration.context);
+            if (pnp.callback)
+                pnp.callback(pnp.context);
+        } while (Clock::now() < end);
+    }).detach();
+}
+
+/// Returns once the callback is inside sendToSystem(), or has returned without getting there.
+void HostileDriver::startOutlastingCallback()
+{
+    if (m_hasOutlasted.exchange(true))
+        return;
+    std::thread([this, atSystem = m_atSystem] {
+        reportBeyondTheScreen();
+        atSystem->tell(); // this object may be gone
+    }).detach();
+    m_atSystem->await();
+}
+
 int HostileDriver::deviceCount()
 {
     return is(Kind::deviceCount) ? m_misbehaviour.value : Driver::deviceCount();
@@ -216,7 +255,7 @@ bool HostileDriver::deniesDevices()
 
 bool HostileDriver::sendsUnlogged()
 {
-    return is(Kind::secondThread);
+    return is(Kind::secondThread) || is(Kind::callbackOutlastsDetach); // which may outlive the log
 }
 
 bool HostileDriver::deviceInfo(int index, _ZORVIC_DEVICE_INFO *out)
@@ -249,8 +288,14 @@ int HostileDriver::write(int board, const void *data, int length)
 
 void HostileDriver::sendToSystem()
 {
+    const auto slowness = std::chrono::milliseconds(m_misbehaviour.value);
     if (is(Kind::secondThread))
-        std::this_thread::sleep_for(std::chrono::milliseconds(m_misbehaviour.value));
+        std::this_thread::sleep_for(slowness);
+    if (is(Kind::callbackOutlastsDetach)) {
+        m_atSystem->tell();
+        std::this_thread::sleep_for(slowness);
+        mark("callback goes on");
+    }
     if (!is(Kind::pnpInReport) || m_insideCallback.exchange(true))
         return;
     runPnp();

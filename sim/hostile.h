@@ -3,6 +3,7 @@
 #include "driver.h"
 #include "misbehaviour.h"
 
+#include <future>
 #include <vector>
 
 namespace boardsim {
@@ -31,6 +32,22 @@ protected:
     void call(PnpCallback callback, void *context) override;
 
 private:
+    /// Something that happens once and that another thread waits for.
+    class Arrival
+    {
+    public:
+        void tell()
+        {
+            if (!m_told.exchange(true))
+                m_promise.set_value();
+        }
+        void await() { m_promise.get_future().wait(); } ///< once only
+
+    private:
+        std::atomic<bool> m_told = false;
+        std::promise<void> m_promise;
+    };
+
     /// A packet callback as the program has set it.
     struct PacketRegistration
     {
@@ -51,6 +68,8 @@ private:
     void runPnp();
     void report(int board, const PacketRegistration &registration);
     void reportBeyondTheScreen();
+    void startCallbacksAfterDetach();
+    void startOutlastingCallback();
     template <typename Step> bool startRepeating(Step step);
     bool stopRepeating();
 
@@ -62,6 +81,9 @@ private:
     std::mutex m_registrationMutex;              ///< guards the next two; never held while a callback runs
     std::map<int, PacketRegistration> m_packets; ///< per board; stay when withdrawn
     PnpRegistration m_pnp;
+
+    std::atomic<bool> m_hasOutlasted = false;
+    const std::shared_ptr<Arrival> m_atSystem = std::make_shared<Arrival>(); ///< of the outlasting callback
 
     std::mutex m_repeaterMutex; ///< guards the start and end of the thread that repeats a step
     std::thread m_repeater;

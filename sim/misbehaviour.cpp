@@ -42,6 +42,8 @@ constexpr Entry entries[] = {
     {"blocking-write", Misbehaviour::Kind::blockingWrite, true},
     {"prints", Misbehaviour::Kind::prints, false},
     {"second-thread", Misbehaviour::Kind::secondThread, true, 0},
+    {"callbacks-after-detach", Misbehaviour::Kind::callbacksAfterDetach, true, 1},
+    {"callback-outlasts-detach", Misbehaviour::Kind::callbackOutlastsDetach, true, 1},
 };
 
 [[noreturn]] void fail(const char *cause)

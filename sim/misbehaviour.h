@@ -22,7 +22,9 @@ struct Misbehaviour
         reportLength,
         blockingWrite,
         prints,
-        secondThread
+        secondThread,
+        callbacksAfterDetach,
+        callbackOutlastsDetach
     };
 
     Kind kind = Kind::none;

@@ -122,6 +122,9 @@ Korvane::Korvane(QWidget *target, QObject *parent) : QObject(parent), m_hardware
 Korvane::~Korvane()
 {
     detach();
+    // Deliberate: leaks the manager, and with it the open library, because a callback is still inside.
+    if (!m_idle)
+        m_hardware->setParent(nullptr);
 }
 
 void Korvane::detach()
@@ -130,6 +133,7 @@ void Korvane::detach()
         return;
     configureHardware(true);
     m_hardware->uninit();
+    m_idle = m_hardware->end();
 }
 
 void Korvane::configureHardware(bool off)

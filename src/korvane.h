@@ -48,11 +48,11 @@ public:
     /// succeeds; without a driver nothing arrives. @p target is the widget whose area keeps board input for
     /// the program.
     Korvane(QWidget *target, QObject *parent);
-    /// Detaches from the driver.
+    /// Detaches from the driver. Leaves the board manager behind if a callback in it does not return.
     ~Korvane() override;
 
-    /// Switches every report off and detaches from the driver, unless that has been done. May be called on
-    /// any thread.
+    /// Switches every report off and detaches from the driver, unless that has been done. Nothing arrives
+    /// afterwards; a callback that is running is waited for half a second. May be called on any thread.
     void detach();
     /// Writes the modes to every board; @p off switches all reports off, and leaves the pens' hardware mode
     /// as it is written otherwise.
@@ -106,4 +106,5 @@ private:
     bool m_touch_disabled = false;
     bool m_erase_disabled = false;
     bool m_detached = false;
+    bool m_idle = true; ///< no callback of the driver is inside the board manager
 };

@@ -1,4 +1,5 @@
 #include "ending.h"
+#include "hardware/zorvicwrapper.h"
 #include "lxwindow.h"
 #include "process.h"
 
@@ -17,5 +18,6 @@ int main(int argc, char *argv[])
     QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
     Ending ending;
     LanternixDialog dialog(nullptr);
+    ZorvicWrapper::keepLoaded();
     return ending.run(dialog);
 }

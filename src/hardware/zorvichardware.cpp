@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <climits>
 #include <cstring>
 
@@ -23,6 +24,7 @@ using SystemReport = std::array<unsigned char, systemReport::bufferSize>;
 constexpr double rawPerScreen = 32767;
 
 constexpr unsigned char allTransfers = 0xFF;
+constexpr auto callbackPatience = std::chrono::milliseconds(500);
 
 enum DeviceKind { boardKind = 1, legacyHubKind = 2, hub24GHzKind = 3, virtualHubKind = 4 };
 
@@ -53,7 +55,11 @@ ZorvicHardware::ZorvicHardware(QObject *parent) : QObject(parent), m_screen(prim
     qRegisterMetaType<PenEvent>("ZorvicHardware::PenEvent");
 }
 
-ZorvicHardware::~ZorvicHardware() = default;
+ZorvicHardware::~ZorvicHardware()
+{
+    const Backlog::Opening opening(m_backlog);
+    m_callbacks.close();
+}
 
 bool ZorvicHardware::init()
 {
@@ -76,6 +82,12 @@ void ZorvicHardware::uninit()
     const Backlog::Opening opening(m_backlog);
     m_wrapper->ClearPnpCallback(pnpCallback, this);
     m_wrapper->Detach();
+}
+
+bool ZorvicHardware::end()
+{
+    const Backlog::Opening opening(m_backlog);
+    return m_callbacks.close(callbackPatience);
 }
 
 bool ZorvicHardware::initialiseZorvicWrapper()
@@ -275,13 +287,17 @@ void ZorvicHardware::pnp()
 
 void ZorvicHardware::pnpCallback(void *context)
 {
-    if (context)
+    const CallbackGuard::Visit visit(context);
+    if (visit)
         static_cast<ZorvicHardware *>(context)->pnp();
 }
 
 void ZorvicHardware::processPacketCallback(int, const unsigned char *data, unsigned int length, void *context)
 {
-    if (!context || !data || length <= kindAt || length > INT_MAX)
+    if (!data || length <= kindAt || length > INT_MAX)
+        return;
+    const CallbackGuard::Visit visit(context);
+    if (!visit)
         return;
     const bool prefixed = data[kindAt] == prefix::kind && length >= prefix::size;
     const unsigned int skipped = prefixed ? prefix::size : 0;

@@ -2,6 +2,7 @@
 
 #include "hardware/abstracthardwarewrapper.h"
 #include "hardware/backlog.h"
+#include "hardware/callbackguard.h"
 #include "hardware/destinations.h"
 
 #include <QByteArray>
@@ -114,7 +115,8 @@ public:
     /// Registers the record types with Qt, so that the signals can be queued. Needs a QApplication: it notes
     /// the size of the primary screen, to which raw positions are mapped.
     explicit ZorvicHardware(QObject *parent);
-    /// Detaches once more and closes the library.
+    /// Ends, then detaches once more and closes the library. Waits for a callback that is running, however
+    /// long that takes: whoever cannot wait calls end() first.
     ~ZorvicHardware() override;
 
     /// Opens the driver, asks for plug-and-play notifications and enumerates. False when the library cannot
@@ -122,8 +124,14 @@ public:
     /// Once only.
     bool init();
     /// Withdraws the plug-and-play callback and detaches. It leaves the packet callbacks registered and
-    /// relies on the driver's Detach to end them; this object must outlive them. Harmless before init.
+    /// relies on the driver's Detach to end them: those that still come are served until end(). Harmless
+    /// before init.
     void uninit();
+    /// From here on every callback is dropped. Returns true once none is running on another thread. Returns
+    /// false if one is still running after half a second: then this object must not be destroyed, nor the
+    /// library closed. What stays out of reach is code that the driver itself has unloaded while a thread of
+    /// it runs there. Any thread.
+    bool end();
     /// Attaches again and appends every board found to the boards list, emitting boardEnumerated,
     /// hubEnumerated and deviceEnumCount. Before init it only emits deviceEnumCount(0). Any thread.
     void enumerate();
@@ -135,13 +143,13 @@ public:
 
     /// Forgets all boards and enumerates again. Driver's thread.
     void pnp();
-    /// For the driver; @p context is the ZorvicHardware, null is ignored.
+    /// For the driver; @p context is the ZorvicHardware. One that is null, has ended or is gone is ignored.
     static void pnpCallback(void *context);
     /// Decodes one report and emits what it holds; an unknown report is dropped. Driver's thread.
     void processPacket(const QByteArray &report);
-    /// For the driver; @p context is the ZorvicHardware. A null context or buffer and a length below two or
-    /// beyond INT_MAX, such as 4 GiB - 1, are dropped. Any other @p length must be true: a buffer shorter
-    /// than its stated length cannot be detected.
+    /// For the driver; @p context is the ZorvicHardware. A context that is null, has ended or is gone, a null
+    /// buffer, and a length below two or beyond INT_MAX, such as 4 GiB - 1, are dropped. Any other @p length
+    /// must be true: a buffer shorter than its stated length cannot be detected.
     static void processPacketCallback(int board, const unsigned char *data, unsigned int length,
                                       void *context);
     /// Debugging aid: writes the bytes in decimal to Qt's debug output.
@@ -239,6 +247,7 @@ private:
     const QRect m_screen;        ///< geometry of the primary screen at construction, pixels
     Destinations m_destinations; ///< of pens and touches
     Backlog m_backlog;
+    CallbackGuard m_callbacks{this};
 
     mutable std::mutex m_mutex; ///< guards what follows, down to m_newestCount
     qint32 m_statusBoard = 0;   ///< the board last passed to getTouchStatus
@@ -247,7 +256,7 @@ private:
     int m_generation = 0;      ///< of the boards list: one higher with each plug-and-play change
     DeviceCount m_newestCount; ///< the last one that was emitted, or is being emitted
 
-    /// Null before init. Last, hence destroyed first: until it has detached, the driver may call in.
+    /// Null before init.
     std::unique_ptr<AbstractHardwareWrapper> m_wrapper;
 };
 

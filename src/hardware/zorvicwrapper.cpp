@@ -86,6 +86,11 @@ bool ZorvicWrapper::open()
     return false;
 }
 
+void ZorvicWrapper::keepLoaded()
+{
+    dlopen(libraryName, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
 bool ZorvicWrapper::isOpen() const
 {
     return m_library != nullptr;

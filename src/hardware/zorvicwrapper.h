@@ -72,6 +72,10 @@ public:
     void SendTouchPacketToSystem(int board, unsigned char length, const unsigned char *data) override;
     void ReverseButtons(int board, bool reversed) override;
 
+    /// Keeps the library's code in memory until the process ends, even if it is closed: a driver whose Detach
+    /// does not end its threads would otherwise lose the code that they run. Does nothing before the library
+    /// is open.
+    static void keepLoaded();
     /// Whether the library has been opened. Any thread.
     bool isOpen() const;
 

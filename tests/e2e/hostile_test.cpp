@@ -94,6 +94,49 @@ TEST(AWriteThatBlocks, DelaysTheWindowNoLongerThanItLasts)
     EXPECT_EQ(program->exit_status(), 0);
 }
 
+// Tests with drivers that have not ended when Detach returns.
+
+class CallbacksAfterDetach : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(CallbacksAfterDetach, LetTheProgramEnd)
+{
+    const auto program = start_hostile("callbacks-after-detach=" + QByteArray::number(GetParam()),
+                                       SimulatedDriver::two_boards_and_a_hub());
+
+    program->desktop().press("Escape");
+
+    EXPECT_EQ(program->exit_status(), 0);
+    EXPECT_EQ(program->driver().calls().back().name, "Detach");
+}
+
+INSTANTIATE_TEST_SUITE_P(ForMilliseconds, CallbacksAfterDetach, testing::Values(1, 60'000),
+                         testing::PrintToStringParamName());
+
+TEST(ACallbackThatOutlastsDetach, IsWaitedFor)
+{
+    const auto program =
+        start_hostile("callback-outlasts-detach=200", SimulatedDriver::two_boards_and_a_hub());
+
+    program->desktop().press("Escape");
+
+    EXPECT_EQ(program->exit_status(), 0);
+    EXPECT_TRUE(program->driver().has_mark("callback goes on"));
+    EXPECT_EQ(program->driver().calls("Detach").size(), 2U) << "the second time when the library is closed";
+}
+
+TEST(ACallbackThatDoesNotReturn, KeepsTheLibraryOpenAndLetsTheProgramEnd)
+{
+    const auto program =
+        start_hostile("callback-outlasts-detach=60000", SimulatedDriver::two_boards_and_a_hub());
+
+    program->desktop().press("Escape");
+
+    EXPECT_EQ(program->exit_status(), 0);
+    EXPECT_EQ(program->driver().calls("Detach").size(), 1U);
+}
+
 // Tests with other files in place of the driver library.
 
 QByteArray content_of(const QString &path)
