@@ -123,7 +123,7 @@ TagText::Piece TagText::lay_out(const QString &text, const QFont &font) const
 
 std::vector<TagText::Placed> TagText::place(QPointF origin, std::size_t line, const QString &value)
 {
-    std::vector<Placed> placed{{&m_labels.at(line), origin}};
+    std::vector<Placed> placed = {{&m_labels.at(line), origin}};
     for (const QChar character : value) {
         const auto next = static_cast<std::size_t>(m_characters.indexOf(character));
         origin.rx() += placed.back().piece->advances.at(next);

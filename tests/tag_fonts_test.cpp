@@ -98,6 +98,7 @@ struct Row
 {
     const char *name;
     QFont font;
+    int tolerance = 0; ///< levels of 255: Qt rounds an edge differently in an image that cuts the outline
 };
 
 void PrintTo(const Row &row, std::ostream *stream)
@@ -128,23 +129,25 @@ TEST_P(TagFont, IsFilledAsOneOutlineForEachLine)
     for (const auto &record : records) {
         show(*tag, record.id, record.pos, record.radius, record.buttons);
 
-        EXPECT_TRUE(
-            same_picture(painted(*tag), expected(record.id, record.pos, record.radius, record.buttons)))
+        EXPECT_TRUE(same_picture(painted(*tag),
+                                 expected(record.id, record.pos, record.radius, record.buttons),
+                                 GetParam().tolerance))
             << record.id;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , TagFont,
-    testing::Values(Row{"Upright", QFont("DejaVu Sans")},
-                    Row{"Slanted", QFont("DejaVu Sans", -1, QFont::Normal, true)},
-                    Row{"BoldAndItalic", QFont("DejaVu Serif", -1, QFont::Bold, true)},
-                    Row{"Monospaced", QFont("DejaVu Sans Mono")},
-                    Row{"Spaced", spaced(QFont("DejaVu Sans"), 2)},
-                    Row{"ThatOverlaps", spaced(QFont("DejaVu Sans"), -3)},
-                    Row{"SlantedThatOverlaps", spaced(QFont("DejaVu Sans", -1, QFont::Normal, true), -1.5)},
-                    Row{"ThatTouches", spaced(QFont("DejaVu Serif", -1, QFont::Bold, true), -1)}),
-    row_name<Row>);
+INSTANTIATE_TEST_SUITE_P(, TagFont,
+                         testing::Values(Row{"Upright", QFont("DejaVu Sans")},
+                                         Row{"Slanted", QFont("DejaVu Sans", -1, QFont::Normal, true)},
+                                         Row{"BoldAndItalic", QFont("DejaVu Serif", -1, QFont::Bold, true)},
+                                         Row{"Monospaced", QFont("DejaVu Sans Mono")},
+                                         Row{"Spaced", spaced(QFont("DejaVu Sans"), 2)},
+                                         Row{"ThatOverlaps", spaced(QFont("DejaVu Sans"), -3)},
+                                         Row{"SlantedThatOverlaps",
+                                             spaced(QFont("DejaVu Sans", -1, QFont::Normal, true), -1.5), 1},
+                                         Row{"ThatTouches",
+                                             spaced(QFont("DejaVu Serif", -1, QFont::Bold, true), -1)}),
+                         row_name<Row>);
 
 TEST_F(TagFonts, AreForgottenWithTheirTags)
 {
