@@ -156,17 +156,16 @@ KeptPicture TagText::compose(Subpixel subpixel, std::size_t line, const QString 
     }
     if (any_touch(parts))
         return fill(subpixel, line, value);
-    return KeptPicture(area, subpixel, [&parts, &area](QPainter &painter) {
-        for (const Part &part : parts)
-            part.picture.show(painter, part.pixel - area.topLeft());
-    });
+    return {area, subpixel, [&parts, &area](QPainter &painter) {
+                for (const Part &part : parts)
+                    part.picture.show(painter, part.pixel - area.topLeft());
+            }};
 }
 
 KeptPicture TagText::fill(Subpixel subpixel, std::size_t line, const QString &value)
 {
     const QPainterPath text = outline(place({}, line, value));
-    return KeptPicture(text.boundingRect(), subpixel,
-                       [&text](QPainter &painter) { painter.fillPath(text, Qt::black); });
+    return {text.boundingRect(), subpixel, [&text](QPainter &painter) { painter.fillPath(text, Qt::black); }};
 }
 
 const KeptPicture &TagText::cover(Piece &piece, Subpixel subpixel)
