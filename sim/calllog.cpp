@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +14,6 @@
 #include <string_view>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 namespace boardsim {
@@ -96,7 +96,7 @@ void CallLog::openLocked()
     // The file in use stays open meanwhile, so that the reader of a pipe does not see its end.
     const int before = m_file.exchange(noFile);
     if (!m_name.empty()) {
-        m_file = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+        m_file = ::open(m_name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
         if (m_file < 0)
             complain("opened", errno);
     }
