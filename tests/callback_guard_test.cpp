@@ -27,7 +27,7 @@ public:
     Visitor()
     {
         std::promise<void> entered;
-        m_thread = std::thread([this, &entered, left = m_leave.get_future()] {
+        m_thread = std::thread([&entered, left = m_leave.get_future()] {
             const Visit visit(&context);
             EXPECT_TRUE(visit);
             entered.set_value();
