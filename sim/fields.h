@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -10,6 +11,8 @@ namespace boardsim {
 
 using Json = nlohmann::json;
 
+constexpr std::size_t longestText = 4095; ///< bytes of a field, unless it says otherwise
+
 /// Reads the fields of one JSON object and keeps the first error. A field that is missing or wrong reads as a
 /// default, so a caller checks once, at the end. The object must outlive this reader.
 class Fields
@@ -17,6 +20,8 @@ class Fields
 public:
     /// Keeps references to both. The readers of nested objects share one @p error with their line.
     Fields(const Json &object, std::string &error);
+    /// Reads an object inside that of @p outer, and shares its error.
+    Fields(const Json &object, const Fields &outer) : Fields(object, outer.m_error) { }
 
     bool has(const char *name) const;
     std::int64_t integer(const char *name, std::int64_t lowest, std::int64_t highest);

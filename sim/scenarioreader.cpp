@@ -2,18 +2,17 @@
 
 #include "fields.h"
 #include "hex.h"
+#include "movingcontacts.h"
 
 #include "hardware/abstracthardwarewrapper.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <map>
 #include <set>
 #include <system_error>
@@ -26,12 +25,10 @@ namespace boardsim {
 namespace {
 
 constexpr int formatVersion = 1;
-constexpr std::size_t longestLine = 65536; // bytes; keeps other files from filling the memory
-constexpr std::size_t longestText = 4095;
+constexpr std::size_t longestLine = 65536;              // bytes; keeps other files from filling the memory
 constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, 11 days; times rate it fits 64 bits
 constexpr std::int64_t highestRate = 1'000'000;
 constexpr std::int64_t highestCount = 1'000'000'000'000;
-constexpr double widestAngle = 36'000; // degrees, a hundred turns
 
 enum class LineEnd { newline, file, tooLong };
 
@@ -85,17 +82,6 @@ private:
     std::optional<std::string> m_repeatedKey;
 };
 
-Point pointFrom(const Json &value, double highest, Fields &fields, const char *what)
-{
-    const auto isCoordinate = [highest](const Json &number) {
-        return number.is_number() && number.get<double>() >= 0 && number.get<double>() <= highest;
-    };
-    if (value.is_array() && value.size() == 2 && isCoordinate(value[0]) && isCoordinate(value[1]))
-        return {value[0].get<double>(), value[1].get<double>()};
-    fields.fail(std::string(what) + " is not a pair of numbers from 0 to " + std::to_string(maxPosition));
-    return {};
-}
-
 /// Builds a scenario line by line.
 class Reader
 {
@@ -128,10 +114,6 @@ private:
 
     int declaredBoard(Fields &fields);
     void addReport(int board, Bytes report);
-    MovingContact movingContact(Fields &fields);
-    Path pathOf(Fields &fields);
-    Path lineOf(Fields &fields);
-    Path arcOf(Fields &fields);
 
     struct OpenBlock
     {
@@ -297,7 +279,7 @@ void Reader::readMove(Fields &fields)
     move.lift = fields.flagOr("lift", true);
     for (const Json *const item : fields.list("contacts", 1)) {
         Fields contact(*item, m_error);
-        move.contacts.push_back(movingContact(contact));
+        move.contacts.push_back(readMovingContact(contact));
         contact.refuseOthers();
     }
     m_scenario.steps.emplace_back(std::move(move));
@@ -357,67 +339,6 @@ int Reader::declaredBoard(Fields &fields)
 void Reader::addReport(int board, Bytes report)
 {
     m_scenario.steps.emplace_back(SendReport{board, std::move(report)});
-}
-
-MovingContact Reader::movingContact(Fields &fields)
-{
-    MovingContact contact;
-    const std::string kind = fields.text("kind", longestText);
-    contact.path = pathOf(fields);
-    if (kind == "pen") {
-        contact.kind = MovingContact::Kind::pen;
-        contact.id = fields.smallInteger("id", 0, maxPen);
-        contact.tip = fields.flag("tip");
-        contact.button = fields.flag("button");
-        contact.bit2 = fields.flagOr("bit2", false);
-        return contact;
-    }
-    contact.id = fields.smallInteger("id", 0, maxContactId);
-    if (kind == "touch") {
-        contact.kind = MovingContact::Kind::touch;
-        contact.extent = fields.smallInteger("extent", 0, maxPosition);
-    } else if (kind == "erase") {
-        contact.kind = MovingContact::Kind::erase;
-        contact.width = fields.smallInteger("width", 0, maxPosition);
-        contact.height = fields.smallInteger("height", 0, maxPosition);
-    } else {
-        fields.fail("unknown kind \"" + kind + "\"");
-    }
-    return contact;
-}
-
-Path Reader::pathOf(Fields &fields)
-{
-    if (fields.has("line") == fields.has("circle"))
-        fields.fail(R"(a moving contact needs either "line" or "circle")");
-    return fields.has("circle") ? arcOf(fields) : lineOf(fields);
-}
-
-Path Reader::lineOf(Fields &fields)
-{
-    std::vector<Point> points;
-    for (const Json *const item : fields.list("line", 1))
-        points.push_back(pointFrom(*item, maxPosition, fields, "a point of \"line\""));
-    if (points.empty())
-        points.emplace_back();
-    return linePath(std::move(points));
-}
-
-Path Reader::arcOf(Fields &fields)
-{
-    const Json &object = fields.object("circle");
-    Fields circle(object, m_error);
-    const auto pair = [&](const char *name) {
-        circle.list(name, 2);
-        return circle.failed() ? Point() : pointFrom(object[name], maxPosition, circle, name);
-    };
-    const Arc arc{pair("centre"), pair("radius"), circle.number("from", -widestAngle, widestAngle),
-                  circle.number("to", -widestAngle, widestAngle)};
-    if (arc.centre.x < arc.radius.x || arc.centre.x + arc.radius.x > maxPosition
-        || arc.centre.y < arc.radius.y || arc.centre.y + arc.radius.y > maxPosition)
-        circle.fail(R"("circle" leaves the board's range of 0 to )" + std::to_string(maxPosition));
-    circle.refuseOthers();
-    return arc;
 }
 
 } // namespace
