@@ -113,6 +113,13 @@ void DrawnItem::redraw(QPainter &painter)
         m_drawing(painter);
 }
 
+std::shared_ptr<DrawnItem> make_square(QPointF position, Qt::GlobalColor colour)
+{
+    return std::make_shared<DrawnItem>(position, QRectF(0, 0, 50, 50), [colour](QPainter &painter) {
+        painter.fillRect(0, 0, 50, 50, colour);
+    });
+}
+
 QPainterPath path_of(const QRectF &rectangle)
 {
     QPainterPath path;

@@ -84,6 +84,9 @@ public:
     using Item::m_screen_area;
 };
 
+/// A square of 50 pixels, filled with @p colour.
+std::shared_ptr<DrawnItem> make_square(QPointF position, Qt::GlobalColor colour = Qt::red);
+
 QPainterPath path_of(const QRectF &rectangle);
 
 /// Renders one item as a tick does.
