@@ -170,8 +170,8 @@ void EventItem::draw_kept_shape(QPainter &painter) const
         const QRectF area = m_shape.boundingRect();
         PictureMemory memory(area.toAlignedRect().size());
         if (memory.is_held()) {
-            shape = KeptPicture(area, origin.subpixel,
-                                [this](QPainter &own_painter) { draw_shape(own_painter); });
+            shape = KeptPicture::around(area, origin.subpixel,
+                                        [this](QPainter &own_painter) { draw_shape(own_painter); });
             m_drawn->shape_memory = std::move(memory);
         }
     }

@@ -47,9 +47,9 @@ KeptPicture::KeptPicture(const QRect &pixels, Subpixel subpixel, const Draw &dra
     draw(painter);
 }
 
-KeptPicture::KeptPicture(const QRectF &area, Subpixel subpixel, const Draw &draw)
-    : KeptPicture(touched_pixels(area, subpixel), subpixel, draw)
+KeptPicture KeptPicture::around(const QRectF &area, Subpixel subpixel, const Draw &draw)
 {
+    return {touched_pixels(area, subpixel), subpixel, draw};
 }
 
 void KeptPicture::show(QPainter &painter, QPoint origin) const

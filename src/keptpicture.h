@@ -50,8 +50,9 @@ public:
     /// Holds what @p draw draws in @p pixels, counted from the origin's pixel, with the origin at @p
     /// subpixel. Holds nothing if there is no memory for it.
     KeptPicture(const QRect &pixels, Subpixel subpixel, const Draw &draw);
-    /// The same in all pixels that @p area, which counts from the origin itself, may touch.
-    KeptPicture(const QRectF &area, Subpixel subpixel, const Draw &draw);
+    /// The same in all pixels that @p area, which counts from the origin itself, may touch. Named, since a
+    /// QRect would convert to a QRectF and count from elsewhere.
+    static KeptPicture around(const QRectF &area, Subpixel subpixel, const Draw &draw);
 
     bool is_null() const { return m_image.isNull(); }
     /// Whether this was drawn with the origin at @p subpixel.

@@ -165,7 +165,8 @@ KeptPicture TagText::compose(Subpixel subpixel, std::size_t line, const QString 
 KeptPicture TagText::fill(Subpixel subpixel, std::size_t line, const QString &value)
 {
     const QPainterPath text = outline(place({}, line, value));
-    return {text.boundingRect(), subpixel, [&text](QPainter &painter) { painter.fillPath(text, Qt::black); }};
+    return KeptPicture::around(text.boundingRect(), subpixel,
+                               [&text](QPainter &painter) { painter.fillPath(text, Qt::black); });
 }
 
 const KeptPicture &TagText::cover(Piece &piece, Subpixel subpixel)
@@ -174,8 +175,9 @@ const KeptPicture &TagText::cover(Piece &piece, Subpixel subpixel)
     if (known != piece.coverage.end())
         return known->second;
 
-    KeptPicture coverage(piece.outline.boundingRect(), subpixel,
-                         [&piece](QPainter &painter) { painter.fillPath(piece.outline, Qt::black); });
+    KeptPicture coverage =
+        KeptPicture::around(piece.outline.boundingRect(), subpixel,
+                            [&piece](QPainter &painter) { painter.fillPath(piece.outline, Qt::black); });
     m_coverage_memory += coverage.memory();
     return piece.coverage.emplace(subpixel, std::move(coverage)).first->second;
 }

@@ -51,7 +51,7 @@ TEST_P(ShowsWhatWouldBeDrawn, PixelByPixel)
     QImage shown = canvas();
     QPainter painter(&shown);
     painter.translate(3.25, 9); // of no matter to the picture
-    KeptPicture(ellipse, origin.subpixel, draw_ellipse).show(painter, origin.pixel);
+    KeptPicture::around(ellipse, origin.subpixel, draw_ellipse).show(painter, origin.pixel);
 
     EXPECT_TRUE(same_picture(shown, drawn));
     EXPECT_EQ(painter.transform(), QTransform::fromTranslate(3.25, 9));
@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(KeptPicture, ShowsWhatWouldBeDrawn,
 
 TEST(KeptPicture, SuitsItsSubpixelOnly)
 {
-    const KeptPicture picture(ellipse, {0.25, 0.5}, draw_ellipse);
+    const KeptPicture picture = KeptPicture::around(ellipse, {0.25, 0.5}, draw_ellipse);
 
     EXPECT_TRUE(picture.suits({0.25, 0.5}));
     EXPECT_FALSE(picture.suits({0.25, 0.5 + 1e-15}));
