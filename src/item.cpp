@@ -9,7 +9,7 @@
 namespace {
 
 constexpr double margin = 1;      // pixels around the outline on the top and left
-constexpr float growth = 3.0F;    // deliberate: so much more, and the margin again, in width and height
+constexpr float growth = 3.0F;    // Deliberate: so much more, and the margin again, in width and height
 constexpr double area_margin = 1; // pixels around the picture that are repainted with it
 
 QPointF rounded_down(QPointF point)
@@ -126,7 +126,7 @@ void Item::update_begin()
     update_end(); // two renders must not share a cache
     if (m_update_flags == refresh_area)
         update_impl();
-    else // deliberate: also with nothing to do, so that every tick is alike
+    else // Deliberate: also with nothing to do, so that every tick is alike
         m_pending_render = std::async([this] { update_impl(); });
 }
 

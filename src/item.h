@@ -24,10 +24,10 @@ class QPainter;
 /// testing and a picture of itself that it keeps in a cache.
 ///
 /// Shared by the view's z-order and by the contacts that it has captured. All operations belong to the GUI
-/// thread, except that every tick renders each item on a thread of its own between update_begin and
-/// update_end. Until then nothing else may touch the cache, the outline or the update flags. Item coordinates
-/// are pixels before rotation and scale, with (0, 0) at the position; view coordinates are pixels of the
-/// view.
+/// thread, except that every tick renders each item on a thread of its own. While that render is in flight,
+/// from update_begin to update_end, nothing else may touch the cache, the outline or the update flags. Item
+/// coordinates are pixels before rotation and scale, with (0, 0) at the position; view coordinates are pixels
+/// of the view.
 class Item : public QObject
 {
     Q_OBJECT

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr float tether = 3.0F;   // pixels that a finger may move before its hoop follows
-constexpr int mouse_id = -1;     // deliberate: as pen 0
+constexpr int mouse_id = -1;     // Deliberate: as pen 0
 constexpr int mouse_buttons = 3; // left and right
 
 /// The first of @p items, from the front of the z-order to its back, that fulfils @p wanted.

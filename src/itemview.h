@@ -51,7 +51,7 @@ public:
     void to_front(const Item *item);
     void to_back(const Item *item);
 
-    /// @p area, in pixels of the view, is painted again at the next tick. Any thread.
+    /// @p area, in pixels of the view, is painted again at the next tick. May be called on any thread.
     void add_dirty_region(const QRect &area);
     /// Takes the collected area, which is empty afterwards. Takes no lock: only between renders.
     QRegion get_dirty_region();

@@ -13,7 +13,7 @@ class QColor;
 /// The image of the strokes, premultiplied ARGB and transparent where nothing is drawn, with its painter. The
 /// painter stays open and keeps its pen, since making both takes longer than a short line.
 ///
-/// Owned by the view of the strokes. GUI thread only; coordinates are pixels of the image.
+/// Owned by the view of the strokes. Belongs to the GUI thread; coordinates are pixels of the image.
 class StrokesLayer
 {
 public:

@@ -44,7 +44,7 @@ public:
     ~TagText();
 
     /// Fills the lines in black, the first one a line's height below @p corner. @p lines is what the last
-    /// call for this tag has left there. Any thread.
+    /// call for this tag has left there. May be called on any thread.
     void draw(QPainter &painter, QPointF corner, const Values &values, Lines &lines);
 
 private:
@@ -59,9 +59,9 @@ private:
     KeptPicture compose(Subpixel subpixel, std::size_t line, const QString &value);
     /// Fills the outline of a line, which takes many times longer than to put its pieces together.
     KeptPicture fill(Subpixel subpixel, std::size_t line, const QString &value);
-    /// The black that a piece leaves there. Under the lock.
+    /// The black that a piece leaves there. Called under the lock.
     const KeptPicture &cover(Piece &piece, Subpixel subpixel);
-    /// Under the lock.
+    /// Called under the lock.
     void forget_when_full();
 
     const QString m_characters = QStringLiteral("0123456789-+.einfa"); ///< of QString::number's results

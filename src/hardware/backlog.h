@@ -11,8 +11,8 @@
 /// behind, it holds the driver's threads up, so that the queue stays short, and the window alive, without a
 /// report being lost or overtaken by another.
 ///
-/// Owned by the board manager. Load counts what handling takes: one for each report and one for each of its
-/// contacts.
+/// Owned by the board manager, whose input model follows it. Load counts what handling takes: one for each
+/// report and one for each of its contacts.
 class Backlog
 {
 public:

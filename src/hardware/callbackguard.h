@@ -6,7 +6,7 @@
 /// every object and the program's own static ones, so that a driver whose Detach does not end its callbacks
 /// may call until the process is gone.
 ///
-/// Owned by the context. Any thread may make a visit; that takes no lock.
+/// Owned by the context. A visit may be made on any thread and takes no lock.
 class CallbackGuard
 {
     struct Entry;

@@ -52,7 +52,7 @@ private:
     /// Judges one sample and notes the destination of a new contact. @p lock is held, but not while widgets
     /// are looked at.
     Verdict judge(Contacts &contacts, int id, QPoint position, std::unique_lock<std::mutex> &lock);
-    /// Under the lock.
+    /// Called under the lock.
     static void forget(Contacts &contacts, int id);
 
     std::mutex m_mutex; ///< guards what follows

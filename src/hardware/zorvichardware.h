@@ -130,22 +130,24 @@ public:
     /// From here on every callback is dropped. Returns true once none is running on another thread. Returns
     /// false if one is still running after half a second: then this object must not be destroyed, nor the
     /// library closed. What stays out of reach is code that the driver itself has unloaded while a thread of
-    /// it runs there. Any thread.
+    /// it runs there. May be called on any thread.
     bool end();
     /// Attaches again and appends every board found to the boards list, emitting boardEnumerated,
-    /// hubEnumerated and deviceEnumCount. Before init it only emits deviceEnumCount(0). Any thread.
+    /// hubEnumerated and deviceEnumCount. Before init it only emits deviceEnumCount(0). May be called on any
+    /// thread.
     void enumerate();
-    /// Numbers that are absent or malformed are 0. Any thread.
+    /// Numbers that are absent or malformed are 0. May be called on any thread.
     static BoardInfo boardInfo(const _ZORVIC_DEVICE_INFO &info);
     /// The text between the "<" and the ">" that follow the first @p key in @p text; a null string if one
-    /// of the three is missing. Any thread.
+    /// of the three is missing. May be called on any thread.
     static QString parseAdditionalInfoKeyValue(const QString &text, const QString &key);
 
-    /// Forgets all boards and enumerates again. Driver's thread.
+    /// Forgets all boards and enumerates again. Called on the driver's thread.
     void pnp();
     /// For the driver; @p context is the ZorvicHardware. One that is null, has ended or is gone is ignored.
     static void pnpCallback(void *context);
-    /// Decodes one report and emits what it holds; an unknown report is dropped. Driver's thread.
+    /// Decodes one report and emits what it holds; an unknown report is dropped. Called on the driver's
+    /// thread.
     void processPacket(const QByteArray &report);
     /// For the driver; @p context is the ZorvicHardware. A context that is null, has ended or is gone, a null
     /// buffer, and a length below two or beyond INT_MAX, such as 4 GiB - 1, are dropped. Any other @p length
@@ -155,7 +157,7 @@ public:
     /// Debugging aid: writes the bytes in decimal to Qt's debug output.
     static void dumpPacket(const QString &label, const unsigned char *data, unsigned int length);
 
-    // Decoding: any thread, no state.
+    // Decoding. It touches no state, and may be done on any thread.
     static bool isPenPacket(const QByteArray &report);
     static bool isTouchPacket(const QByteArray &report);
     static bool isErasePacket(const QByteArray &report);
@@ -169,7 +171,8 @@ public:
     /// Leaves @p status untouched when the report is no touch-status report.
     static void getTouchStatusData(const QByteArray &report, TouchStatus &status);
 
-    // Commands. The setters write to every enumerated board, in the order of enumeration. GUI thread.
+    // Commands. The setters write to every enumerated board, in the order of enumeration. Called on the GUI
+    // thread.
     /// False when the driver failed, lacks the function, or has not been initialised.
     bool sendCommand(int board, const QByteArray &command);
     /// Asks one board for its touch status, which arrives later as the signal touchStatus.
@@ -184,22 +187,23 @@ public:
     void setGlintray(bool on);
 
     /// The widget whose area keeps board input for the program; the pointer is only compared, never followed.
-    /// Null emits every report and forgets which contacts went where. GUI thread.
+    /// Null emits every report and forgets which contacts went where. Called on the GUI thread.
     void setWidgetOfInterest(QWidget *widget);
-    /// Raw position to pixels of the primary screen, its origin not added. Any thread.
+    /// Raw position to pixels of the primary screen, its origin not added. May be called on any thread.
     QPoint mapUSBPosToDevicePos(QPoint raw) const;
-    /// Raw length to pixels, always by the screen's width. Any thread.
+    /// Raw length to pixels, always by the screen's width. May be called on any thread.
     int mapUSBValToDeviceVal(int raw) const;
     /// True when the sample belongs to the operating system and must not be emitted; it has been sent there,
-    /// or swallowed if another pen is being sent. Driver's thread.
+    /// or swallowed if another pen is being sent. Called on the driver's thread.
     bool preProcessPenEvent(const PenEvent &event);
-    /// Sends the contacts that belong to the operating system there and returns the others. Driver's thread.
+    /// Sends the contacts that belong to the operating system there and returns the others. Called on the
+    /// driver's thread.
     QList<TouchContact> preProcessTouchEvent(const QList<TouchContact> &contacts);
     /// Hands a pen sample to the operating system, through the board that was enumerated first; lost without
-    /// a board. Any thread.
+    /// a board. May be called on any thread.
     void redirectPenEvent(const PenEvent &event);
     /// The same for touches. Of more than 36 contacts only the first 36 are written, but the length byte
-    /// counts all of them and wraps. Any thread.
+    /// counts all of them and wraps. May be called on any thread.
     void redirectTouchEvent(const QList<TouchContact> &contacts);
 
     /// Counts the pen, touch and erase reports that have been emitted; whoever handles them has to say so.

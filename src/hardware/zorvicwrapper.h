@@ -76,7 +76,7 @@ public:
     /// does not end its threads would otherwise lose the code that they run. Does nothing before the library
     /// is open.
     static void keepLoaded();
-    /// Whether the library has been opened. Any thread.
+    /// Whether the library has been opened. May be called on any thread.
     bool isOpen() const;
 
 private:
