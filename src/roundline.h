@@ -15,3 +15,6 @@ constexpr double same_position = 1e-12; // pixels: closer than this is equal
 void draw_round_line(QPainter &painter, const QLineF &line, float half_width, const QColor &colour);
 /// The pixels that the line may touch.
 QRect covered_pixels(const QLineF &line, float half_width);
+/// Whether the line, or the dot if it has no length, surely covers every pixel of @p area completely. It may
+/// also be false a few pixels before that.
+bool covers(const QLineF &line, float half_width, const QRect &area);

@@ -35,7 +35,10 @@ void StrokesLayer::paint(const QLineF &line, float half_width, const QColor &col
 {
     // Erasers never paint white: the pattern has to show through.
     m_painter.setCompositionMode(colour == Qt::white ? QPainter::CompositionMode_Clear : mode);
-    if (is_point(line))
+    // The same pixels, but Qt's rasteriser takes milliseconds for a line that is far larger than the image.
+    if (covers(line, half_width, m_image->rect()))
+        m_painter.fillRect(m_image->rect(), colour);
+    else if (is_point(line))
         paint_dot(line.p1(), half_width, colour);
     else if (colour == Qt::white || !m_short_lines.draw(m_painter, line, half_width, colour))
         draw_round_line(m_painter, line, half_width, colour);

@@ -92,13 +92,14 @@ struct Desktop::Connection
     Window root = 0;
 };
 
-Desktop::Desktop()
+Desktop::Desktop(QSize size)
 {
     // The server chooses a free display number and writes it to standard output.
     m_server.setStandardErrorFile(QProcess::nullDevice());
     m_server.start("Xvfb",
-                   {"-displayfd", "1", "-screen", "0", QStringLiteral("%1x%2x24").arg(width).arg(height),
-                    "-nolisten", "tcp", "-noreset"});
+                   {"-displayfd", "1", "-screen", "0",
+                    QStringLiteral("%1x%2x24").arg(size.width()).arg(size.height()), "-nolisten", "tcp",
+                    "-noreset"});
     while (!m_server.canReadLine()) {
         if (!m_server.waitForReadyRead(patience_ms))
             throw std::runtime_error("Xvfb does not start");

@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QProcess>
 #include <QRect>
+#include <QSize>
 #include <QString>
 
 #include <functional>
@@ -17,9 +18,10 @@ class Desktop
 public:
     static constexpr int width = 1280; // pixels
     static constexpr int height = 720; // pixels
+    static constexpr QSize usual_size{width, height};
 
     /// Throws std::runtime_error if the server or the window manager does not start.
-    Desktop();
+    explicit Desktop(QSize size = usual_size);
     ~Desktop();
 
     QString display() const; ///< e.g. ":7"

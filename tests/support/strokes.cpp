@@ -35,9 +35,9 @@ QImage empty_layer(QSize size)
     return layer;
 }
 
-QImage live(const Pieces &pieces)
+QImage live(const Pieces &pieces, QSize size)
 {
-    QImage layer = empty_layer();
+    QImage layer = empty_layer(size);
     for (const Piece &piece : pieces) {
         QPainter painter(&layer);
         painter.setRenderHint(QPainter::Antialiasing);

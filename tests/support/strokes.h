@@ -30,7 +30,7 @@ Piece dot(QPointF at, double width, const QColor &colour);
 /// A layer without strokes.
 QImage empty_layer(QSize size = widget_size);
 /// The strokes as they are drawn live, each over the last.
-QImage live(const Pieces &pieces);
+QImage live(const Pieces &pieces, QSize size = widget_size);
 /// The strokes as they are rebuilt: each but the first replaces what is below it.
 QImage rebuilt(const Pieces &pieces, QSize size = widget_size);
 /// A layer of strokes over a pattern of one colour.
