@@ -22,6 +22,9 @@ constexpr const char *endMark = "scenario ends"; // in the log: nothing more wil
 constexpr std::string_view statusRequest = ":QT\r";
 constexpr auto unloadPatience = std::chrono::seconds(2);
 
+/// The driver whose own thread this is, or on behalf of whose own thread it runs.
+thread_local const Driver *ownDriver = nullptr;
+
 std::shared_ptr<const Scenario> loadScenario()
 {
     std::optional<Scenario> scenario;
@@ -134,7 +137,7 @@ void Driver::stop()
 
 void Driver::run()
 {
-    m_threadId = std::this_thread::get_id();
+    ownDriver = this;
     for (;;) {
         Lock lock(m_mutex);
         if (m_stopping)
@@ -147,7 +150,6 @@ void Driver::run()
         mark(endMark);
         while (waitUntil(now() + idleWait)) { }
     }
-    m_threadId = std::thread::id();
     const Lock lock(m_mutex);
     m_finished = true;
     m_changed.notify_all();
@@ -361,7 +363,7 @@ void Driver::mark(const std::string &text)
 
 bool Driver::isDriverThread() const
 {
-    return m_threadId == std::this_thread::get_id();
+    return ownDriver == this;
 }
 
 /// Returns whether the play that runs now must end. The mutex is held.
@@ -420,6 +422,14 @@ Bytes Driver::touchStatus(int board)
                               byte(settings.touchEnabled), byte(settings.touchSystemRedirectionEnabled),
                               byte(settings.twoFingerScroll),
                               byte(static_cast<int>(m_contactsDown[board].size()))});
+}
+
+std::thread startOnBehalf(std::function<void()> run)
+{
+    return std::thread([run = std::move(run), driver = ownDriver] {
+        ownDriver = driver;
+        run();
+    });
 }
 
 } // namespace boardsim

@@ -7,9 +7,9 @@
 
 #include "hardware/abstracthardwarewrapper.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -110,6 +110,7 @@ private:
     void deliver(int board, const Bytes &report) override;
     void plug(int board, bool plugged) override;
 
+    /// Whether the caller is the driver's own thread, or one that runs callbacks on its behalf.
     bool isDriverThread() const;
     void load();
     void stop();
@@ -122,9 +123,10 @@ private:
     Bytes touchStatus(int board);
 
     CallLog &m_log;
-    std::mutex m_lifecycle; ///< held while the thread is started or joined; never taken on that thread
+    /// Held while the thread is started or joined. Never taken where isDriverThread() is true: the holder may
+    /// be waiting for that thread to end.
+    std::mutex m_lifecycle;
     std::thread m_thread;
-    std::atomic<std::thread::id> m_threadId = std::thread::id(); ///< of the running thread
 
     std::mutex m_mutex; ///< guards all below; never held while a callback runs
     std::condition_variable m_changed;
@@ -145,6 +147,10 @@ private:
     std::thread::id m_lockOwner;
     int m_lockDepth = 0;
 };
+
+/// Starts a thread that runs callbacks for the caller, which must wait for its end. Calls of the driver there
+/// count as the caller's: if that is the driver's own thread, they wait for nothing that waits for it.
+std::thread startOnBehalf(std::function<void()> run);
 
 /// Makes the driver of this library, which keeps a reference to @p log. Each kind of driver defines this
 /// function in its own source file; a library links one of them.

@@ -25,7 +25,7 @@ constexpr unsigned char shortTouchReport[] = {1, reportlayout::touch::kind, 0x81
 template <typename Run> void onTwoThreads(Run run)
 {
     run();
-    std::thread(run).join();
+    startOnBehalf(run).join();
 }
 
 /// Runs @p run on @p count threads at the same time and returns when all have ended.
@@ -36,10 +36,10 @@ template <typename Run> void onManyThreads(int count, Run run)
     std::vector<std::thread> threads;
     threads.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
-        threads.emplace_back([&run, started] {
+        threads.push_back(startOnBehalf([&run, started] {
             started.wait();
             run();
-        });
+        }));
     }
     start.set_value();
     for (std::thread &thread : threads)
@@ -329,7 +329,7 @@ void HostileDriver::call(PacketCallback callback, int board, const Bytes &report
 void HostileDriver::call(PnpCallback callback, void *context)
 {
     if (is(Kind::deepStack)) {
-        std::thread([=] {
+        startOnBehalf([=] {
             fillStack(m_misbehaviour.value);
             callback(context);
         }).join();

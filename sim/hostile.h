@@ -3,6 +3,7 @@
 #include "driver.h"
 #include "misbehaviour.h"
 
+#include <atomic>
 #include <future>
 #include <vector>
 

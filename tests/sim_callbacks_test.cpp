@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <fstream>
@@ -266,3 +267,62 @@ TEST_F(ADriver, DetachesWhileTheProgramHoldsItsLock)
 
     call<void()>("zorvicUnlock");
 }
+
+// Tests of callbacks on a thread that the driver's own thread waits for.
+
+class ACallbackOnAnotherThread : public ADriver, public testing::WithParamInterface<const char *>
+{
+protected:
+    ACallbackOnAnotherThread()
+    {
+        open_hostile(GetParam());
+        use(gate() + "{\"type\":\"unplug\",\"board\":2}\n" + mark("end"));
+    }
+};
+
+TEST_P(ACallbackOnAnotherThread, MayAttachWhileTheProgramDetaches)
+{
+    std::atomic<bool> attached = false;
+    Receiver changes;
+    changes.inside = [&] {
+        // The devices go when Detach begins; from then on it waits for the driver's thread.
+        if (eventually([&] { return device_count() == 0; }))
+            attached = attach();
+    };
+    attach();
+    receive_pnp(changes);
+    open_gate();
+    ASSERT_TRUE(changes.has(1));
+
+    detach();
+
+    EXPECT_TRUE(attached);
+    EXPECT_EQ(device_count(), 0);
+}
+
+TEST_P(ACallbackOnAnotherThread, WaitsForNoCallback)
+{
+    Receiver changes;
+    changes.inside = [&] {
+        call<void()>("zorvicLock");
+        call<void()>("zorvicUnlock");
+        forget_pnp(changes);
+        detach();
+        attach();
+    };
+    const Attached attached(*this);
+    receive_pnp(changes);
+
+    open_gate();
+
+    EXPECT_TRUE(eventually([&] { return marks("end") == 1; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(, ACallbackOnAnotherThread,
+                         testing::Values("threads=2", "deep-stack=1", "callbacks-in-attach"),
+                         [](const auto &row) {
+                             std::string name = row.param;
+                             std::replace_if(
+                                 name.begin(), name.end(), [](char c) { return c == '-' || c == '='; }, '_');
+                             return name;
+                         });

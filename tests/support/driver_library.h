@@ -116,13 +116,20 @@ protected:
         close();
         unsetenv("BOARDSIM_LOG");
         unsetenv("BOARDSIM_SCENARIO");
+        unsetenv("BOARDSIM_MISBEHAVIOUR");
         std::filesystem::remove_all(m_folder);
     }
 
-    void open()
+    void open(const QString &folder = SimulatedDriver::folder())
     {
-        m_library =
-            dlopen((SimulatedDriver::folder().toStdString() + "/libzorvicboardex.so.1").c_str(), RTLD_NOW);
+        m_library = dlopen((folder.toStdString() + "/libzorvicboardex.so.1").c_str(), RTLD_NOW);
+    }
+    /// Opens the driver that breaks the rules in one way instead.
+    void open_hostile(const char *misbehaviour)
+    {
+        close();
+        setenv("BOARDSIM_MISBEHAVIOUR", misbehaviour, 1);
+        open(SimulatedDriver::hostile_folder());
     }
     /// Closes the library like a program that forgets to detach.
     void close()
