@@ -1,4 +1,5 @@
 #include "strokesview.h"
+#include "support/contacts.h"
 #include "support/event_counts.h"
 #include "support/live_dialog.h"
 #include "support/reports.h"
@@ -121,7 +122,7 @@ TEST(AReportOfTenThousandContacts, ThatBelongsToTheSystemIsWrittenBackOnce)
 }
 
 /// The window with a driver whose reports have the length that the misbehaviour names; the usual one without.
-class TheWindow : public testing::Test
+class TheWindow : public LiftsContacts
 {
 protected:
     static SimulatedDriver driver(const QByteArray &misbehaviour, const QStringList &reports)

@@ -2,6 +2,7 @@
 #include "lxwindow.h"
 #include "strokesview.h"
 #include "support/contact_receiver.h"
+#include "support/contacts.h"
 #include "support/items.h"
 #include "support/reports.h"
 #include "support/simulated_driver.h"
@@ -30,7 +31,7 @@
 
 namespace {
 
-class Dialog : public testing::Test
+class Dialog : public LiftsContacts
 {
 protected:
     QTimer &timer() { return *dialog->findChild<QTimer *>(QString(), Qt::FindDirectChildrenOnly); }
@@ -182,7 +183,11 @@ TEST_F(Dialog, SamplesThatNoWidgetTakesGoBackToTheSystem)
     EXPECT_EQ(handed_back(driver).size(), 2U);
 }
 
-TEST(AWindowThatIsDestroyed, LeavesItsContactsToTheSystem)
+class AWindowThatIsDestroyed : public LiftsContacts
+{
+};
+
+TEST_F(AWindowThatIsDestroyed, LeavesItsContactsToTheSystem)
 {
     SimulatedDriver driver = SimulatedDriver::hostile("callbacks-in-detach");
     auto dialog = std::make_unique<LanternixDialog>(nullptr);
