@@ -98,7 +98,10 @@ struct Row
 {
     const char *name;
     QFont font;
-    int tolerance = 0; ///< levels of 255: Qt rounds an edge differently in an image that cuts the outline
+    /// Levels of 255. The control points of outlines lie at thirds of a 64th of a pixel, which doubles hold
+    /// with an error that grows with the distance from the image's edge. Where Qt rounds a curve to 64ths,
+    /// that error may decide.
+    int tolerance = 0;
 };
 
 void PrintTo(const Row &row, std::ostream *stream)
