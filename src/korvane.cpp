@@ -168,7 +168,7 @@ void Korvane::in_pen_event(const ZorvicHardware::PenEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::map<int, Controls> id_to_last_map;
 
-    m_hardware->backlog().handled(1);
+    m_hardware->backlog().handled(ZorvicHardware::load(event));
     Controls record;
     record.id = record_id(event);
     record.buttons = (event.tip ? 1 : 0) | (event.button ? 2 : 0);
@@ -197,7 +197,7 @@ void Korvane::in_touch_event(const ZorvicHardware::TouchEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::vector<Controls> last;
 
-    m_hardware->backlog().handled(event.size());
+    m_hardware->backlog().handled(ZorvicHardware::load(event));
     const ZorvicHardware::TouchEvent unclaimed =
         convert(event, m_touch_contacts, m_id_to_hoop_map, last, &Korvane::out_korvane_touch_event);
     if (!unclaimed.isEmpty())
@@ -209,7 +209,7 @@ void Korvane::in_erase_event(const ZorvicHardware::EraseEvent &event)
     static std::map<int, Hoop> m_id_to_hoop_map;
     static std::vector<Controls> last;
 
-    m_hardware->backlog().handled(event.size());
+    m_hardware->backlog().handled(ZorvicHardware::load(event));
     // Deliberate: the driver takes no erasers back; what no widget takes is swallowed until it lifts.
     convert(event, m_erase_contacts, m_id_to_hoop_map, last, &Korvane::out_korvane_erase_event);
 }

@@ -1,7 +1,15 @@
 #include "hardware/backlog.h"
 
+#include "support/items.h"
+#include "support/live_dialog.h"
+#include "support/reports.h"
+#include "support/simulated_driver.h"
+
+#include <QTest>
+
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 namespace {
@@ -112,5 +120,89 @@ TEST(ABacklog, TakesNoNoticeOfAReportThatWasNeverSent)
     EXPECT_EQ(backlog.waiting(), 0U);
     EXPECT_EQ(backlog.handledSoFar(), 0U);
 }
+
+TEST(ABacklog, CountsALargeContactAsMany)
+{
+    EXPECT_EQ(Backlog::loadOf(0), 1);
+    EXPECT_EQ(Backlog::loadOf(300), 1) << "a finger";
+    EXPECT_EQ(Backlog::loadOf(20'000), 40);
+    EXPECT_EQ(Backlog::loadOf(65'535), 128);
+}
+
+TEST(ABacklog, CountsTheLargerSizeOfAnEraser)
+{
+    const ZorvicHardware::EraseEvent erasers{{1, 0, 0, 65'535, 9, true}, {2, 0, 0, 9, 20'000, true}};
+
+    EXPECT_EQ(ZorvicHardware::load(erasers), 128 + 40);
+}
+
+struct Kind
+{
+    const char *name;
+    QByteArray report; ///< of contacts that are few, but as large as they can be
+};
+
+class ReportsOfLargeContacts : public testing::TestWithParam<Kind>
+{
+protected:
+    void deliver() { reports::deliver(m_dialog.hardware(), GetParam().report); }
+
+    /// Runs @p send on a thread of the driver; returns whether a report was held up.
+    template <typename Send> bool is_held_up(Send send)
+    {
+        std::atomic<bool> done = false;
+        bool held_up = false;
+        std::thread driver([&] {
+            send();
+            done = true;
+        });
+        while (!done) {
+            held_up = held_up || backlog().heldUp() > 0;
+            std::this_thread::yield();
+        }
+        driver.join();
+        return held_up;
+    }
+
+    Backlog &backlog() { return m_dialog.hardware().backlog(); }
+
+private:
+    SimulatedDriver m_driver;
+    LiveDialog m_dialog;
+};
+
+TEST_P(ReportsOfLargeContacts, AreHeldUpAlthoughTheirContactsAreFew)
+{
+    EXPECT_TRUE(is_held_up([this] {
+        for (int i = 0; i < 6; ++i)
+            deliver();
+    }));
+}
+
+TEST_P(ReportsOfLargeContacts, HoldNothingUpOnceTheyAreHandled)
+{
+    for (int i = 0; i < 6; ++i)
+        deliver(); // by the thread that handles them: never held up
+    ASSERT_TRUE(QTest::qWaitFor([this] { return backlog().waiting() == 0; }));
+
+    EXPECT_FALSE(is_held_up([this] { deliver(); }));
+}
+
+template <typename Contact> QList<Contact> twenty(Contact contact)
+{
+    QList<Contact> contacts;
+    for (; contacts.size() < 20; ++contact.id)
+        contacts.append(contact);
+    return contacts;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ReportsOfLargeContacts,
+    testing::Values(
+        Kind{"Touches",
+             reports::touch(twenty<ZorvicHardware::TouchContact>({1, 16'384, 16'384, 65'535, true}))},
+        Kind{"Erasers",
+             reports::erase(twenty<ZorvicHardware::EraseContact>({1, 16'384, 16'384, 9, 65'535, true}))}),
+    row_name<Kind>);
 
 } // namespace

@@ -7,19 +7,19 @@ void Backlog::follow()
     m_handler = std::this_thread::get_id();
 }
 
-void Backlog::sent(int contacts)
+void Backlog::sent(int load)
 {
     if (m_load > enough)
         awaitRoom();
-    m_load += 1 + contacts;
+    m_load += 1 + load;
     ++m_sent;
 }
 
-void Backlog::handled(int contacts)
+void Backlog::handled(int load)
 {
     if (waiting() == 0)
         return;
-    m_load -= 1 + contacts;
+    m_load -= 1 + load;
     ++m_handled;
     if (m_held > 0 && hasRoom())
         wake();

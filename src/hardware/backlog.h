@@ -12,7 +12,7 @@
 /// report being lost or overtaken by another.
 ///
 /// Owned by the board manager, whose input model follows it. Load counts what handling takes: one for each
-/// report and one for each of its contacts.
+/// report, one for each of its contacts, and more for large contacts, which take longer to draw.
 class Backlog
 {
 public:
@@ -21,14 +21,21 @@ public:
     /// No report is held up for longer than @p patience.
     explicit Backlog(std::chrono::milliseconds patience = std::chrono::milliseconds(100));
 
+    /// Raw board units by which a contact is larger if drawing it takes as long again as handling it.
+    static constexpr int sizePerLoad = 512;
+    /// The load of one contact; @p size in raw board units.
+    static constexpr int loadOf(int size) { return 1 + size / sizePerLoad; }
+
     /// From here on the calling thread handles the reports. Without such a thread, nothing is held up.
     void follow();
 
-    /// A report with this many contacts is about to be emitted. Returns once there is room for it, at once if
-    /// the thread that calls is the one that handles reports. May be called on any thread, without a lock.
-    void sent(int contacts);
-    /// A report with this many contacts has been handled; of no effect for one that was never sent.
-    void handled(int contacts);
+    /// A report whose contacts have this load together is about to be emitted. Returns once there is room for
+    /// it, at once if the thread that calls is the one that handles reports. May be called on any thread,
+    /// without a lock.
+    void sent(int load);
+    /// A report whose contacts have this load together has been handled; of no effect for one that was never
+    /// sent.
+    void handled(int load);
 
     /// Reports that have been sent and not been handled. May be called on any thread.
     std::uint64_t waiting() const { return m_sent - m_handled; }

@@ -7,9 +7,11 @@
 #include <QDebug>
 #include <QDesktopWidget>
 
+#include <algorithm>
 #include <chrono>
 #include <climits>
 #include <cstring>
+#include <numeric>
 
 using namespace reportlayout;
 
@@ -305,7 +307,7 @@ void ZorvicHardware::processPacket(const QByteArray &report)
         getPenData(report, event);
         if (preProcessPenEvent(event))
             return;
-        m_backlog.sent(1);
+        m_backlog.sent(load(event));
         emit penEvent(event);
     } else if (isTouchPacket(report)) {
         TouchEvent contacts;
@@ -313,12 +315,12 @@ void ZorvicHardware::processPacket(const QByteArray &report)
         const TouchEvent kept = preProcessTouchEvent(contacts);
         if (kept.isEmpty())
             return;
-        m_backlog.sent(kept.size());
+        m_backlog.sent(load(kept));
         emit touchEvent(kept);
     } else if (isErasePacket(report)) {
         EraseEvent contacts;
         getEraseData(report, contacts);
-        m_backlog.sent(contacts.size());
+        m_backlog.sent(load(contacts));
         emit eraseEvent(contacts);
     } else if (isTouchStatusPacket(report)) {
         TouchStatus values;
@@ -330,6 +332,25 @@ void ZorvicHardware::processPacket(const QByteArray &report)
         }
         emit touchStatus(board, values);
     }
+}
+
+int ZorvicHardware::load(const PenEvent &)
+{
+    return Backlog::loadOf(0);
+}
+
+int ZorvicHardware::load(const TouchEvent &contacts)
+{
+    return std::accumulate(contacts.begin(), contacts.end(), 0, [](int sum, const TouchContact &touched) {
+        return sum + Backlog::loadOf(touched.extent);
+    });
+}
+
+int ZorvicHardware::load(const EraseEvent &contacts)
+{
+    return std::accumulate(contacts.begin(), contacts.end(), 0, [](int sum, const EraseContact &eraser) {
+        return sum + Backlog::loadOf(std::max(eraser.width, eraser.height));
+    });
 }
 
 void ZorvicHardware::dumpPacket(const QString &label, const unsigned char *data, unsigned int length)

@@ -206,6 +206,11 @@ public:
     /// counts all of them and wraps. May be called on any thread.
     void redirectTouchEvent(const QList<TouchContact> &contacts);
 
+    /// What the contacts of a report count in the backlog. May be called on any thread.
+    static int load(const PenEvent &event);
+    static int load(const TouchEvent &contacts);
+    static int load(const EraseEvent &contacts);
+
     /// Counts the pen, touch and erase reports that have been emitted; whoever handles them has to say so.
     Backlog &backlog() { return m_backlog; }
     const Backlog &backlog() const { return m_backlog; }

@@ -233,24 +233,39 @@ TEST_P(EscapeInAFloodOfTouches, SwitchesTheReportsOffDetachesAndEndsWell)
 
 INSTANTIATE_TEST_SUITE_P(ReportsASecond, EscapeInAFloodOfTouches, testing::Values(20'000, 50'000, 100'000));
 
-class EscapeWithHugeContacts : public testing::TestWithParam<int>
+struct HugeContacts
+{
+    int rate; ///< reports a second
+    int extent;
+};
+
+class EscapeWithHugeContacts : public testing::TestWithParam<HugeContacts>
 {
 };
 
 TEST_P(EscapeWithHugeContacts, SwitchesTheReportsOffDetachesAndEndsWell)
 {
-    const std::string name = "EscapeWithHugeContactsAt" + std::to_string(GetParam());
+    const auto [rate, extent] = GetParam();
+    const std::string name =
+        "EscapeWithHugeContactsOf" + std::to_string(extent) + "At" + std::to_string(rate);
     // No more, since the program may take fewer than the driver would send: the finger is to come soon.
-    const int ten_samples_us = 10'000'000 / GetParam();
+    const int ten_samples_us = 10'000'000 / rate;
     Closing(longest_wait_with_huge_contacts_ms, {1920, 1080})
         .repeat(
-            name.c_str(),
-            reports_without_end(GetParam(), touches(most_touches, greatest_extent), ten_samples_us),
+            name.c_str(), reports_without_end(rate, touches(most_touches, extent), ten_samples_us),
             [](Program &program) { program.desktop().press("Escape"); },
             [](Program &program) { return problem_of_end(program, 0); });
 }
 
-INSTANTIATE_TEST_SUITE_P(ReportsASecond, EscapeWithHugeContacts, testing::Values(100, 1'000, 20'000));
+// The smaller ones do not cover the whole screen.
+INSTANTIATE_TEST_SUITE_P(, EscapeWithHugeContacts,
+                         testing::Values(HugeContacts{100, greatest_extent},
+                                         HugeContacts{1'000, greatest_extent},
+                                         HugeContacts{20'000, greatest_extent}, HugeContacts{1'000, 20'000}),
+                         [](const auto &row) {
+                             return "Of" + std::to_string(row.param.extent) + "At"
+                                 + std::to_string(row.param.rate);
+                         });
 
 TEST(AFloodOfTouches, LeavesTheMemoryBounded)
 {
