@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
@@ -21,7 +22,9 @@ volatile std::sig_atomic_t first_signal = 0;         ///< 0: none yet
 std::atomic<LanternixDialog *> open_window{nullptr}; ///< to be detached before the process exits
 std::atomic<void *> reserve{nullptr};                ///< for detaching when no other memory is left
 
-constexpr std::size_t reserve_size = 1 << 20; // bytes
+constexpr std::size_t reserve_size = 1 << 20;   // bytes
+constexpr std::size_t enough_memory = 64 << 20; // bytes: more than Qt allocates at once
+constexpr std::string_view no_memory = "lanternix: out of memory\n";
 
 /// Called when a signal interrupts any thread: may only do what signal-safety(7) allows.
 void ring(int signal)
@@ -57,11 +60,37 @@ void detach_before_exit()
 [[noreturn]] void end_without_memory()
 {
     std::set_terminate(std::abort); // in case that detaching takes more than the reserve
-    const std::string_view line = "lanternix: out of memory\n";
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, no_memory.data(), no_memory.size());
     std::free(reserve.exchange(nullptr));
     detach_before_exit();
     std::_Exit(EXIT_FAILURE); // other threads still run: no destructors
+}
+
+/// Qt's painting does not ask whether it has got the memory that it writes to. Called instead of a crash on
+/// any thread: may only do what signal-safety(7) allows, so the driver is not detached. If there is memory,
+/// the process crashes as it would have.
+void end_if_memory_is_gone(int signal)
+{
+    const int rights = PROT_READ | PROT_WRITE;
+    const int kind = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+    if (mmap(nullptr, enough_memory, rights, kind, -1, 0) == MAP_FAILED) {
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, no_memory.data(), no_memory.size());
+        _exit(EXIT_FAILURE);
+    }
+    raise(signal); // comes when this function returns, and then finds no handler
+}
+
+/// Leaves the handler of a sanitizer in place.
+void handle_crashes()
+{
+    struct sigaction former = {};
+    sigaction(SIGSEGV, nullptr, &former);
+    if (former.sa_handler != SIG_DFL)
+        return;
+    struct sigaction action = {};
+    action.sa_handler = end_if_memory_is_gone;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGSEGV, &action, nullptr);
 }
 
 int new_bell()
@@ -75,6 +104,7 @@ Ending::Ending() : m_signals(new_bell(), QSocketNotifier::Read)
 {
     for (const int signal : ending_signals)
         handle(signal);
+    handle_crashes();
     // Nothing throws in this program but an allocation that fails.
     reserve = std::malloc(reserve_size);
     m_former = std::set_terminate(end_without_memory);

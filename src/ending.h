@@ -11,7 +11,8 @@ class LanternixDialog;
 /// second one of a kind ends the process at once. Before exit(), which Qt calls when the X server is gone,
 /// can destroy anything that the driver needs, the boards' reports are switched off and the driver is
 /// detached. The same is done before the process ends because an allocation fails, with one line on standard
-/// error and status 1.
+/// error and status 1. If Qt crashes because it has not asked whether an allocation failed, the line and the
+/// status are the same, but the driver is not detached.
 ///
 /// One in a process, made by main before the window and outliving it. GUI thread only.
 class Ending : public QObject

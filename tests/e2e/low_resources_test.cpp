@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 #include <string>
 
@@ -40,6 +41,49 @@ TEST_P(WithALimit, TheProgramRunsOrSaysWhatIsMissing)
         EXPECT_EQ(told.count('\n'), 1) << told.toStdString();
         EXPECT_TRUE(told.contains("lanternix: ")) << told.toStdString();
     }
+}
+
+/// Touches of many sizes that move, so that in each tick more pictures are larger than before.
+QStringList growing_touches()
+{
+    QStringList contacts;
+    for (int id = 0; id < 100; ++id)
+        contacts << QStringLiteral(R"({"kind":"touch","id":%1,"extent":%2,"line":[[%3,2000],[%3,22000]]})")
+                        .arg(id)
+                        .arg(200 + 60 * id)
+                        .arg(3000 + 220 * id);
+    return SimulatedDriver::two_boards_and_a_hub()
+        << SimulatedDriver::gate("go") << R"({"type":"repeat"})"
+        << R"({"type":"move","board":7,"rate":200,"time":1000000,"contacts":[)" + contacts.join(',') + "]}"
+        << R"({"type":"end"})";
+}
+
+TEST(AProgramWhoseMemoryIsGone, SaysSoInsteadOfCrashingAsItPaints)
+{
+    const auto desktop = std::make_shared<Desktop>();
+    constexpr int rounds = 5; // which allocation fails first depends on the threads
+    for (int round = 0; round < rounds; ++round) {
+        SCOPED_TRACE(round);
+        Program program(desktop, growing_touches());
+        program.take_its_memory();
+
+        program.driver().open_gate("go");
+
+        EXPECT_EQ(program.exit_status(), 1);
+        const QByteArray told = program.standard_error(); // Qt may also have warned
+        EXPECT_EQ(told.count("lanternix: "), 1) << told.toStdString();
+        EXPECT_TRUE(told.endsWith("lanternix: out of memory\n")) << told.toStdString();
+    }
+}
+
+TEST(AProgramThatHasMemory, CrashesAsUsual)
+{
+    Program program(growing_touches());
+
+    program.send(SIGSEGV);
+
+    EXPECT_EQ(program.ending_signal(), SIGSEGV);
+    EXPECT_EQ(program.standard_error(), "");
 }
 
 /// Starts the program as a user whose processes are counted, unlike root's. The program's folder need not be

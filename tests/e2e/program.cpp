@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -76,6 +77,12 @@ bool Program::has_ended()
 int Program::exit_status()
 {
     return has_ended() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+void Program::take_its_memory()
+{
+    const rlimit none = {0, 0};
+    prlimit(static_cast<pid_t>(m_process.processId()), RLIMIT_AS, &none, nullptr);
 }
 
 void Program::send(int signal)

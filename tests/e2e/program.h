@@ -39,6 +39,8 @@ public:
     bool has_ended();
     /// Waits for the end and returns the exit status; -1 for a crash or if it does not end in time.
     int exit_status();
+    /// From here on the program gets no more memory.
+    void take_its_memory();
     /// Sends a signal, e.g. SIGTERM.
     void send(int signal);
     /// Waits for the end and returns the signal that ended the program; 0 if it ended by itself, -1 if it
