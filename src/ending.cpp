@@ -21,7 +21,9 @@ int alarm_bell = -1;                                 ///< an eventfd: a signal h
 volatile std::sig_atomic_t first_signal = 0;         ///< 0: none yet
 std::atomic<LanternixDialog *> open_window{nullptr}; ///< to be detached before the process exits
 std::atomic<void *> reserve{nullptr};                ///< for detaching when no other memory is left
+std::atomic<pid_t> ending_thread{0};                 ///< the first that found no memory; 0: none yet
 
+constexpr unsigned int longest_end = 2;         // seconds, for detaching without memory
 constexpr std::size_t reserve_size = 1 << 20;   // bytes
 constexpr std::size_t enough_memory = 64 << 20; // bytes: more than Qt allocates at once
 constexpr std::string_view no_memory = "lanternix: out of memory\n";
@@ -55,12 +57,35 @@ void detach_before_exit()
         window->detach();
 }
 
+void exit_at_once(int)
+{
+    _exit(EXIT_FAILURE);
+}
+
+/// To be called by a thread that found no memory; returns in the first one only, which is to end the process.
+/// May only do what signal-safety(7) allows.
+void tell_that_memory_is_gone()
+{
+    const pid_t self = gettid();
+    pid_t first = 0;
+    if (!ending_thread.compare_exchange_strong(first, self)) {
+        if (first == self) // to end well takes memory, too
+            exit_at_once(0);
+        for (;;)
+            pause();
+    }
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, no_memory.data(), no_memory.size());
+}
+
 /// Called on the thread that found no memory, once nothing has caught that: nothing may be allocated before
 /// the reserve is free.
 [[noreturn]] void end_without_memory()
 {
-    std::set_terminate(std::abort); // in case that detaching takes more than the reserve
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, no_memory.data(), no_memory.size());
+    tell_that_memory_is_gone();
+    // Without memory the driver or a library may abort, and the driver may wait for a thread that waits here.
+    std::signal(SIGABRT, exit_at_once);
+    std::signal(SIGALRM, exit_at_once);
+    alarm(longest_end);
     std::free(reserve.exchange(nullptr));
     detach_before_exit();
     std::_Exit(EXIT_FAILURE); // other threads still run: no destructors
@@ -74,10 +99,11 @@ void end_if_memory_is_gone(int signal)
     const int rights = PROT_READ | PROT_WRITE;
     const int kind = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
     if (mmap(nullptr, enough_memory, rights, kind, -1, 0) == MAP_FAILED) {
-        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, no_memory.data(), no_memory.size());
-        _exit(EXIT_FAILURE);
+        tell_that_memory_is_gone();
+        exit_at_once(signal);
     }
-    raise(signal); // comes when this function returns, and then finds no handler
+    std::signal(signal, SIG_DFL);
+    raise(signal); // comes when this function returns
 }
 
 /// Leaves the handler of a sanitizer in place.
@@ -89,7 +115,6 @@ void handle_crashes()
         return;
     struct sigaction action = {};
     action.sa_handler = end_if_memory_is_gone;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGSEGV, &action, nullptr);
 }
 
