@@ -142,6 +142,11 @@ bool Reader::read(const std::string &line, int number)
 {
     m_line = number;
     m_errorLine = number;
+    // The parser takes a NUL for the end of the line.
+    if (const std::size_t nul = line.find('\0'); nul != std::string::npos) {
+        m_error = "not valid JSON at column " + std::to_string(nul + 1);
+        return false;
+    }
     LineParser parser;
     Json object;
     try {

@@ -252,6 +252,15 @@ TEST(AScenarioFile, IsNotReadFurtherThanALineOf64Kibibytes)
     EXPECT_EQ(read(limit + " \n" + version_line).error, "play.jsonl:1: longer than 65536 bytes");
 }
 
+TEST(AScenarioFile, IsRefusedAtANulByte)
+{
+    const std::string nul(1, '\0');
+
+    EXPECT_EQ(read(version_line + R"({"type":"mark","text":""})" + nul + "}\n").error,
+              "play.jsonl:2: not valid JSON at column 26");
+    EXPECT_EQ(read(version_line + nul + "\n").error, "play.jsonl:2: not valid JSON at column 1");
+}
+
 TEST(AScenarioFile, MayNestAsDeepAsALineIsLong)
 {
     const std::string brackets(1 << 15, '[');
