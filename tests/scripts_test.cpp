@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QRegularExpression>
 
@@ -12,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -254,6 +256,15 @@ TEST_F(Run, EndsWithTheDriversLineAboutAFolder)
     EXPECT_EQ(ending.status, 1);
     EXPECT_EQ(ending.errors.toStdString(), path("bin").toStdString() + ":0: not a regular file\n");
     EXPECT_FALSE(QFile::exists(path(m_picture)));
+}
+
+TEST_F(Run, LeavesAPipeInPlaceOfThePictureAlone)
+{
+    const QString pipe = path("pipe");
+    ASSERT_EQ(mkfifo(pipe.toUtf8().constData(), 0600), 0);
+
+    expect_refusal(run({"--picture", "pipe"}), "scripts/run", pipe.toStdString() + " cannot be written");
+    EXPECT_TRUE(QFileInfo::exists(pipe));
 }
 
 TEST_F(Run, ChecksAScenarioWithoutTheProgram)
