@@ -126,6 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"SoakTooManyDigits", "soak", {"1000000"}, "\"1000000\" is not a number of minutes"},
         Refusal{"BenchWithoutItsCommit", "bench", {"--before"}, "--before needs a commit"},
         Refusal{"BenchOtherCommit", "bench", {"--before", "x"}, "--before needs a commit"},
+        Refusal{"BenchBrokenFilter", "bench", {"(pen"}, "\"(pen\" is not a regular expression"},
         Refusal{"BenchTwoFilters", "bench", {"pen", "--quick", "touch"}, "unknown argument \"touch\""},
         Refusal{"TidyWithoutAFolder", "tidy", {}, "no build folder"},
         Refusal{"TidyFolderWithoutABuild", "tidy", {"bin"}, "bin has no compile_commands.json"},
