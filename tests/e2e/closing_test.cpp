@@ -62,6 +62,11 @@ QStringList ten_touches()
     return touches(10, 300);
 }
 
+QStringList one_pen()
+{
+    return {R"({"kind":"pen","id":0,"tip":true,"button":false,"line":[[3000,22000],[29000,22000]]})"};
+}
+
 QStringList two_pens_and_two_erasers()
 {
     QStringList contacts;
@@ -218,20 +223,38 @@ INSTANTIATE_TEST_SUITE_P(, ASignalInAFloodOfReports,
                                          Signal{"SIGHUP", SIGHUP}),
                          [](const auto &row) { return row.param.name; });
 
-class EscapeInAFloodOfTouches : public testing::TestWithParam<int>
+struct Flood
+{
+    const char *contacts;
+    QStringList (*make_contacts)();
+    int rate; ///< reports a second
+};
+
+std::string name_of(const Flood &flood)
+{
+    return flood.contacts + ("At" + std::to_string(flood.rate));
+}
+
+class EscapeInAFlood : public testing::TestWithParam<Flood>
 {
 };
 
-TEST_P(EscapeInAFloodOfTouches, SwitchesTheReportsOffDetachesAndEndsWell)
+TEST_P(EscapeInAFlood, SwitchesTheReportsOffDetachesAndEndsWell)
 {
-    const std::string name = "EscapeAt" + std::to_string(GetParam());
+    const std::string name = "EscapeWith" + name_of(GetParam());
     Closing().repeat(
-        name.c_str(), reports_without_end(GetParam(), ten_touches()),
+        name.c_str(), reports_without_end(GetParam().rate, GetParam().make_contacts()),
         [](Program &program) { program.desktop().press("Escape"); },
         [](Program &program) { return problem_of_end(program, 0); });
 }
 
-INSTANTIATE_TEST_SUITE_P(ReportsASecond, EscapeInAFloodOfTouches, testing::Values(20'000, 50'000, 100'000));
+INSTANTIATE_TEST_SUITE_P(, EscapeInAFlood,
+                         testing::Values(Flood{"Touches", ten_touches, 20'000},
+                                         Flood{"Touches", ten_touches, 50'000},
+                                         Flood{"Touches", ten_touches, 100'000},
+                                         Flood{"APen", one_pen, 20'000}, Flood{"APen", one_pen, 50'000},
+                                         Flood{"APen", one_pen, 100'000}),
+                         [](const auto &row) { return name_of(row.param); });
 
 struct HugeContacts
 {
