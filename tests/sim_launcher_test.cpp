@@ -120,6 +120,29 @@ TEST_F(Launcher, SaysWhichLineIsWrong)
     }
 }
 
+TEST_F(Launcher, SaysThatItsCheckerIsMissing)
+{
+    const QString checker = driver_folder() + "/check-scenario";
+    ASSERT_TRUE(QFile::remove(checker));
+
+    const Ending ending = run({"--check", "good"});
+
+    EXPECT_EQ(ending.status, 1);
+    EXPECT_EQ(ending.errors.find("lanternix-sim: "), 0U) << ending.errors;
+    EXPECT_NE(ending.errors.find("check-scenario: no checker of scenarios\n"), std::string::npos);
+}
+
+TEST_F(Launcher, ShowsItsUsage)
+{
+    for (const char *const option : {"--help", "-h"}) {
+        const Ending ending = run({option});
+
+        EXPECT_EQ(ending.status, 0);
+        EXPECT_EQ(ending.output.find("Usage: lanternix-sim [SCENARIO]\n"), 0U) << ending.output;
+        EXPECT_EQ(ending.errors, "");
+    }
+}
+
 TEST_F(Launcher, RefusesArgumentsThatCannotBeMeant)
 {
     write("good", first_line);
