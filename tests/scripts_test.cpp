@@ -259,6 +259,27 @@ TEST_F(Run, EndsWithTheDriversLineAboutAFolder)
     EXPECT_FALSE(QFile::exists(path(m_picture)));
 }
 
+TEST_F(Run, LooksAtTheScenarioBeforeItBuildsTheProgram)
+{
+    m_checkout.write("malformed", "nonsense\n");
+
+    EXPECT_EQ(run({"--scenario", "malformed"}).status, 1);
+    EXPECT_FALSE(m_checkout.calls().filter("boardsim_check").isEmpty());
+    EXPECT_TRUE(m_checkout.calls().filter("zorvicboardex").isEmpty());
+}
+
+TEST_F(Run, TellsWhyTheCheckerCannotBeBuilt)
+{
+    m_checkout.write("good", first_line);
+    m_checkout.stub_build("/no/program", "echo error: no memory; exit 1\n");
+
+    const Ending ending = run({"--check", "good"});
+
+    EXPECT_EQ(ending.status, 1);
+    EXPECT_EQ(ending.output.toStdString(), "");
+    EXPECT_EQ(ending.errors.toStdString(), "error: no memory\nscripts/run: the build has failed\n");
+}
+
 TEST_F(Run, LeavesAPipeInPlaceOfThePictureAlone)
 {
     const QString pipe = path("pipe");
@@ -272,7 +293,7 @@ TEST_F(Run, ChecksAScenarioWithoutTheProgram)
 {
     const QString good = m_checkout.write("good", first_line);
     const QString malformed = m_checkout.write("malformed", first_line + "\nnonsense\n");
-    m_checkout.stub_build("/no/program");
+    m_checkout.stub_build("/no/program", "echo ninja: no work to do.\n");
 
     const Ending passed = run({"--check", "good"});
     const Ending refused = run({"--check", "malformed"});
