@@ -42,6 +42,8 @@ GOALS = [
       for contacts in ("pen", "10 touches") for rate in (1_000, 5_000, 20_000, 50_000, 100_000)
       for case, measurement, limit, unit in (("longest between two changes", "longest between two changes", 100, "ms"),
                                              ("segments not drawn", "segments missing", 0, ""))],
+    ("1,000 motions of a mouse a second: not drawn, of 2,000", "mouse: 1000 motions a second, alone: motions not drawn",
+     "median", 107, ""),
     ("draw_stroke to the bare line", "function: draw_stroke: ratio", "median", 1.25, "×"),
     ("inside the packet callback, pen report (GUI thread awake)",
      "function: packet_callback/gui_thread_awake: median", "median", 1.5, "µs"),

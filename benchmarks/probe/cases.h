@@ -31,5 +31,6 @@ struct Case
 
 void add_latency_cases(std::vector<Case> &cases); ///< from a report to its pixel
 void add_flood_cases(std::vector<Case> &cases);   ///< more reports than ticks
+void add_mouse_cases(std::vector<Case> &cases);   ///< motions of a mouse beside reports
 void add_idle_cases(std::vector<Case> &cases);    ///< the start, and an idle program
 void add_picture_cases(std::vector<Case> &cases); ///< pictures compared with another build's

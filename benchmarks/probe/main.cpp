@@ -21,6 +21,7 @@ std::vector<Case> chosen_cases(const std::regex &filter, bool with_pictures)
     std::vector<Case> all;
     add_latency_cases(all);
     add_flood_cases(all);
+    add_mouse_cases(all);
     add_idle_cases(all);
     if (with_pictures)
         add_picture_cases(all);

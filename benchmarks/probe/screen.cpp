@@ -173,3 +173,18 @@ void Screen::press(std::uint32_t symbol)
     xcb_test_fake_input(x, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, m_root, 0, 0, 0);
     xcb_flush(x);
 }
+
+void Screen::move_pointer(Point to)
+{
+    constexpr std::uint8_t absolute = 0;
+    xcb_test_fake_input(m_connection.get(), XCB_MOTION_NOTIFY, absolute, XCB_CURRENT_TIME, m_root,
+                        static_cast<std::int16_t>(to.x), static_cast<std::int16_t>(to.y), 0);
+    xcb_flush(m_connection.get());
+}
+
+void Screen::hold_button(bool held)
+{
+    xcb_test_fake_input(m_connection.get(), held ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, XCB_BUTTON_INDEX_1,
+                        XCB_CURRENT_TIME, m_root, 0, 0, 0);
+    xcb_flush(m_connection.get());
+}

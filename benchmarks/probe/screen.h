@@ -58,6 +58,9 @@ public:
 
     /// Types one key in the window that has the focus; @p symbol as in keysymdef.h.
     void press(std::uint32_t symbol);
+    void move_pointer(Point to);
+    /// Presses the left button, or lets it go.
+    void hold_button(bool held);
 
 private:
     void check() const;
