@@ -13,10 +13,11 @@ int main(int argc, char *argv[])
         return 2;
     }
     std::string error;
-    if (!boardsim::readScenarioFile(argv[1], error)) {
+    const bool good = boardsim::readScenarioFile(argv[1], error).has_value();
+    if (!error.empty())
         std::fprintf(stderr, "%s\n", error.c_str());
+    if (!good)
         return 1;
-    }
     std::printf("%s: good\n", boardsim::oneLine(argv[1]).c_str());
     return 0;
 }

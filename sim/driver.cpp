@@ -36,7 +36,7 @@ std::shared_ptr<const Scenario> loadScenario()
         std::istringstream text(demonstration);
         scenario = readScenario(text, "demonstration.jsonl", error);
     }
-    if (!scenario)
+    if (!error.empty())
         std::fprintf(stderr, "%s\n", error.c_str());
     return std::make_shared<const Scenario>(scenario ? *std::move(scenario) : Scenario());
 }

@@ -36,6 +36,11 @@ Fields::Fields(const Json &object, std::string &error)
         fail("not a JSON object");
 }
 
+Fields::Fields(const Json &object, const Fields &outer) : Fields(object, outer.m_error)
+{
+    m_allowsOthers = outer.m_allowsOthers;
+}
+
 bool Fields::has(const char *name) const
 {
     return m_object.contains(name);
@@ -129,6 +134,8 @@ const Json &Fields::object(const char *name)
 
 void Fields::refuseOthers()
 {
+    if (m_allowsOthers)
+        return;
     for (const auto &item : m_object.items()) {
         if (std::find(m_known.begin(), m_known.end(), item.key()) == m_known.end())
             fail("unknown field " + quoted(item.key().c_str()));

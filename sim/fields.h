@@ -20,8 +20,8 @@ class Fields
 public:
     /// Keeps references to both. The readers of nested objects share one @p error with their line.
     Fields(const Json &object, std::string &error);
-    /// Reads an object inside that of @p outer, and shares its error.
-    Fields(const Json &object, const Fields &outer) : Fields(object, outer.m_error) { }
+    /// Reads an object inside that of @p outer. Shares its error, and allows the same.
+    Fields(const Json &object, const Fields &outer);
 
     bool has(const char *name) const;
     std::int64_t integer(const char *name, std::int64_t lowest, std::int64_t highest);
@@ -35,7 +35,10 @@ public:
     /// Returns a nested object; an empty one if it is missing or no object.
     const Json &object(const char *name);
 
-    /// Fails if the object has a field that was never read, so it has to be called last.
+    /// From here on, fields that are never read are no error.
+    void allowOthers() { m_allowsOthers = true; }
+    /// Unless they are allowed, fails if the object has a field that was never read, so it has to be called
+    /// last.
     void refuseOthers();
     void fail(const std::string &cause);
     bool failed() const { return !m_error.empty(); }
@@ -46,6 +49,7 @@ private:
     const Json &m_object;
     std::string &m_error;
     std::vector<std::string> m_known;
+    bool m_allowsOthers = false;
 };
 
 } // namespace boardsim

@@ -28,7 +28,7 @@ Player::Player(const Scenario &scenario, Stage &stage) : m_scenario(scenario), m
 
 bool Player::play()
 {
-    m_due = m_stage.now();
+    m_begin = m_due = m_stage.now();
     m_next = 0;
     m_blocks.clear();
     while (m_next < m_scenario.steps.size()) {
@@ -65,6 +65,12 @@ bool Player::play(const Move &step)
 bool Player::play(const WaitForTime &step)
 {
     m_due += std::chrono::microseconds(step.time);
+    return true;
+}
+
+bool Player::play(const WaitUntilTime &step)
+{
+    m_due = std::max(m_due, m_begin + std::chrono::microseconds(step.time));
     return true;
 }
 

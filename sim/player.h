@@ -45,6 +45,7 @@ private:
     bool play(const SendReport &step);
     bool play(const Move &step);
     bool play(const WaitForTime &step);
+    bool play(const WaitUntilTime &step);
     bool play(const WaitForFile &step);
     bool play(const Repeat &step);
     bool play(const End &step);
@@ -55,6 +56,7 @@ private:
     const Scenario &m_scenario;
     Stage &m_stage;
     std::size_t m_next = 0;      ///< index of the step that follows
+    Clock::time_point m_begin;   ///< of the play
     Clock::time_point m_due;     ///< when that step starts
     std::vector<Block> m_blocks; ///< innermost last
 };

@@ -60,6 +60,12 @@ struct WaitForTime
     std::int64_t time = 0; ///< microseconds
 };
 
+/// Waits until a time of the play; at once if that has passed.
+struct WaitUntilTime
+{
+    std::int64_t time = 0; ///< microseconds since the play began
+};
+
 /// Waits until a file exists.
 struct WaitForFile
 {
@@ -91,13 +97,14 @@ struct Mark
     std::string text;
 };
 
-using Step = std::variant<SendReport, Move, WaitForTime, WaitForFile, Repeat, End, Plug, Mark>;
+using Step = std::variant<SendReport, Move, WaitForTime, WaitUntilTime, WaitForFile, Repeat, End, Plug, Mark>;
 
 /// What a simulated driver shows and does: its devices and the steps to play, both in file order.
 struct Scenario
 {
     std::vector<Device> devices; ///< every board number once
     std::vector<Step> steps;     ///< every Repeat has its End
+    std::vector<int> lines;      ///< of the file, that each step comes from
 };
 
 } // namespace boardsim

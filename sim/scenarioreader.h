@@ -9,7 +9,8 @@
 namespace boardsim {
 
 /// Reads a scenario, see docs/scenarios.md. Returns nothing if any line is wrong; @p error then holds one
-/// line of text, "name:line: cause", without a newline.
+/// line of text, "name:line: cause", without a newline. It holds such a line also if a recording ends in the
+/// middle of one; what was read up to there is returned. Otherwise it is left alone.
 std::optional<Scenario> readScenario(std::istream &in, const std::string &name, std::string &error);
 
 /// Reads the file @p name in the same way; one that cannot be opened, or is not a regular file, is an error

@@ -1,4 +1,5 @@
 #include "player.h"
+#include "support/rehearsal.h"
 #include "support/scenarios.h"
 
 #include <QTemporaryDir>
@@ -18,62 +19,6 @@ using namespace scenario_testing;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// A stage whose clock jumps to each deadline, so that no test waits. It records what is played, with the
-/// time since the start.
-class Rehearsal : public Stage
-{
-public:
-    struct Event
-    {
-        std::chrono::microseconds time;
-        std::string what;
-
-        bool operator==(const Event &other) const { return time == other.time && what == other.what; }
-    };
-
-    Clock::time_point now() override { return m_now; }
-    bool waitUntil(Clock::time_point deadline) override
-    {
-        if (m_stop && m_stop())
-            return false;
-        m_now = std::max(m_now, deadline);
-        return true;
-    }
-    void deliver(int board, const Bytes &report) override
-    {
-        add("report of " + std::to_string(report.size()) + " bytes for " + std::to_string(board));
-    }
-    void plug(int board, bool plugged) override
-    {
-        add((plugged ? "plug " : "unplug ") + std::to_string(board));
-    }
-    void mark(const std::string &text) override { add("mark " + text); }
-
-    /// Stops the play once @p condition holds; it is checked before each wait.
-    void stop_when(std::function<bool()> condition) { m_stop = std::move(condition); }
-    /// Sets the time that each delivery takes.
-    void set_delay(std::chrono::microseconds delay) { m_delay = delay; }
-
-    std::vector<Event> events;
-
-private:
-    void add(const std::string &what)
-    {
-        events.push_back({std::chrono::duration_cast<std::chrono::microseconds>(m_now - m_start), what});
-        m_now += m_delay;
-    }
-
-    const Clock::time_point m_start = Clock::time_point(1h);
-    Clock::time_point m_now = m_start;
-    std::chrono::microseconds m_delay = 0us;
-    std::function<bool()> m_stop;
-};
-
-std::ostream &operator<<(std::ostream &out, const Rehearsal::Event &event)
-{
-    return out << event.time.count() << " us: " << event.what;
-}
 
 Scenario scenario(const std::string &lines)
 {

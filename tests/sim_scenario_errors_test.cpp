@@ -235,8 +235,8 @@ INSTANTIATE_TEST_SUITE_P(
         FileRow{"OnlyAComment", "# nothing\n", "play.jsonl:1: the scenario line is missing"},
         FileRow{"OtherFirstLine", "\n{\"type\":\"end\"}\n",
                 "play.jsonl:2: the first line is not of type \"scenario\""},
-        FileRow{"OtherVersion", "{\"type\":\"scenario\",\"version\":2}\n",
-                "play.jsonl:1: version 2 is not known, only 1"},
+        FileRow{"OtherVersion", "{\"type\":\"scenario\",\"version\":3}\n",
+                "play.jsonl:1: version 3 is not known, only 1 and 2"},
         FileRow{"NoVersion", "{\"type\":\"scenario\"}\n", "play.jsonl:1: field \"version\" is missing"},
         FileRow{"OuterRepeatOpen",
                 "{\"type\":\"scenario\",\"version\":1}\n{\"type\":\"repeat\"}\n{\"type\":\"repeat\"}\n"
