@@ -1,6 +1,7 @@
 #include "driver.h"
 
 #include "demonstration.h"
+#include "remote.h"
 #include "scenarioreader.h"
 
 #include <algorithm>
@@ -145,7 +146,7 @@ void Driver::run()
         m_restarted = false;
         const std::shared_ptr<const Scenario> scenario = m_scenario;
         lock.unlock();
-        if (!Player(*scenario, *this).play())
+        if (!play(*scenario))
             continue;
         mark(endMark);
         while (waitUntil(now() + idleWait)) { }
@@ -153,6 +154,13 @@ void Driver::run()
     const Lock lock(m_mutex);
     m_finished = true;
     m_changed.notify_all();
+}
+
+/// Returns false as soon as the play has been stopped.
+bool Driver::play(const Scenario &scenario)
+{
+    Remote remote(scenario);
+    return remote.isConnected() ? remote.play(*this) : Player(scenario, *this).play();
 }
 
 void Driver::setCallback(int board, PacketCallback callback, void *context)

@@ -115,6 +115,7 @@ private:
     void load();
     void stop();
     void run();
+    bool play(const Scenario &scenario);
     bool isInterrupted() const;
     bool awaitTurn(Lock &lock);
     template <typename Run> void runCallback(Lock &lock, const Registration &registration, Run run);

@@ -33,7 +33,10 @@ bool Player::play()
     m_blocks.clear();
     while (m_next < m_scenario.steps.size()) {
         const Step &step = m_scenario.steps[m_next++];
-        if (!m_stage.waitUntil(m_due) || !std::visit([this](const auto &kind) { return play(kind); }, step))
+        if (!m_stage.waitUntil(m_due))
+            return false;
+        m_stage.begins(m_next - 1);
+        if (!std::visit([this](const auto &kind) { return play(kind); }, step))
             return false;
     }
     return m_stage.waitUntil(m_due);

@@ -21,6 +21,8 @@ public:
     virtual void deliver(int board, const Bytes &report) = 0;
     virtual void plug(int board, bool plugged) = 0;
     virtual void mark(const std::string &text) = 0;
+    /// The step at this place of the scenario is about to be played.
+    virtual void begins(std::size_t step) { (void)step; }
 };
 
 /// Plays one scenario, step by step, making each report when it is due. Every time counts from the moment
