@@ -1,0 +1,147 @@
+#include "capture/fastline.h"
+
+#include "capture/lines.h"
+
+#include <array>
+#include <climits>
+
+#include <simdjson.h>
+
+namespace capture {
+
+namespace {
+
+using simdjson::ondemand::field;
+using simdjson::ondemand::value;
+
+static_assert(simdjson::SIMDJSON_PADDING <= padding);
+
+constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, as in scenarios
+constexpr std::uint8_t noDigit = 0xff;
+
+constexpr std::array<std::uint8_t, 256> makeDigits()
+{
+    std::array<std::uint8_t, 256> digits{};
+    for (auto &digit : digits)
+        digit = noDigit;
+    for (std::uint8_t i = 0; i < 16; ++i) {
+        constexpr std::string_view lower = "0123456789abcdef";
+        constexpr std::string_view upper = "0123456789ABCDEF";
+        digits[static_cast<unsigned char>(lower[i])] = digits[static_cast<unsigned char>(upper[i])] = i;
+    }
+    return digits;
+}
+
+constexpr std::array<std::uint8_t, 256> digits = makeDigits();
+
+/// Two digits a byte without spaces, as recordings have them.
+bool readHex(std::string_view text, Bytes &bytes)
+{
+    if (text.size() % 2 != 0)
+        return false;
+    bytes.resize(text.size() / 2);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::uint8_t high = digits[static_cast<unsigned char>(text[2 * i])];
+        const std::uint8_t low = digits[static_cast<unsigned char>(text[2 * i + 1])];
+        if (high == noDigit || low == noDigit)
+            return false;
+        bytes[i] = static_cast<std::uint8_t>(high << 4 | low);
+    }
+    return true;
+}
+
+bool readWhole(value &number, std::int64_t highest, std::int64_t &read)
+{
+    return !number.get_int64().get(read) && read >= 0 && read <= highest;
+}
+
+} // namespace
+
+struct FastLine::Parser
+{
+    enum Field { type = 1, board = 2, at = 4, hex = 8, inside = 16, required = type | board | hex };
+
+    bool readFields(simdjson::ondemand::object &object, Line &line);
+    bool readField(std::string_view name, value &held, Line &line);
+    bool isFirst(Field found);
+
+    simdjson::ondemand::parser parser;
+    int seen = 0; ///< of Field
+};
+
+FastLine::FastLine() : m_parser(std::make_unique<Parser>()) { }
+FastLine::~FastLine() = default;
+
+bool FastLine::parse(std::string_view text, Line &line)
+{
+    line.text = text;
+    line.at.reset();
+    line.inside.reset();
+    simdjson::ondemand::document document;
+    simdjson::ondemand::object object;
+    if (m_parser->parser.iterate(text.data(), text.size(), text.size() + padding).get(document)
+        || document.get_object().get(object))
+        return false;
+    // There is no location behind the last token.
+    return m_parser->readFields(object, line)
+        && document.current_location().error() == simdjson::OUT_OF_BOUNDS;
+}
+
+bool FastLine::Parser::readFields(simdjson::ondemand::object &object, Line &line)
+{
+    seen = 0;
+    for (auto next : object) {
+        field found;
+        std::string_view name;
+        if (std::move(next).get(found) || found.unescaped_key().get(name))
+            return false;
+        if (!readField(name, found.value(), line))
+            return false;
+    }
+    return (seen & required) == required;
+}
+
+bool FastLine::Parser::isFirst(Field found)
+{
+    const bool first = (seen & found) == 0;
+    seen |= found;
+    return first;
+}
+
+bool FastLine::Parser::readField(std::string_view name, value &held, Line &line)
+{
+    std::int64_t number = 0;
+    std::string_view text;
+    if (name == "type") {
+        if (held.get_string().get(text) || !isFirst(type))
+            return false;
+        line.type = text == "raw" ? Line::Type::report : Line::Type::handback;
+        return text == "raw" || text == "handback";
+    }
+    if (name == "hex")
+        return isFirst(hex) && !held.get_string().get(text) && readHex(text, line.bytes);
+    if (name == "board") {
+        if (!isFirst(board) || !readWhole(held, INT_MAX, number))
+            return false;
+        line.board = static_cast<int>(number);
+        return true;
+    }
+    if (name == "at") {
+        if (!isFirst(at) || !readWhole(held, longestTime, number))
+            return false;
+        line.at = number;
+        return true;
+    }
+    if (name == "kind" || name == "contacts" || name == "thread")
+        return line.type == Line::Type::handback && (seen & type) != 0; // what the bytes say, too
+    if (name == "inside") {
+        double microseconds = 0;
+        if (!isFirst(inside) || held.get_double().get(microseconds))
+            return false;
+        line.inside = microseconds;
+        return true;
+    }
+    return false;
+}
+
+} // namespace capture

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace lab {
+
+// What the command returns to the shell.
+constexpr int success = 0;
+constexpr int findings = 1;   ///< what was looked for was found, or a limit was passed
+constexpr int unreadable = 2; ///< the command line or an input makes no sense
+
+// Each adds one subcommand. If that is chosen, it runs while the command line is parsed, and leaves in @p
+// status what the command is to return.
+void addCheck(CLI::App &lab, int &status);
+void addShow(CLI::App &lab, int &status);
+
+} // namespace lab
