@@ -139,6 +139,8 @@ protected:
         m_library = nullptr;
     }
 
+    /// Null if the library lacks it.
+    void *symbol(const std::string &name) const { return dlsym(m_library, name.c_str()); }
     template <typename Signature, typename... Arguments> auto call(const char *name, Arguments... arguments)
     {
         return reinterpret_cast<Signature *>(dlsym(m_library, name))(arguments...);

@@ -1,0 +1,105 @@
+#include "recorder/description.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <array>
+#include <clocale>
+#include <cstdlib>
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+namespace recorder {
+
+namespace {
+
+using Json = capture::Writer::Json;
+
+/// The home folder's name holds the user's.
+std::string masked(std::string path, bool identify)
+{
+    const char *const home = std::getenv("HOME");
+    if (!identify && home && *home && path.rfind(std::string(home) + "/", 0) == 0)
+        path.replace(0, std::string_view(home).size(), "~");
+    return path;
+}
+
+Json versionOf(const RealDriver &driver)
+{
+    using Ask = void (*)(unsigned char *, unsigned char *, unsigned int *, unsigned int *);
+    const auto ask = reinterpret_cast<Ask>(driver.at(Function::LibraryVersionNumber));
+    if (!ask)
+        return nullptr;
+    unsigned char major = 0;
+    unsigned char minor = 0;
+    unsigned int revision = 0;
+    unsigned int build = 0;
+    ask(&major, &minor, &revision, &build);
+    return {int(major), int(minor), revision, build};
+}
+
+Json describeDriver(const RealDriver &driver, bool identify)
+{
+    Json json{{"path", masked(driver.path(), identify)}};
+    QFile file(QString::fromStdString(driver.path()));
+    if (file.open(QIODevice::ReadOnly)) {
+        QCryptographicHash hash(QCryptographicHash::Sha256);
+        json["size"] = file.size();
+        if (hash.addData(&file))
+            json["sha256"] = hash.result().toHex().toStdString();
+    }
+    json["version"] = versionOf(driver);
+    Json exports = Json::array();
+    for (std::size_t i = 0; i < functionCount; ++i) {
+        if (driver.at(static_cast<Function>(i)))
+            exports.push_back(functionNames[i].name);
+    }
+    json["exports"] = exports;
+    return json;
+}
+
+Json describeScreens()
+{
+    Json screens = Json::array();
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return screens;
+    for (const QScreen *const screen : QGuiApplication::screens()) {
+        const QRect area = screen->geometry();
+        screens.push_back({{"x", area.x()},
+                           {"y", area.y()},
+                           {"width", area.width()},
+                           {"height", area.height()},
+                           {"scale", screen->devicePixelRatio()},
+                           {"primary", screen == QGuiApplication::primaryScreen()}});
+    }
+    return screens;
+}
+
+} // namespace
+
+Json describe(const RealDriver &driver, bool identify)
+{
+    Json json{{"type", "scenario"}, {"version", 2}};
+    json["recorder"] = LANTERNIX_VERSION;
+    json["program"] = {{"name", QCoreApplication::applicationName().toStdString()},
+                       {"version", QCoreApplication::applicationVersion().toStdString()}};
+    json["qt"] = qVersion();
+    json["driver"] = describeDriver(driver, identify);
+    json["screens"] = describeScreens();
+    const char *const locale = std::setlocale(LC_ALL, nullptr);
+    json["locale"] = locale ? locale : "";
+    utsname system{};
+    if (uname(&system) == 0)
+        json["kernel"] = std::string(system.sysname) + " " + system.release + " " + system.machine;
+    if (identify) {
+        json["host"] = system.nodename;
+        const char *const user = std::getenv("USER");
+        json["user"] = user ? user : std::to_string(getuid());
+    }
+    return json;
+}
+
+} // namespace recorder

@@ -1,0 +1,189 @@
+#include "recorder/tape.h"
+
+#include "recorder/arguments.h"
+#include "recorder/clock.h"
+
+#include <chrono>
+#include <csignal>
+#include <limits>
+
+namespace recorder {
+
+namespace {
+
+constexpr auto rest = std::chrono::milliseconds(20);
+constexpr std::int64_t patience = 100'000'000; // nanoseconds that a report waits for its return
+
+/// Starts a thread that no signal of the program reaches; a file that must not grow then fails like a full
+/// disk.
+template <typename Run> std::thread startWithoutSignals(Run run)
+{
+    sigset_t all;
+    sigset_t former;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &former);
+    std::thread thread(run);
+    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    return thread;
+}
+
+const std::uint8_t *bytesOf(const Record &record)
+{
+    return record.longBytes ? record.longBytes : record.bytes.data();
+}
+
+double microseconds(std::int64_t nanoseconds)
+{
+    return static_cast<double>(nanoseconds) / 1000;
+}
+
+} // namespace
+
+Tape::Tape(const Settings &settings, Queue &queue, const capture::Writer::Json &first, std::int64_t begin)
+    : m_queue(queue), m_begin(begin), m_output(settings.capture), m_live(settings.socket),
+      m_devices(m_deviceWriter, !settings.identify)
+{
+    m_writer.add(first);
+    passOn(m_writer, true);
+    m_thread = startWithoutSignals([this] { run(); });
+}
+
+Tape::~Tape()
+{
+    m_stopping = true;
+    m_thread.join();
+}
+
+void Tape::run()
+{
+    for (bool isLast = false; !isLast; std::this_thread::sleep_for(rest)) {
+        isLast = m_stopping;
+        collect();
+        writeUpTo(isLast ? std::numeric_limits<std::int64_t>::max() : now() - patience);
+        if (const std::uint64_t lost = m_queue.takeLost(); lost > 0)
+            m_writer.add({{"type", "lost"}, {"at", at(now())}, {"count", lost}});
+        for (const std::string &note : m_live.serve())
+            m_writer.add({{"type", "note"}, {"at", at(now())}, {"text", note}});
+        if (isLast)
+            m_writer.add({{"type", "end"}, {"at", at(now())}});
+        passOn();
+        m_live.serve();
+        if (isLast)
+            return;
+    }
+}
+
+void Tape::passOn()
+{
+    passOn(m_writer, false);
+}
+
+void Tape::passOnDevices()
+{
+    if (m_deviceWriter.text().empty())
+        return;
+    passOn();
+    passOn(m_deviceWriter, true);
+}
+
+void Tape::passOn(capture::Writer &lines, bool isKnowledge)
+{
+    if (lines.text().empty())
+        return;
+    m_output.write(lines.text());
+    m_live.add(lines.text(), isKnowledge);
+    lines.clear();
+}
+
+void Tape::collect()
+{
+    while (Record *const record = m_queue.pop()) {
+        if (record->kind == Record::Kind::returned) {
+            const auto open = m_open.find(record->number);
+            if (open != m_open.end()) {
+                m_pending[open->second - m_written].returned = record->end;
+                m_open.erase(open);
+            }
+            m_queue.giveBack(record);
+            continue;
+        }
+        if (record->kind == Record::Kind::report)
+            m_open[record->number] = m_written + m_pending.size();
+        m_pending.push_back({record, -1});
+    }
+}
+
+void Tape::writeUpTo(std::int64_t deadline)
+{
+    while (!m_pending.empty()) {
+        const Pending &next = m_pending.front();
+        const bool isComplete = next.record->kind != Record::Kind::report || next.returned >= 0;
+        if (!isComplete && next.record->begin > deadline)
+            return;
+        write(next);
+        if (!isComplete)
+            m_open.erase(next.record->number);
+        m_queue.giveBack(next.record);
+        m_pending.pop_front();
+        ++m_written;
+    }
+}
+
+void Tape::write(const Pending &pending)
+{
+    const Record &record = *pending.record;
+    if (record.kind == Record::Kind::change) {
+        m_devices.change(at(record.begin));
+        return;
+    }
+    if (record.kind == Record::Kind::call) {
+        writeCall(record);
+        return;
+    }
+    m_devices.reports(at(record.begin), record.board);
+    passOnDevices();
+    std::optional<std::uint32_t> length;
+    if (record.length != record.kept)
+        length = record.length;
+    std::optional<double> inside;
+    if (pending.returned >= 0)
+        inside = microseconds(pending.returned - record.begin);
+    m_writer.addReport(at(record.begin), record.board, bytesOf(record), record.kept, length, inside);
+}
+
+void Tape::writeCall(const Record &record)
+{
+    const auto function = static_cast<Function>(record.function);
+    const double inside = microseconds(record.end - record.begin);
+    if (function == Function::SendTouchPacketToSystem) {
+        m_writer.addHandback(at(record.begin), record.board, bytesOf(record), record.kept, record.thread,
+                             inside);
+        return;
+    }
+    capture::Writer::Json line{{"type", "call"},
+                               {"at", at(record.begin)},
+                               {"thread", record.thread},
+                               {"export", functionNames[record.function].name},
+                               {"arguments", argumentsOf(record, bytesOf(record))},
+                               {"result", resultOf(record)}};
+    line["inside"] = inside;
+    m_writer.add(line);
+    followDevices(record);
+    passOnDevices();
+}
+
+void Tape::followDevices(const Record &record)
+{
+    const std::int64_t time = at(record.begin);
+    if (record.function == static_cast<std::uint8_t>(Function::GetDeviceCount)) {
+        m_devices.beginEnumeration(time, static_cast<int>(record.result));
+    } else if (record.function == static_cast<std::uint8_t>(Function::EnumDeviceInfo)) {
+        const std::uint8_t *const info = bytesOf(record);
+        if ((record.result & 0xFF) != 0)
+            m_devices.found(time, static_cast<int>(record.arguments[2]), record.board,
+                            std::string(info, info + record.kept));
+        m_devices.asked(time, static_cast<int>(record.arguments[0]));
+    }
+}
+
+} // namespace recorder
