@@ -11,7 +11,12 @@ constexpr int unreadable = 2; ///< the command line or an input makes no sense
 
 // Each adds one subcommand. If that is chosen, it runs while the command line is parsed, and leaves in @p
 // status what the command is to return.
+void addAnonymise(CLI::App &lab, int &status);
 void addCheck(CLI::App &lab, int &status);
+void addCut(CLI::App &lab, int &status);
+void addDiff(CLI::App &lab, int &status);
+void addExport(CLI::App &lab, int &status);
+void addJoin(CLI::App &lab, int &status);
 void addShow(CLI::App &lab, int &status);
 
 } // namespace lab

@@ -1,0 +1,80 @@
+#include "commands/command.h"
+#include "commands/input.h"
+#include "commands/rewrite.h"
+
+#include "capture/privacy.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace lab {
+
+namespace {
+
+using capture::Line;
+using Json = capture::Writer::Json;
+
+struct Options
+{
+    std::string file;
+    std::string output = "-";
+    bool notes = false;
+};
+
+/// The first line without what names a person, a machine or a place.
+Json withoutNames(Json first)
+{
+    for (const char *const key : {"user", "host"})
+        first.erase(key);
+    const auto driver = first.find("driver");
+    if (driver != first.end() && driver->is_object() && driver->contains("path")
+        && (*driver)["path"].is_string())
+        (*driver)["path"] = std::filesystem::path((*driver)["path"].get<std::string>()).filename().string();
+    return first;
+}
+
+int anonymise(const Options &options)
+{
+    Input input(options.file);
+    Result result(options.output);
+    std::int64_t notes = 0;
+    while (input.next()) {
+        const Line &line = input.line();
+        if (line.type == Line::Type::first) {
+            result.writer().add(withoutNames(Json::parse(line.text)));
+        } else if (line.type == Line::Type::device) {
+            auto fields = Json::parse(line.text);
+            fields["info"] = capture::withoutSerialNumbers(fields.value("info", ""));
+            result.writer().add(fields);
+        } else if (line.type == Line::Type::note && !options.notes) {
+            ++notes;
+        } else {
+            result.writer().addLine(line.text);
+        }
+        result.flush();
+    }
+    if (!input.tellEnd() || !result.finish())
+        return unreadable;
+    if (notes > 0)
+        std::fprintf(stderr, "lanternix-lab: %" PRId64 " notes are left out; --notes keeps them\n", notes);
+    return success;
+}
+
+} // namespace
+
+void addAnonymise(CLI::App &lab, int &status)
+{
+    CLI::App &command = *lab.add_subcommand(
+        "anonymise", "Write a recording without users, hosts, folders, serial numbers and notes");
+    const auto options = std::make_shared<Options>();
+    command.add_option("FILE", options->file, "The recording; - for standard input")->required();
+    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
+        ->type_name("FILE");
+    command.add_flag("--notes", options->notes, "Keep the notes, which somebody has looked through");
+    command.callback([options, &status] { status = anonymise(*options); });
+}
+
+} // namespace lab

@@ -1,0 +1,103 @@
+#include "commands/command.h"
+#include "commands/input.h"
+#include "commands/rewrite.h"
+
+#include "capture/boards.h"
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace lab {
+
+namespace {
+
+using capture::Line;
+
+struct Options
+{
+    std::string file;
+    std::string output = "-";
+    double from = 0; ///< seconds, as the next
+    double to = HUGE_VAL;
+};
+
+/// The time of a line, in microseconds; one without a time follows the line before.
+class Times
+{
+public:
+    std::int64_t of(const Line &line) { return m_last = line.at.value_or(m_last); }
+
+private:
+    std::int64_t m_last = 0;
+};
+
+/// Whether a piece of a scenario can be played without the rest: not if its lines have no times.
+bool isTimed(const Line &line)
+{
+    return line.type != Line::Type::other;
+}
+
+int cut(const Options &options)
+{
+    if (!(options.from < options.to)) {
+        std::fprintf(stderr, "lanternix-lab: --from is not before --to\n");
+        return unreadable;
+    }
+    const auto from = static_cast<std::int64_t>(options.from * 1e6);
+    Input input(options.file);
+    Result result(options.output);
+    capture::Boards boards;
+    Times times;
+    bool hasBegun = false;
+    std::int64_t last = from;
+    while (input.next()) {
+        const Line &line = input.line();
+        const std::int64_t at = times.of(line);
+        if (!isTimed(line)) {
+            std::fprintf(stderr, "%s:%lld: a scenario with moves, waits or blocks cannot be cut\n",
+                         options.file.c_str(), static_cast<long long>(line.number));
+            return unreadable;
+        }
+        if (static_cast<double>(at) / 1e6 > options.to || line.type == Line::Type::end)
+            break;
+        if (line.type == Line::Type::first) {
+            result.add(line, 0);
+            continue;
+        }
+        if (at >= from && !hasBegun) {
+            boards.restore(0, result.writer());
+            hasBegun = true;
+        }
+        const bool isKnown = line.type == Line::Type::device && boards.devices().count(line.board) > 0;
+        boards.follow(line);
+        if (hasBegun && !isKnown)
+            result.add(line, at - from);
+        last = at;
+    }
+    if (!input.tellEnd())
+        return unreadable;
+    if (!hasBegun)
+        boards.restore(0, result.writer());
+    result.writer().add({{"type", "end"}, {"at", last > from ? last - from : 0}});
+    return result.finish() ? success : unreadable;
+}
+
+} // namespace
+
+void addCut(CLI::App &lab, int &status)
+{
+    CLI::App &command = *lab.add_subcommand(
+        "cut",
+        "Write a part of a recording that plays by itself: with the boards and contacts that were there");
+    const auto options = std::make_shared<Options>();
+    command.add_option("FILE", options->file, "The recording; - for standard input")->required();
+    command.add_option("--from", options->from, "Where the part begins")->type_name("SECONDS");
+    command.add_option("--to", options->to, "Where it ends")->type_name("SECONDS");
+    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
+        ->type_name("FILE");
+    command.callback([options, &status] { status = cut(*options); });
+}
+
+} // namespace lab

@@ -1,0 +1,99 @@
+#include "commands/command.h"
+#include "commands/input.h"
+#include "commands/waveform.h"
+
+#include "capture/contacts.h"
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace lab {
+
+namespace {
+
+using capture::Contact;
+using capture::Line;
+
+struct Options
+{
+    std::string file;
+    std::string output = "-";
+    bool csv = false;
+    bool vcd = false;
+};
+
+/// RFC 4180, but with a newline alone at the end of a line, as tools under Linux write it.
+void printRow(std::FILE *out, const Line &line, capture::ReportKind kind, const Contact &contact)
+{
+    std::fprintf(out, "%.6f,%d,%s,%d,%d,%d,%d,%d,%d,%d,%d,", static_cast<double>(line.at.value_or(0)) / 1e6,
+                 line.board, std::string(nameOf(kind)).c_str(), contact.id, contact.x, contact.y,
+                 contact.width, contact.height, contact.down ? 1 : 0, contact.button ? 1 : 0,
+                 contact.bit2 ? 1 : 0);
+    if (line.inside)
+        std::fprintf(out, "%.2f", *line.inside);
+    std::fprintf(out, ",%" PRId64 "\n", line.number);
+}
+
+bool exportCsv(Input &input, std::FILE *out)
+{
+    std::fprintf(out, "time_s,board,kind,id,x,y,width,height,down,button,bit2,inside_us,line\n");
+    capture::Report report;
+    while (input.next()) {
+        const Line &line = input.line();
+        if (line.type != Line::Type::report)
+            continue;
+        capture::decode(line.bytes.data(), line.bytes.size(), report);
+        for (const Contact &contact : report.contacts)
+            printRow(out, line, report.kind, contact);
+    }
+    return input.tellEnd();
+}
+
+int exportTo(const Options &options, std::FILE *out)
+{
+    if (options.csv) {
+        Input input(options.file);
+        return exportCsv(input, out) ? success : unreadable;
+    }
+    return writeWaveform(options.file, out) ? success : unreadable;
+}
+
+int run(const Options &options)
+{
+    if (options.csv == options.vcd) {
+        std::fprintf(stderr,
+                     "lanternix-lab: export needs either --csv or --vcd; see lanternix-lab export --help\n");
+        return unreadable;
+    }
+    std::FILE *const out = options.output == "-" ? stdout : std::fopen(options.output.c_str(), "we");
+    if (!out) {
+        std::fprintf(stderr, "%s:0: cannot be opened: %s\n", options.output.c_str(), std::strerror(errno));
+        return unreadable;
+    }
+    const int status = exportTo(options, out);
+    const bool isWritten = (out == stdout ? std::fflush(out) : std::fclose(out)) == 0;
+    if (!isWritten)
+        std::fprintf(stderr, "%s:0: cannot be written: %s\n", options.output.c_str(), std::strerror(errno));
+    return isWritten ? status : unreadable;
+}
+
+} // namespace
+
+void addExport(CLI::App &lab, int &status)
+{
+    CLI::App &command = *lab.add_subcommand("export", "Write the contacts of a recording for other tools");
+    const auto options = std::make_shared<Options>();
+    command.add_option("FILE", options->file, "The recording")->required();
+    command.add_flag("--csv", options->csv, "A table: a row for each contact of each report");
+    command.add_flag("--vcd", options->vcd,
+                     "A waveform (IEEE 1364), for GTKWave for example; reads FILE twice");
+    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
+        ->type_name("FILE");
+    command.callback([options, &status] { status = run(*options); });
+}
+
+} // namespace lab
