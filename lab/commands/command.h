@@ -17,6 +17,8 @@ void addCut(CLI::App &lab, int &status);
 void addDiff(CLI::App &lab, int &status);
 void addExport(CLI::App &lab, int &status);
 void addJoin(CLI::App &lab, int &status);
+void addRecord(CLI::App &lab, int &status);
 void addShow(CLI::App &lab, int &status);
+void addWatch(CLI::App &lab, int &status);
 
 } // namespace lab

@@ -1,0 +1,117 @@
+#include "commands/files.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+#include <dlfcn.h>
+#include <link.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace lab {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *driverName = "libzorvicboardex.so.1";
+
+/// The folder of this command, behind links.
+fs::path ownFolder()
+{
+    std::error_code ignored;
+    return fs::read_symlink("/proc/self/exe", ignored).parent_path();
+}
+
+/// The first of @p candidates, relative to the command, that exists.
+std::string firstOf(const std::vector<std::string> &candidates, const char *what)
+{
+    for (const std::string &candidate : candidates) {
+        const fs::path path = (ownFolder() / candidate).lexically_normal();
+        std::error_code ignored;
+        if (fs::exists(path, ignored))
+            return path.string();
+    }
+    std::fprintf(stderr, "lanternix-lab: %s is not installed\n", what);
+    return {};
+}
+
+/// Writes the path under which the loader finds the driver to @p file. A driver's own code runs as it is
+/// loaded, so this is for a process of its own.
+void tellLoadedPath(int file)
+{
+    void *const library = dlopen(driverName, RTLD_LAZY);
+    link_map *map = nullptr;
+    if (library && dlinfo(library, RTLD_DI_LINKMAP, &map) == 0) {
+        const std::string_view path = map->l_name;
+        [[maybe_unused]] const ssize_t written = write(file, path.data(), path.size());
+    }
+}
+
+std::string readAll(int file)
+{
+    std::string text;
+    std::array<char, 256> block{};
+    for (ssize_t count = 0; (count = read(file, block.data(), block.size())) > 0;)
+        text.append(block.data(), static_cast<std::size_t>(count));
+    return text;
+}
+
+} // namespace
+
+std::string absolute(const std::string &path)
+{
+    return fs::absolute(path).lexically_normal().string();
+}
+
+std::string folderOf(const std::string &path)
+{
+    return fs::path(path).parent_path().string();
+}
+
+std::string findRecorder()
+{
+    return firstOf(
+        {LANTERNIX_RECORDER_FROM_BIN "/libzorvicboardex.so.1", "recorder-driver/libzorvicboardex.so.1"},
+        "the recorder");
+}
+
+std::string findSimulatedDriver()
+{
+    return firstOf(
+        {LANTERNIX_DRIVER_FROM_BIN "/libzorvicboardex.so.1", "../sim/driver/libzorvicboardex.so.1"},
+        "the simulated board (package lanternix-sim)");
+}
+
+std::string findProgram()
+{
+    return firstOf({"lanternix", "../src/lanternix"}, "lanternix");
+}
+
+std::string findDriver(const std::string &given)
+{
+    if (!given.empty())
+        return absolute(given);
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0)
+        return {};
+    const pid_t child = fork();
+    if (child == 0) {
+        tellLoadedPath(ends[1]);
+        _exit(0);
+    }
+    close(ends[1]);
+    const std::string path = readAll(ends[0]);
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    if (path.empty()) {
+        std::fprintf(stderr, "lanternix-lab: the loader finds no driver %s\n", driverName);
+        return {};
+    }
+    return absolute(path);
+}
+
+} // namespace lab

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace lab {
+
+/// @p path from the root, whether the file exists or not.
+std::string absolute(const std::string &path);
+std::string folderOf(const std::string &path);
+
+// Where the parts of the project are: beside the command if that is installed, else in its build folder. Each
+// returns an absolute path, or says in one line on standard error what is missing, and returns nothing.
+
+/// The recording driver.
+std::string findRecorder();
+/// The driver that plays scenarios.
+std::string findSimulatedDriver();
+/// The board maker's driver: @p given if that is not empty, else the one that the loader finds.
+std::string findDriver(const std::string &given);
+/// lanternix.
+std::string findProgram();
+
+} // namespace lab

@@ -1,0 +1,33 @@
+#include "commands/limits.h"
+
+#include <charconv>
+
+namespace lab {
+
+std::optional<Limit> Limit::parse(const std::string &text)
+{
+    const std::size_t sign = text.find_first_of("<>");
+    if (sign == std::string::npos || sign == 0)
+        return {};
+    Limit limit;
+    limit.key = text.substr(0, sign);
+    limit.isHighest = text[sign] == '>';
+    limit.text = text;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data() + sign + 1, end, limit.value);
+    if (error != std::errc() || rest != end)
+        return {};
+    return limit;
+}
+
+std::optional<Limit> passed(const std::vector<Limit> &limits, const std::map<std::string, double> &figures)
+{
+    for (const Limit &limit : limits) {
+        const auto figure = figures.find(limit.key);
+        if (figure != figures.end() && limit.isPassedBy(figure->second))
+            return limit;
+    }
+    return {};
+}
+
+} // namespace lab

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+/// A limit that a person has set for a figure: "KEY>VALUE" or "KEY<VALUE".
+struct Limit
+{
+    std::string key;
+    bool isHighest = false; ///< whether the figure must not be above the value, else not below it
+    double value = 0;
+    std::string text; ///< as it was given
+
+    /// Nothing if @p text is none.
+    static std::optional<Limit> parse(const std::string &text);
+    /// Whether @p figure passes it.
+    bool isPassedBy(double figure) const { return isHighest ? figure > value : figure < value; }
+};
+
+/// The first of @p limits that one of @p figures passes; nothing if none does. A figure that is not there
+/// passes none.
+std::optional<Limit> passed(const std::vector<Limit> &limits, const std::map<std::string, double> &figures);
+
+} // namespace lab
