@@ -18,6 +18,7 @@ void addDiff(CLI::App &lab, int &status);
 void addExport(CLI::App &lab, int &status);
 void addJoin(CLI::App &lab, int &status);
 void addRecord(CLI::App &lab, int &status);
+void addReplay(CLI::App &lab, int &status);
 void addShow(CLI::App &lab, int &status);
 void addWatch(CLI::App &lab, int &status);
 
