@@ -9,13 +9,19 @@ Devices::Devices(capture::Writer &writer, bool hidesSerialNumbers)
 {
 }
 
-void Devices::beginEnumeration(std::int64_t at, int count)
+void Devices::change(std::int64_t at)
 {
-    for (auto &[board, device] : m_devices)
-        device.listed = false;
+    m_changedAt = at;
+    beginEnumeration();
+}
+
+void Devices::counted(std::int64_t at, int count)
+{
+    if (count != m_count)
+        beginEnumeration();
     m_count = count;
     if (count <= 0)
-        endEnumeration(m_changedAt >= 0 ? m_changedAt : at);
+        endEnumeration(at);
 }
 
 void Devices::found(std::int64_t at, int kind, int board, const std::string &info)
@@ -27,8 +33,11 @@ void Devices::found(std::int64_t at, int kind, int board, const std::string &inf
 
 void Devices::asked(std::int64_t at, int index)
 {
-    if (index + 1 == m_count)
-        endEnumeration(m_changedAt >= 0 ? m_changedAt : at);
+    if (index < 0 || index >= m_count)
+        return;
+    m_asked.insert(index);
+    if (m_asked.size() == static_cast<std::size_t>(m_count))
+        endEnumeration(at);
 }
 
 void Devices::reports(std::int64_t at, int board)
@@ -50,12 +59,20 @@ void Devices::tellDevice(std::int64_t at, int kind, int board, const std::string
     m_devices[board].plugged = !m_enumerated;
 }
 
+void Devices::beginEnumeration()
+{
+    m_asked.clear();
+    for (auto &[board, device] : m_devices)
+        device.listed = false;
+}
+
 void Devices::endEnumeration(std::int64_t at)
 {
     for (auto &[board, device] : m_devices)
-        tellPlug(at, board, device, device.listed);
+        tellPlug(m_changedAt >= 0 ? m_changedAt : at, board, device, device.listed);
     m_enumerated = true;
     m_changedAt = -1;
+    beginEnumeration();
 }
 
 void Devices::tellPlug(std::int64_t at, int board, Device &device, bool plugged)

@@ -176,7 +176,7 @@ void Tape::followDevices(const Record &record)
 {
     const std::int64_t time = at(record.begin);
     if (record.function == static_cast<std::uint8_t>(Function::GetDeviceCount)) {
-        m_devices.beginEnumeration(time, static_cast<int>(record.result));
+        m_devices.counted(time, static_cast<int>(record.result));
     } else if (record.function == static_cast<std::uint8_t>(Function::EnumDeviceInfo)) {
         const std::uint8_t *const info = bytesOf(record);
         if ((record.result & 0xFF) != 0)
