@@ -80,6 +80,19 @@ TEST_F(Cut, TakesTheBoardsAndTheContactsThatAreDownAlong)
     EXPECT_EQ(lab({"check", "-"}, QByteArray::fromStdString(outcome.output)).status, 0);
 }
 
+TEST_F(Cut, GivesACallThatBeganBeforeThePartTheTimeOfItsBeginning)
+{
+    const QByteArray call = R"({"type":"call","at":%1,"export":"zorvicLock"})"
+                            "\n";
+    const QString file =
+        write("a.jsonl", first + note(500'000, "here") + QByteArray(call).replace("%1", "300000"));
+
+    const Outcome outcome = lab({"cut", file, "--from", "0.4"});
+
+    EXPECT_EQ(outcome.output,
+              text(first_again + note(100'000, "here") + QByteArray(call).replace("%1", "0") + end(100'000)));
+}
+
 TEST_F(Cut, KeepsAnUnpluggedBoardUnplugged)
 {
     const QString file =

@@ -90,6 +90,20 @@ void Writer::addHandback(std::int64_t at, int board, const std::uint8_t *bytes, 
     end(inside);
 }
 
+void Writer::addAt(const Line &line, std::int64_t at)
+{
+    const bool isPlain =
+        line.type == Line::Type::report && line.at && line.text.find("\"length\"") == std::string_view::npos;
+    if (isPlain) {
+        addReport(at, line.board, line.bytes.data(), line.bytes.size(), {}, line.inside);
+        return;
+    }
+    auto fields = Json::parse(line.text);
+    if (line.at)
+        fields["at"] = at;
+    add(fields);
+}
+
 void Writer::add(const Json &fields)
 {
     // Texts from the program or the driver need not be valid UTF-8.

@@ -28,6 +28,8 @@ public:
                      std::optional<double> inside);
     /// Any other line; @p fields hold its type first.
     void add(const Json &fields);
+    /// A line that was read, at another time. Without a time it has none then either.
+    void addAt(const Line &line, std::int64_t at);
     /// A line as it stands in another recording, without its newline.
     void addLine(std::string_view line) { m_text.append(line).push_back('\n'); }
 

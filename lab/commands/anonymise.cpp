@@ -1,8 +1,8 @@
 #include "commands/command.h"
 #include "commands/input.h"
-#include "commands/rewrite.h"
 
 #include "capture/privacy.h"
+#include "capture/result.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -39,7 +39,7 @@ Json withoutNames(Json first)
 int anonymise(const Options &options)
 {
     Input input(options.file);
-    Result result(options.output);
+    capture::Result result(options.output);
     std::int64_t notes = 0;
     while (input.next()) {
         const Line &line = input.line();

@@ -1,8 +1,8 @@
 #include "commands/command.h"
 #include "commands/input.h"
-#include "commands/rewrite.h"
 
-#include "capture/boards.h"
+#include "capture/cut.h"
+#include "capture/result.h"
 
 #include <cmath>
 #include <cstdio>
@@ -47,11 +47,9 @@ int cut(const Options &options)
     }
     const auto from = static_cast<std::int64_t>(options.from * 1e6);
     Input input(options.file);
-    Result result(options.output);
-    capture::Boards boards;
+    capture::Result result(options.output);
+    capture::Cut part(from, result);
     Times times;
-    bool hasBegun = false;
-    std::int64_t last = from;
     while (input.next()) {
         const Line &line = input.line();
         const std::int64_t at = times.of(line);
@@ -62,26 +60,14 @@ int cut(const Options &options)
         }
         if (static_cast<double>(at) / 1e6 > options.to || line.type == Line::Type::end)
             break;
-        if (line.type == Line::Type::first) {
+        if (line.type == Line::Type::first)
             result.add(line, 0);
-            continue;
-        }
-        if (at >= from && !hasBegun) {
-            boards.restore(0, result.writer());
-            hasBegun = true;
-        }
-        const bool isKnown = line.type == Line::Type::device && boards.devices().count(line.board) > 0;
-        boards.follow(line);
-        if (hasBegun && !isKnown)
-            result.add(line, at - from);
-        last = at;
+        else
+            part.add(line, at);
     }
     if (!input.tellEnd())
         return unreadable;
-    if (!hasBegun)
-        boards.restore(0, result.writer());
-    result.writer().add({{"type", "end"}, {"at", last > from ? last - from : 0}});
-    return result.finish() ? success : unreadable;
+    return part.finish() ? success : unreadable;
 }
 
 } // namespace

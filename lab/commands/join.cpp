@@ -1,8 +1,8 @@
 #include "commands/command.h"
 #include "commands/input.h"
-#include "commands/rewrite.h"
 
 #include "capture/boards.h"
+#include "capture/result.h"
 
 #include <memory>
 #include <string>
@@ -25,7 +25,7 @@ struct Options
 class Join
 {
 public:
-    explicit Join(Result &result) : m_result(result) { }
+    explicit Join(capture::Result &result) : m_result(result) { }
 
     /// False if the recording is at fault.
     bool add(const std::string &file)
@@ -64,7 +64,7 @@ private:
                 {{"type", isPlugged ? "plug" : "unplug"}, {"at", at}, {"board", line.board}});
     }
 
-    Result &m_result;
+    capture::Result &m_result;
     capture::Boards m_boards;
     std::int64_t m_end = 0; ///< microseconds: of what has been added
     bool m_isFirst = true;
@@ -72,7 +72,7 @@ private:
 
 int join(const Options &options)
 {
-    Result result(options.output);
+    capture::Result result(options.output);
     Join joined(result);
     for (const std::string &file : options.files) {
         if (!joined.add(file))

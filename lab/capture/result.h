@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <string>
 
-namespace lab {
+namespace capture {
 
-/// A recording that a command writes: to a file, or to standard output for "-". The file appears under its
-/// name when all is written, so that an error leaves what was there before. Used on one thread.
+/// A recording that is written as a whole: to a file, or to standard output for "-". The file appears under
+/// its name when all is written, so that an error leaves what was there before. Used on one thread.
 class Result
 {
 public:
@@ -19,13 +19,15 @@ public:
     Result(const Result &) = delete;
     Result &operator=(const Result &) = delete;
 
-    capture::Writer &writer() { return m_writer; }
+    Writer &writer() { return m_writer; }
     /// Adds a line that was read, at another time. Without a time it has none then either.
-    void add(const capture::Line &line, std::int64_t at);
+    void add(const Line &line, std::int64_t at);
     /// Writes what has been added so far, if that is much, or @p all of it.
     void flush(bool all = false);
     /// Ends the file. False if anything could not be written, which one line on standard error then tells.
     bool finish();
+    /// That line, without its newline; empty if all went well.
+    const std::string &error() const { return m_error; }
 
 private:
     void fail(int error);
@@ -33,8 +35,8 @@ private:
     const std::string m_name;
     const std::string m_temporary; ///< empty for standard output
     std::FILE *m_file = nullptr;
-    bool m_failed = false;
-    capture::Writer m_writer;
+    std::string m_error;
+    Writer m_writer;
 };
 
-} // namespace lab
+} // namespace capture

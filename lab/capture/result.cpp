@@ -1,11 +1,11 @@
-#include "commands/rewrite.h"
+#include "capture/result.h"
 
 #include <cerrno>
 #include <cstring>
 
 #include <unistd.h>
 
-namespace lab {
+namespace capture {
 
 namespace {
 
@@ -30,24 +30,15 @@ Result::~Result()
     }
 }
 
-void Result::add(const capture::Line &line, std::int64_t at)
+void Result::add(const Line &line, std::int64_t at)
 {
-    const bool isPlain = line.type == capture::Line::Type::report && line.at
-        && line.text.find("\"length\"") == std::string_view::npos;
-    if (isPlain) {
-        m_writer.addReport(at, line.board, line.bytes.data(), line.bytes.size(), {}, line.inside);
-    } else {
-        auto fields = capture::Writer::Json::parse(line.text);
-        if (line.at)
-            fields["at"] = at;
-        m_writer.add(fields);
-    }
+    m_writer.addAt(line, at);
     flush();
 }
 
 void Result::flush(bool all)
 {
-    if (m_failed || (!all && m_writer.text().size() < blockSize))
+    if (!m_error.empty() || (!all && m_writer.text().size() < blockSize))
         return;
     const std::string &text = m_writer.text();
     if (std::fwrite(text.data(), 1, text.size(), m_file) != text.size())
@@ -58,25 +49,26 @@ void Result::flush(bool all)
 bool Result::finish()
 {
     flush(true);
-    if (m_failed)
+    if (!m_error.empty())
         return false;
     if (m_file == stdout) {
         if (std::fflush(stdout) != 0)
             fail(errno);
-        return !m_failed;
+        return m_error.empty();
     }
     const bool isWritten = std::fclose(m_file) == 0;
     m_file = nullptr;
     if (!isWritten || std::rename(m_temporary.c_str(), m_name.c_str()) != 0)
         fail(errno);
-    return !m_failed;
+    return m_error.empty();
 }
 
 void Result::fail(int error)
 {
-    if (!m_failed)
-        std::fprintf(stderr, "%s:0: cannot be written: %s\n", m_name.c_str(), std::strerror(error));
-    m_failed = true;
+    if (!m_error.empty())
+        return;
+    m_error = m_name + ":0: cannot be written: " + std::strerror(error);
+    std::fprintf(stderr, "%s\n", m_error.c_str());
 }
 
-} // namespace lab
+} // namespace capture
