@@ -17,6 +17,7 @@ void addCut(CLI::App &lab, int &status);
 void addDiff(CLI::App &lab, int &status);
 void addExport(CLI::App &lab, int &status);
 void addJoin(CLI::App &lab, int &status);
+void addKeep(CLI::App &lab, int &status);
 void addRecord(CLI::App &lab, int &status);
 void addReplay(CLI::App &lab, int &status);
 void addShow(CLI::App &lab, int &status);

@@ -5,10 +5,12 @@
 #include "commands/lock.h"
 
 #include "capture/contacts.h"
+#include "capture/parts.h"
 
 #include <cinttypes>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
@@ -28,6 +30,7 @@ struct Options
     std::string output;
     std::string scenario;
     std::string driver;
+    double keep = 0; ///< seconds; 0: all is kept
     bool identify = false;
     std::vector<std::string> program;
 };
@@ -41,6 +44,23 @@ std::string newName()
     char name[64];
     std::strftime(name, sizeof name, "lanternix-%Y-%m-%d-%H%M%S.jsonl", &local);
     return name;
+}
+
+/// Makes one recording of what a rolling one has kept, and deletes its parts. False if that fails, which one
+/// line on standard error then tells.
+bool joinKept(const std::string &file)
+{
+    const std::string folder = capture::partsFolder(file);
+    const capture::Kept kept = capture::joinParts(folder, file);
+    if (!kept.error.empty()) {
+        std::fprintf(stderr, "%s\n", kept.error.c_str());
+        return false;
+    }
+    std::error_code ignored;
+    for (const std::int64_t number : capture::partsIn(folder))
+        std::filesystem::remove(capture::partName(folder, number), ignored);
+    std::filesystem::remove(folder, ignored);
+    return true;
 }
 
 /// What a finished recording holds, for the line at the end.
@@ -99,6 +119,8 @@ int record(const Options &options)
     launch.set("BOARDREC_DRIVER", driver);
     launch.set("BOARDREC_CAPTURE", file);
     launch.set("BOARDREC_SOCKET", runtimeFolder() + "/recording-" + std::to_string(getpid()) + ".sock");
+    if (options.keep > 0)
+        launch.set("BOARDREC_KEEP", nlohmann::json(options.keep).dump());
     if (options.identify)
         launch.set("BOARDREC_IDENTIFY", "1");
     if (!options.scenario.empty())
@@ -107,6 +129,8 @@ int record(const Options &options)
     if (ended < 0)
         return unreadable;
 
+    if (options.keep > 0 && !joinKept(file))
+        return unreadable;
     const Totals totals = totalsOf(file);
     std::printf("%" PRId64 " reports, %.1f s, %" PRId64 " contacts, %" PRId64 " lost\n", totals.reports,
                 static_cast<double>(totals.last) / 1e6, totals.contacts, totals.lost);
@@ -132,6 +156,9 @@ void addRecord(CLI::App &lab, int &status)
         ->type_name("PATH")
         ->check(CLI::ExistingFile)
         ->excludes(scenario);
+    command.add_option("--keep", options->keep, "Keep the last seconds only; lanternix-lab keep saves them")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1e-6, 1e6));
     command.add_flag("--identify", options->identify,
                      "Also write user, host and serial numbers into the recording");
     command.add_option("PROGRAM", options->program, "The program to start, and its arguments, behind --");

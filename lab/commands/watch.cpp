@@ -1,7 +1,7 @@
 #include "commands/command.h"
 #include "commands/figures.h"
 #include "commands/limits.h"
-#include "commands/lock.h"
+#include "commands/recordingsocket.h"
 #include "commands/watchtext.h"
 
 #include "capture/lineparser.h"
@@ -12,8 +12,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,7 +20,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace lab {
@@ -41,40 +38,6 @@ struct Options
     std::vector<std::string> failOn;
     double seconds = 0; ///< 0: until the recording ends
 };
-
-/// The socket of the recording that began last; empty if there is none.
-std::string newestSocket()
-{
-    namespace fs = std::filesystem;
-    std::error_code ignored;
-    std::string newest;
-    fs::file_time_type time = fs::file_time_type::min();
-    for (const fs::directory_entry &entry : fs::directory_iterator(runtimeFolder(), ignored)) {
-        if (entry.path().extension() != ".sock" || entry.last_write_time(ignored) < time)
-            continue;
-        newest = entry.path().string();
-        time = entry.last_write_time(ignored);
-    }
-    return newest;
-}
-
-/// A connection to a recorder; -1 if there is none, which one line on standard error then tells.
-int connectTo(const std::string &name)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (name.empty() || name.size() >= sizeof address.sun_path) {
-        std::fprintf(stderr, "lanternix-lab: nothing is being recorded\n");
-        return -1;
-    }
-    std::memcpy(address.sun_path, name.data(), name.size());
-    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (connect(connection, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
-        return connection;
-    std::fprintf(stderr, "%s:0: cannot be watched: %s\n", name.c_str(), std::strerror(errno));
-    close(connection);
-    return -1;
-}
 
 /// Splits what the recorder sends into lines, without ever waiting for one, and follows them.
 class Feed
@@ -285,7 +248,7 @@ int watch(const Options &options)
         }
         limits.push_back(*limit);
     }
-    const int connection = connectTo(options.socket.empty() ? newestSocket() : options.socket);
+    const int connection = connectToRecording(options.socket);
     if (connection < 0)
         return unreadable;
     Feed feed(connection);

@@ -17,7 +17,28 @@ namespace recorder {
 
 namespace {
 
-constexpr std::size_t longestNote = 4095; // bytes, as in scenarios
+constexpr std::size_t longestNote = 4095;    // bytes, as in scenarios
+constexpr std::size_t longestLine = 1 << 16; // bytes from a reader
+
+/// The text under @p key; empty if there is none.
+std::string textIn(const nlohmann::json &line, const char *key)
+{
+    if (!line.is_object())
+        return {};
+    const auto field = line.find(key);
+    return field != line.end() && field->is_string() ? field->get<std::string>() : std::string();
+}
+
+/// A note of a permitted length, without a part of a character at its end.
+std::string shortened(std::string note)
+{
+    const auto continues = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
+    std::size_t end = std::min(note.size(), longestNote);
+    while (end > 0 && end < note.size() && continues(note[end]))
+        --end;
+    note.resize(end);
+    return note;
+}
 
 /// An address for @p name; of length 0 if that is too long for one.
 socklen_t addressOf(const std::string &name, sockaddr_un &address)
@@ -89,18 +110,18 @@ Live::~Live()
     unlink(m_name.c_str());
 }
 
-std::vector<std::string> Live::serve()
+Live::Received Live::serve()
 {
-    std::vector<std::string> notes;
+    Received received;
     accept();
-    const auto hasGone = [&notes](Reader &reader) {
-        if (receive(reader, notes) && send(reader))
+    const auto hasGone = [&received](Reader &reader) {
+        if (receive(reader, received) && send(reader))
             return false;
         close(reader.socket);
         return true;
     };
     m_readers.erase(std::remove_if(m_readers.begin(), m_readers.end(), hasGone), m_readers.end());
-    return notes;
+    return received;
 }
 
 void Live::add(std::string_view lines, bool isKnowledge)
@@ -113,6 +134,14 @@ void Live::add(std::string_view lines, bool isKnowledge)
         add(reader, lines);
 }
 
+void Live::answer(int reader, std::string_view line)
+{
+    for (Reader &candidate : m_readers) {
+        if (candidate.number == reader)
+            candidate.waiting += line;
+    }
+}
+
 void Live::accept()
 {
     if (m_listener < 0)
@@ -122,7 +151,7 @@ void Live::accept()
         if (m_readers.size() == mostReaders)
             close(socket);
         else
-            m_readers.push_back({socket, m_knowledge});
+            m_readers.push_back({m_accepted++, socket, m_knowledge});
     }
 }
 
@@ -153,7 +182,7 @@ bool Live::send(Reader &reader)
     return true;
 }
 
-bool Live::receive(Reader &reader, std::vector<std::string> &notes)
+bool Live::receive(Reader &reader, Received &received)
 {
     std::array<char, 1024> block{};
     for (;;) {
@@ -164,15 +193,22 @@ bool Live::receive(Reader &reader, std::vector<std::string> &notes)
             return wouldBlock();
         reader.received.append(block.data(), static_cast<std::size_t>(count));
         for (std::size_t end = 0; (end = reader.received.find('\n')) != std::string::npos;) {
-            const auto line = nlohmann::json::parse(reader.received.substr(0, end), nullptr, false);
-            if (line.is_object() && line.value("type", "") == "note" && line.contains("text")
-                && line["text"].is_string())
-                notes.push_back(line["text"].get<std::string>().substr(0, longestNote));
+            understand(reader, reader.received.substr(0, end), received);
             reader.received.erase(0, end + 1);
         }
-        if (reader.received.size() > 2 * longestNote)
+        if (reader.received.size() > longestLine)
             return false; // a reader that does not speak this language
     }
+}
+
+void Live::understand(const Reader &reader, const std::string &text, Received &received)
+{
+    const auto line = nlohmann::json::parse(text, nullptr, false);
+    const std::string type = textIn(line, "type");
+    if (type == "note")
+        received.notes.push_back(shortened(textIn(line, "text")));
+    else if (type == "keep")
+        received.wishes.push_back({reader.number, textIn(line, "file")});
 }
 
 } // namespace recorder

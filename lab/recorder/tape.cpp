@@ -3,6 +3,7 @@
 #include "recorder/arguments.h"
 #include "recorder/clock.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <limits>
@@ -11,6 +12,8 @@ namespace recorder {
 
 namespace {
 
+constexpr const char *notRolling = R"({"type":"kept","error":"the recording is not a rolling one"})"
+                                   "\n";
 constexpr auto rest = std::chrono::milliseconds(20);
 constexpr std::int64_t patience = 100'000'000; // nanoseconds that a report waits for its return
 
@@ -40,9 +43,11 @@ double microseconds(std::int64_t nanoseconds)
 } // namespace
 
 Tape::Tape(const Settings &settings, Queue &queue, const capture::Writer::Json &first, std::int64_t begin)
-    : m_queue(queue), m_begin(begin), m_output(settings.capture), m_live(settings.socket),
-      m_devices(m_deviceWriter, !settings.identify)
+    : m_queue(queue), m_begin(begin), m_output(settings.keep > 0 ? "" : settings.capture),
+      m_live(settings.socket), m_devices(m_deviceWriter, !settings.identify)
 {
+    if (settings.keep > 0)
+        m_keeping = std::make_unique<Keeping>(settings.capture, first, settings.keep);
     m_writer.add(first);
     passOn(m_writer, true);
     m_thread = startWithoutSignals([this] { run(); });
@@ -62,15 +67,41 @@ void Tape::run()
         writeUpTo(isLast ? std::numeric_limits<std::int64_t>::max() : now() - patience);
         if (const std::uint64_t lost = m_queue.takeLost(); lost > 0)
             m_writer.add({{"type", "lost"}, {"at", at(now())}, {"count", lost}});
-        for (const std::string &note : m_live.serve())
-            m_writer.add({{"type", "note"}, {"at", at(now())}, {"text", note}});
+        hear(m_live.serve());
         if (isLast)
             m_writer.add({{"type", "end"}, {"at", at(now())}});
         passOn();
-        m_live.serve();
+        keep();
+        hear(m_live.serve());
         if (isLast)
             return;
     }
+}
+
+void Tape::hear(const Live::Received &received)
+{
+    for (const std::string &note : received.notes)
+        m_writer.add({{"type", "note"}, {"at", at(now())}, {"text", note}});
+    for (const Live::Wish &wish : received.wishes) {
+        if (m_keeping)
+            m_keeping->request({wish.reader, wish.file}, at(now()));
+        else
+            m_live.answer(wish.reader, notRolling);
+    }
+}
+
+void Tape::keep()
+{
+    if (!m_keeping)
+        return;
+    const auto isEarlier = [](const Pending &one, const Pending &other) {
+        return one.record->begin < other.record->begin;
+    };
+    const auto earliest = std::min_element(m_pending.begin(), m_pending.end(), isEarlier);
+    const std::int64_t written =
+        earliest == m_pending.end() ? m_collected : std::min(m_collected, earliest->record->begin);
+    for (const Keeping::Answer &answer : m_keeping->step(at(now()), at(written)))
+        m_live.answer(answer.reader, answer.line);
 }
 
 void Tape::passOn()
@@ -90,13 +121,17 @@ void Tape::passOn(capture::Writer &lines, bool isKnowledge)
 {
     if (lines.text().empty())
         return;
-    m_output.write(lines.text());
+    if (m_keeping)
+        m_keeping->write(lines.text());
+    else
+        m_output.write(lines.text());
     m_live.add(lines.text(), isKnowledge);
     lines.clear();
 }
 
 void Tape::collect()
 {
+    m_collected = now();
     while (Record *const record = m_queue.pop()) {
         if (record->kind == Record::Kind::returned) {
             const auto open = m_open.find(record->number);

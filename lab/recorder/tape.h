@@ -2,6 +2,7 @@
 
 #include "capture/writer.h"
 #include "recorder/devices.h"
+#include "recorder/keeping.h"
 #include "recorder/live.h"
 #include "recorder/output.h"
 #include "recorder/queue.h"
@@ -10,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <thread>
 #include <unordered_map>
 
@@ -39,6 +41,10 @@ private:
 
     void run();
     void collect();
+    /// Writes what readers want in the recording, and passes on what else they want.
+    void hear(const Live::Received &received);
+    /// Saves a rolling recording if that is wanted, and keeps it short.
+    void keep();
     /// Passes the lines on that have been composed since the last time.
     void passOn();
     /// The same for what has become known about devices, which comes behind what has been composed so far.
@@ -53,13 +59,15 @@ private:
 
     Queue &m_queue;
     const std::int64_t m_begin;
-    Output m_output;
+    Output m_output;                    ///< without a file if the recording is a rolling one
+    std::unique_ptr<Keeping> m_keeping; ///< null if it is not
     Live m_live;
     capture::Writer m_writer;
     capture::Writer m_deviceWriter;
     Devices m_devices;
     std::deque<Pending> m_pending;
-    std::uint64_t m_written = 0; ///< pending records that have been written and dropped
+    std::int64_t m_collected = 0; ///< when the queue was emptied last, in nanoseconds
+    std::uint64_t m_written = 0;  ///< pending records that have been written and dropped
     std::unordered_map<std::uint64_t, std::uint64_t> m_open; ///< reports without a return: number to place
     std::atomic<bool> m_stopping = false;
     std::thread m_thread;

@@ -1,0 +1,70 @@
+#include "commands/recordingsocket.h"
+
+#include "commands/lock.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace lab {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// -1 with errno if nobody listens there.
+int connectTo(const std::string &name)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (name.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    std::memcpy(address.sun_path, name.data(), name.size());
+    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (connect(connection, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
+        return connection;
+    const int error = errno;
+    close(connection);
+    errno = error;
+    return -1;
+}
+
+/// A recording that was killed leaves its socket behind, so that not every socket has a recorder.
+int connectToNewest()
+{
+    std::error_code ignored;
+    std::multimap<fs::file_time_type, std::string, std::greater<>> sockets; // newest first
+    for (const fs::directory_entry &entry : fs::directory_iterator(runtimeFolder(), ignored)) {
+        if (entry.path().extension() == ".sock")
+            sockets.emplace(entry.last_write_time(ignored), entry.path().string());
+    }
+    for (const auto &[time, name] : sockets) {
+        if (const int connection = connectTo(name); connection >= 0)
+            return connection;
+    }
+    std::fprintf(stderr, "lanternix-lab: nothing is being recorded\n");
+    return -1;
+}
+
+} // namespace
+
+int connectToRecording(const std::string &name)
+{
+    if (name.empty())
+        return connectToNewest();
+    const int connection = connectTo(name);
+    if (connection < 0)
+        std::fprintf(stderr, "%s:0: no recording answers: %s\n", name.c_str(), std::strerror(errno));
+    return connection;
+}
+
+} // namespace lab
