@@ -53,12 +53,13 @@ Remote::~Remote()
 
 bool Remote::play(Stage &stage)
 {
-    while (receive()) {
+    for (bool isOpen = true; isOpen;) {
+        isOpen = receive(); // what came before the end is obeyed, too
         obeyLines(stage);
-        if (!stage.waitUntil(stage.now() + look))
+        if (!stage.waitUntil(stage.now() + (isOpen ? look : Clock::duration::zero())))
             return false;
     }
-    return stage.waitUntil(stage.now());
+    return true;
 }
 
 /// Takes in what has come; false at the end of the connection.
