@@ -214,3 +214,11 @@ TEST(AShow, PrintsJsonWithTheContacts)
     EXPECT_EQ(object["kind"], "touch");
     EXPECT_EQ(object["contacts"], nlohmann::json::parse(R"([{"id":3,"x":1,"y":2,"down":true,"extent":3}])"));
 }
+
+TEST(AShow, PrintsNothingThatATerminalWouldObey)
+{
+    const Outcome outcome =
+        lab({"show", "-", "--kind", "note"}, first + note(5, "\\u001b[31mred\\nthe next line"));
+
+    EXPECT_EQ(outcome.output, "      0.000005  note   ?[31mred?the next line\n");
+}

@@ -1,6 +1,7 @@
 #include "commands/eventtext.h"
 
 #include "hex.h"
+#include "scenarioreader.h"
 
 #include <array>
 #include <cstdio>
@@ -122,10 +123,11 @@ std::string eventText(const Line &line)
         return "lost   " + json.value("count", Json()).dump() + " reports";
     case Line::Type::note:
     case Line::Type::mark:
-        return (line.type == Line::Type::note ? "note   " : "mark   ") + json.value("text", "");
+        return (line.type == Line::Type::note ? "note   " : "mark   ")
+            + boardsim::oneLine(json.value("text", ""));
     case Line::Type::device:
         return format("board %d  device of kind %d  ", line.board, json.value("kind", 0))
-            + json.value("info", "");
+            + boardsim::oneLine(json.value("info", ""));
     case Line::Type::plug:
         return format("board %d  plugged in", line.board);
     case Line::Type::unplug:
@@ -133,7 +135,7 @@ std::string eventText(const Line &line)
     case Line::Type::end:
         return "end of the recording";
     default:
-        return std::string(line.text);
+        return boardsim::oneLine(std::string(line.text));
     }
 }
 
