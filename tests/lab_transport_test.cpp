@@ -41,16 +41,21 @@ public:
             std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(m_now - m_start).count())
             + " " + line.substr(0, line.size() - 1));
     }
-    void show(std::size_t, std::chrono::microseconds time, bool isPaused) override
+    void show(const capture::Line &line, bool isPaused) override
     {
-        shown.push_back(std::to_string(time.count()) + (isPaused ? " paused" : ""));
+        shown.push_back(std::to_string(line.at.value_or(-1)) + (isPaused ? " paused" : ""));
+        numbers.push_back(line.number);
     }
+
+    void pause(bool isPaused) override { pauses.push_back(isPaused); }
 
     /// Presses @p key once @p lines have been sent.
     void press(std::size_t lines, int key) { m_keys.emplace_back(lines, key); }
 
     std::vector<std::string> sent;
     std::vector<std::string> shown;
+    std::vector<std::int64_t> numbers; ///< of the lines that were shown
+    std::vector<bool> pauses;          ///< told between lines
     double seconds = 0;
 
 private:
@@ -109,20 +114,23 @@ TEST_P(AReplay, KeepsItsTempo)
 
     EXPECT_EQ(stage.sent, GetParam().sent);
     EXPECT_EQ(stage.shown, (Lines{"100", "200", "300", "400"})) << "in the time of the recording";
+    EXPECT_EQ(stage.numbers, (std::vector<std::int64_t>{3, 4, 5, 6})) << "of the recording's lines";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     , AReplay,
-    testing::Values(
-        SpeedRow{
-            "AsRecorded", 1, {"100 " + hover_100, "200 " + down_200, "300 " + down_300, "400 " + hover_400}},
-        SpeedRow{
-            "TwiceAsFast", 2, {"50 " + hover_100, "100 " + down_200, "150 " + down_300, "200 " + hover_400}},
-        SpeedRow{"HalfAsFast",
-                 0.5,
-                 {"200 " + hover_100, "400 " + down_200, "600 " + down_300, "800 " + hover_400}},
-        SpeedRow{
-            "AsFastAsItGoes", 0, {"0 " + hover_100, "0 " + down_200, "0 " + down_300, "0 " + hover_400}}),
+    testing::Values(SpeedRow{"AsRecorded",
+                             1,
+                             {"100 " + hover_100, "200 " + down_200, "300 " + down_300, "400 " + hover_400}},
+                    SpeedRow{"TwiceAsFast",
+                             2,
+                             {"100 " + hover_100, "150 " + down_200, "200 " + down_300, "250 " + hover_400}},
+                    SpeedRow{"HalfAsFast",
+                             0.5,
+                             {"200 " + hover_100, "400 " + down_200, "600 " + down_300, "800 " + hover_400}},
+                    SpeedRow{"AsFastAsItGoes",
+                             0,
+                             {"100 " + hover_100, "100 " + down_200, "100 " + down_300, "100 " + hover_400}}),
     [](const auto &row) { return std::string(row.param.name); });
 
 TEST(ATransport, PausesAndGoesOn)
@@ -135,6 +143,7 @@ TEST(ATransport, PausesAndGoesOn)
     EXPECT_TRUE(Transport(scenario, stage, {1, false}).play());
 
     EXPECT_EQ(stage.sent.size(), 4U);
+    EXPECT_EQ(stage.pauses, (std::vector<bool>{true, false}));
 }
 
 TEST(ATransport, PlaysOneReportAtATime)
@@ -174,6 +183,17 @@ TEST(ATransport, GoesBackByOneReportFromTheStartAtFullSpeed)
     EXPECT_EQ(stage.shown.back(), "200 paused");
 }
 
+TEST(ATransport, StaysAtTheEndForTheKeysThatGoBack)
+{
+    const boardsim::Scenario scenario = four_reports();
+    Stage stage;
+    stage.press(4, 'b');
+
+    EXPECT_FALSE(Transport(scenario, stage, {1, false, true}).play()) << "it stays paused";
+
+    EXPECT_EQ(stage.shown, (Lines{"100", "200", "300", "400", "100", "200", "300 paused"}));
+}
+
 TEST(ATransport, GoesToATime)
 {
     const boardsim::Scenario scenario = four_reports();
@@ -197,6 +217,19 @@ TEST(ATransport, LiftsWhatIsDownBeforeItPlaysAgain)
 
     ASSERT_GE(stage.sent.size(), 3U);
     EXPECT_EQ(stage.sent[2], "200 " + lift_200);
+}
+
+TEST(ATransport, PlugsAsAtTheStartBeforeItPlaysAgain)
+{
+    const Reading reading =
+        read("{\"type\":\"scenario\",\"version\":2}\n" + board_line + "{\"type\":\"unplug\",\"board\":1}\n");
+    ASSERT_TRUE(reading.scenario);
+    Stage stage;
+    stage.press(2, 'q');
+
+    EXPECT_FALSE(Transport(*reading.scenario, stage, {1, true}).play());
+
+    EXPECT_EQ(stage.sent, (Lines{R"(0 {"type":"unplug","board":1})", R"(0 {"type":"plug","board":1})"}));
 }
 
 TEST(ATransport, PlaysOverAndOver)

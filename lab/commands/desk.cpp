@@ -1,20 +1,35 @@
 #include "commands/desk.h"
 
+#include "commands/eventtext.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
-#include <thread>
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace lab {
 
-using std::chrono::milliseconds;
+namespace {
+
+constexpr std::chrono::milliseconds pictureTime(20); // between two lines that a person reads
+
+std::string lineText(const capture::Line &line)
+{
+    if (line.type != capture::Line::Type::report)
+        return timeText(line) + "  " + eventText(line);
+    capture::Report report;
+    capture::decode(line.bytes.data(), line.bytes.size(), report);
+    return timeText(line) + "  " + reportText(line, report);
+}
+
+} // namespace
 
 Keys::Keys() : m_isTerminal(isatty(STDIN_FILENO) != 0)
 {
@@ -37,14 +52,14 @@ void Keys::setEach() const
     tcsetattr(STDIN_FILENO, TCSANOW, &each);
 }
 
-void Keys::wait(milliseconds time) const
+void Keys::wait(std::chrono::nanoseconds time, int other) const
 {
-    if (!m_isTerminal) {
-        std::this_thread::sleep_for(time);
-        return;
-    }
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-    poll(&input, 1, static_cast<int>(time.count()));
+    // poll() passes over a descriptor below 0.
+    std::array<pollfd, 2> files{pollfd{m_isTerminal ? STDIN_FILENO : -1, POLLIN, 0},
+                                pollfd{other, POLLIN, 0}};
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+    const timespec limit{seconds.count(), (time - seconds).count()};
+    ppoll(files.data(), files.size(), &limit, nullptr);
 }
 
 int Keys::next() const
@@ -66,16 +81,15 @@ double Keys::askForNumber(const char *question) const
     return count > 0 ? std::strtod(typed.data(), nullptr) : 0;
 }
 
-Desk::Desk(int board, const std::atomic<bool> &programHasEnded, const std::vector<int> &lines)
-    : m_board(board), m_programHasEnded(programHasEnded), m_lines(lines)
-{
-}
+Desk::Desk(int board, const Launch &program) : m_board(board), m_program(program) { }
 
 Desk::~Desk()
 {
     close(m_board);
-    if (m_keys.isTerminal())
-        std::printf("\n");
+    if (!m_keys.isTerminal())
+        return;
+    draw();
+    std::printf("\n");
 }
 
 Transport::Clock::time_point Desk::now()
@@ -85,14 +99,11 @@ Transport::Clock::time_point Desk::now()
 
 bool Desk::wait(Transport::Clock::time_point deadline)
 {
-    constexpr milliseconds longest(50); // until it looks whether the program has ended
-    // Keys come between milliseconds at best; what is left of one is slept.
-    const auto left = deadline - now();
-    if (left < milliseconds(1))
-        std::this_thread::sleep_for(std::max(left, Transport::Clock::duration::zero()));
-    else
-        m_keys.wait(std::min(longest, std::chrono::floor<milliseconds>(left)));
-    return !m_programHasEnded;
+    const auto left = std::max(deadline - now(), Transport::Clock::duration::zero());
+    if (left >= pictureTime)
+        draw();
+    m_keys.wait(left, m_program.ending());
+    return !m_program.hasEnded();
 }
 
 void Desk::send(const std::string &line)
@@ -106,13 +117,40 @@ void Desk::send(const std::string &line)
     }
 }
 
-void Desk::show(std::size_t step, std::chrono::microseconds time, bool isPaused)
+void Desk::show(const capture::Line &line, bool isPaused)
 {
     if (!m_keys.isTerminal())
         return;
-    std::printf("\r%12.6f s  line %d%s\x1b[K", static_cast<double>(time.count()) / 1e6, m_lines.at(step),
-                isPaused ? "  PAUSED" : "");
+    m_told = std::to_string(line.number) + ": " + lineText(line);
+    m_isPaused = isPaused;
+    if (isPaused || now() - m_drawn >= pictureTime)
+        draw();
+}
+
+void Desk::pause(bool isPaused)
+{
+    m_isPaused = isPaused;
+    if (m_keys.isTerminal())
+        draw();
+}
+
+void Desk::draw()
+{
+    m_drawn = now();
+    winsize size{};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+    // A line that fills the last column would wrap, and the next one would not replace it.
+    const std::size_t width = isKnown ? size.ws_col - 1U : 79;
+    const std::string state = m_isPaused ? "PAUSED  " : "";
+    std::printf("\r%s\x1b[K", (state + m_told).substr(0, width).c_str());
     std::fflush(stdout);
+}
+
+void Desk::finish() const
+{
+    shutdown(m_board, SHUT_WR);
+    std::array<pollfd, 2> files{pollfd{m_board, POLLIN, 0}, pollfd{m_program.ending(), POLLIN, 0}};
+    while (poll(files.data(), files.size(), -1) < 0 && errno == EINTR) { }
 }
 
 } // namespace lab

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "commands/launch.h"
 #include "commands/transport.h"
 
-#include <atomic>
+#include <chrono>
 #include <string>
-#include <vector>
 
 #include <termios.h>
 
@@ -20,8 +20,8 @@ public:
     Keys &operator=(const Keys &) = delete;
 
     bool isTerminal() const { return m_isTerminal; }
-    /// Waits at most @p time for a key.
-    void wait(std::chrono::milliseconds time) const;
+    /// Waits at most @p time for a key, or until @p other, a descriptor, can be read.
+    void wait(std::chrono::nanoseconds time, int other) const;
     /// The next key, or 0.
     int next() const;
     /// The number that a person types, with what is typed shown.
@@ -38,25 +38,35 @@ private:
 class Desk : public Transport::World
 {
 public:
-    /// @p board is a connection, which it takes over; @p lines are those of the scenario's steps. Keeps
-    /// references to the other two.
-    Desk(int board, const std::atomic<bool> &programHasEnded, const std::vector<int> &lines);
+    /// @p board is a connection, which it takes over. Keeps a reference to @p program, which calls that
+    /// board.
+    Desk(int board, const Launch &program);
     ~Desk() override;
     Desk(const Desk &) = delete;
     Desk &operator=(const Desk &) = delete;
 
+    bool hasKeys() const { return m_keys.isTerminal(); }
     Transport::Clock::time_point now() override;
     bool wait(Transport::Clock::time_point deadline) override;
     int key() override { return m_keys.next(); }
     double askForSeconds() override { return m_keys.askForNumber("go to which second? "); }
     void send(const std::string &line) override;
-    void show(std::size_t step, std::chrono::microseconds time, bool isPaused) override;
+    /// Shows the line in the place of the one before, but no more lines than a person can read.
+    void show(const capture::Line &line, bool isPaused) override;
+    void pause(bool isPaused) override;
+
+    /// Nothing more will be sent. Waits until the board has done what it was sent, or the program has ended.
+    void finish() const;
 
 private:
+    void draw();
+
     const int m_board;
-    const std::atomic<bool> &m_programHasEnded;
-    const std::vector<int> &m_lines;
+    const Launch &m_program;
     const Keys m_keys;
+    std::string m_told; ///< of the line that was played last
+    bool m_isPaused = false;
+    Transport::Clock::time_point m_drawn;
 };
 
 } // namespace lab

@@ -1,6 +1,5 @@
 #include "commands/launch.h"
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -8,7 +7,9 @@
 #include <cstring>
 #include <utility>
 
+#include <poll.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,32 +19,13 @@ namespace lab {
 
 namespace {
 
-std::atomic<pid_t> running{0};
+volatile sig_atomic_t receiver = 0; ///< the process that SIGTERM is passed on to; 0 for none
 
 void passOn(int signal)
 {
-    if (const pid_t process = running)
-        kill(process, signal);
+    if (receiver != 0)
+        kill(receiver, signal);
 }
-
-/// Leaves Ctrl-C to the started program while it lives, and passes SIGTERM on.
-class Signals
-{
-public:
-    Signals() : m_interrupt(std::signal(SIGINT, SIG_IGN)), m_terminate(std::signal(SIGTERM, passOn)) { }
-    ~Signals()
-    {
-        std::signal(SIGINT, m_interrupt);
-        std::signal(SIGTERM, m_terminate);
-    }
-    Signals(const Signals &) = delete;
-    Signals &operator=(const Signals &) = delete;
-
-private:
-    using Handler = void (*)(int);
-    const Handler m_interrupt;
-    const Handler m_terminate;
-};
 
 std::vector<char *> pointersTo(std::vector<std::string> &texts)
 {
@@ -87,7 +69,39 @@ int spawn(std::vector<std::string> program, std::vector<std::string> variables, 
 
 } // namespace
 
+/// Leaves Ctrl-C to a started program as long as it lives, and passes SIGTERM on to it.
+class Launch::Signals
+{
+public:
+    explicit Signals(pid_t process)
+        : m_interrupt(std::signal(SIGINT, SIG_IGN)), m_terminate(std::signal(SIGTERM, passOn)),
+          m_receiver(receiver)
+    {
+        receiver = process;
+    }
+    ~Signals()
+    {
+        receiver = m_receiver;
+        std::signal(SIGINT, m_interrupt);
+        std::signal(SIGTERM, m_terminate);
+    }
+    Signals(const Signals &) = delete;
+    Signals &operator=(const Signals &) = delete;
+
+private:
+    using Handler = void (*)(int);
+    const Handler m_interrupt;
+    const Handler m_terminate;
+    const sig_atomic_t m_receiver; ///< before
+};
+
 Launch::Launch(std::vector<std::string> program) : m_program(std::move(program)) { }
+
+Launch::~Launch()
+{
+    end();
+    wait();
+}
 
 void Launch::set(const std::string &name, const std::string &value)
 {
@@ -100,25 +114,45 @@ void Launch::prependPath(const std::string &name, const std::string &folder)
     set(name, former && *former ? folder + ":" + former : folder);
 }
 
-void Launch::end()
-{
-    passOn(SIGTERM);
-}
-
-int Launch::run()
+bool Launch::start()
 {
     if (m_program.front().empty())
-        return -1;
-    const Signals signals;
-    pid_t process = 0;
-    if (const int error = spawn(m_program, changed(m_changes), process)) {
+        return false;
+    if (const int error = spawn(m_program, changed(m_changes), m_process)) {
         std::fprintf(stderr, "lanternix-lab: %s: %s\n", m_program.front().c_str(), std::strerror(error));
-        return -1;
+        m_process = 0;
+        return false;
     }
-    running = process;
+    m_signals = std::make_unique<Signals>(m_process);
+    m_ending = static_cast<int>(syscall(SYS_pidfd_open, m_process, 0)); // glibc 2.36 declares it for C only
+    return true;
+}
+
+bool Launch::hasEnded() const
+{
+    pollfd ending{m_ending, POLLIN, 0};
+    return m_process == 0 || poll(&ending, 1, 0) > 0;
+}
+
+void Launch::end() const
+{
+    if (m_process != 0)
+        kill(m_process, SIGTERM);
+}
+
+int Launch::wait()
+{
+    if (m_process == 0)
+        return -1;
+    // The process keeps its number until it is waited for, so no signal is passed on to another one.
+    siginfo_t ignored{};
+    while (waitid(P_PID, static_cast<id_t>(m_process), &ignored, WEXITED | WNOWAIT) < 0 && errno == EINTR) { }
+    m_signals.reset();
     int status = 0;
-    while (waitpid(process, &status, 0) < 0 && errno == EINTR) { }
-    running = 0;
+    waitpid(m_process, &status, 0);
+    m_process = 0;
+    close(m_ending);
+    m_ending = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 

@@ -1,32 +1,51 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace lab {
 
 /// A program that is started with a changed environment, and waited for. The terminal's Ctrl-C is the
-/// program's, not the command's; SIGTERM is passed on.
+/// program's, not the command's; SIGTERM is passed on. Used on one thread.
 class Launch
 {
 public:
     /// The program, looked for in PATH unless it has a slash, and its arguments.
     explicit Launch(std::vector<std::string> program);
+    /// Ends the program with SIGTERM and waits for it, if it still runs.
+    ~Launch();
+    Launch(const Launch &) = delete;
+    Launch &operator=(const Launch &) = delete;
 
     void set(const std::string &name, const std::string &value);
     /// Puts @p folder in front of a variable that lists folders.
     void prependPath(const std::string &name, const std::string &folder);
 
-    /// Returns the exit status, 128 and the number of the signal that has ended the program, or -1 if it
-    /// could not be started, which one line on standard error then tells.
-    int run();
-    /// Ends the program that run() waits for, on another thread, with SIGTERM.
-    static void end();
+    /// False if the program could not be started, which one line on standard error then tells.
+    bool start();
+    /// A descriptor for poll(), which can be read when the program has ended. -1 before start().
+    int ending() const { return m_ending; }
+    bool hasEnded() const;
+    /// Asks the program to end, with SIGTERM.
+    void end() const;
+    /// Waits for the end. Returns the exit status, or 128 and the number of the signal that has ended the
+    /// program, or -1 if it has not been started.
+    int wait();
+    /// Starts the program and waits for it.
+    int run() { return start() ? wait() : -1; }
 
 private:
+    class Signals;
+
     const std::vector<std::string> m_program;
     std::map<std::string, std::string> m_changes;
+    pid_t m_process = 0; ///< 0 if none runs that has not been waited for
+    int m_ending = -1;
+    std::unique_ptr<Signals> m_signals; ///< while it runs
 };
 
 } // namespace lab

@@ -8,16 +8,17 @@
 
 #include "scenarioreader.h"
 
-#include <atomic>
+#include <array>
 #include <cerrno>
 #include <charconv>
-#include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
+#include <system_error>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -28,8 +29,6 @@ namespace lab {
 
 namespace {
 
-using std::chrono::milliseconds;
-
 struct Options
 {
     std::string file;
@@ -37,6 +36,7 @@ struct Options
     bool loops = false;
     bool headless = false;
     std::string screenshot;
+    std::string output; ///< a recording of the replay; empty for none
 };
 
 /// 0 for "max"; nothing if it is no speed.
@@ -79,15 +79,11 @@ public:
 
     const std::string &name() const { return m_name; }
     /// The connection of the board; -1 if the program ends before it calls.
-    int accept(const std::atomic<bool> &programHasEnded) const
+    int accept(const Launch &program) const
     {
-        constexpr int look = 50; // milliseconds
-        pollfd caller{m_socket, POLLIN, 0};
-        while (!programHasEnded) {
-            if (poll(&caller, 1, look) > 0)
-                return accept4(m_socket, nullptr, nullptr, SOCK_CLOEXEC);
-        }
-        return -1;
+        std::array<pollfd, 2> files{pollfd{m_socket, POLLIN, 0}, pollfd{program.ending(), POLLIN, 0}};
+        while (poll(files.data(), files.size(), -1) < 0 && errno == EINTR) { }
+        return files[0].revents != 0 ? accept4(m_socket, nullptr, nullptr, SOCK_CLOEXEC) : -1;
     }
 
 private:
@@ -95,56 +91,35 @@ private:
     int m_socket = -1;
 };
 
-/// The program, running beside the replay.
-class Running
-{
-public:
-    explicit Running(Launch &launch)
-        : m_thread([this, &launch] {
-              m_status = launch.run();
-              m_hasEnded = true;
-          })
-    {
-    }
-    ~Running() { m_thread.join(); }
-    Running(const Running &) = delete;
-    Running &operator=(const Running &) = delete;
-
-    const std::atomic<bool> &hasEnded() const { return m_hasEnded; }
-    int wait()
-    {
-        while (!m_hasEnded)
-            std::this_thread::sleep_for(milliseconds(20));
-        return m_status;
-    }
-
-private:
-    std::atomic<bool> m_hasEnded = false;
-    std::atomic<int> m_status = -1;
-    std::thread m_thread;
-};
-
 int play(const Options &options, const boardsim::Scenario &scenario, double speed,
-         const VirtualScreen *screen, Launch &launch)
+         const VirtualScreen *screen, Launch &program)
 {
     const Listener listener;
-    launch.set("BOARDSIM_CONTROL", listener.name());
-    Running program(launch);
-    const int board = listener.accept(program.hasEnded());
+    program.set("BOARDSIM_CONTROL", listener.name());
+    if (!program.start())
+        return unreadable;
+    const int board = listener.accept(program);
     if (board < 0)
-        return program.wait() == 0 ? success : unreadable;
-    Desk desk(board, program.hasEnded(), scenario.lines);
-    const bool hasEnded = Transport(scenario, desk, {speed, options.loops}).play();
-    bool isSaved = true;
-    if (screen) {
-        std::this_thread::sleep_for(milliseconds(500)); // the last report is painted within a tick
-        isSaved = options.screenshot.empty() || screen->save(options.screenshot);
-        launch.end();
-    } else if (!hasEnded) {
-        launch.end();
+        return program.wait() == 0 ? success : findings;
+    if (screen && !screen->awaitWindow(program)) {
+        close(board);
+        return unreadable;
     }
+    Desk desk(board, program);
+    const Transport::Tempo tempo{speed, options.loops, desk.hasKeys() && !screen};
+    const bool hasEnded = Transport(scenario, desk, tempo).play();
+    bool isSaved = true;
+    if (screen && hasEnded) {
+        desk.finish();
+        isSaved = options.screenshot.empty() || screen->save(options.screenshot);
+    }
+    const bool isAsked = (screen || !hasEnded) && !program.hasEnded();
+    if (isAsked)
+        program.end();
     const int status = program.wait();
-    return isSaved && (status == 0 || screen) ? success : unreadable;
+    if (!isSaved)
+        return unreadable;
+    return status == 0 || (isAsked && status == 128 + SIGTERM) ? success : findings;
 }
 
 int replay(const Options &options)
@@ -158,9 +133,15 @@ int replay(const Options &options)
     const auto scenario = boardsim::readScenarioFile(options.file, error);
     if (!error.empty())
         std::fprintf(stderr, "%s\n", error.c_str());
+    std::error_code ignored;
+    if (std::filesystem::equivalent(options.file, options.output, ignored)) {
+        std::fprintf(stderr, "lanternix-lab: a replay cannot be recorded into the file that it plays\n");
+        return unreadable;
+    }
     const std::string driver = findSimulatedDriver();
+    const std::string recorder = options.output.empty() ? "" : findRecorder();
     const std::string program = findProgram();
-    if (!scenario || driver.empty() || program.empty())
+    if (!scenario || driver.empty() || program.empty() || (recorder.empty() && !options.output.empty()))
         return unreadable;
 
     std::unique_ptr<VirtualScreen> screen;
@@ -171,7 +152,11 @@ int replay(const Options &options)
             return unreadable;
         launch.set("DISPLAY", screen->display());
     }
-    launch.prependPath("LD_LIBRARY_PATH", folderOf(driver));
+    if (!options.output.empty()) {
+        launch.set("BOARDREC_DRIVER", driver);
+        launch.set("BOARDREC_CAPTURE", absolute(options.output));
+    }
+    launch.prependPath("LD_LIBRARY_PATH", folderOf(options.output.empty() ? driver : recorder));
     launch.set("BOARDSIM_SCENARIO", absolute(options.file));
     return play(options, *scenario, *speed, screen.get(), launch);
 }
@@ -193,6 +178,10 @@ void addReplay(CLI::App &lab, int &status)
     command.add_option("--screenshot", options->screenshot, "Save the last picture of that screen as a PNG")
         ->type_name("OUT.png")
         ->needs(headless);
+    command
+        .add_option("-o,--output", options->output,
+                    "Record the replay into this file, to compare the program's answers")
+        ->type_name("FILE");
     command.footer(
         "Keys on a terminal: space pauses and goes on, n plays the next report, N up to the next change of "
         "contacts, b goes back by one report, g goes to a time, q ends.");

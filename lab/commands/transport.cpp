@@ -25,12 +25,11 @@ std::string stateOf(const capture::Report &report)
     return state;
 }
 
-capture::Line reportLine(int board, const boardsim::Bytes &report)
+capture::Line lineOf(capture::Line::Type type, int board = 0)
 {
     capture::Line line;
-    line.type = capture::Line::Type::report;
+    line.type = type;
     line.board = board;
-    line.bytes = report;
     return line;
 }
 
@@ -51,10 +50,22 @@ bool Transport::play()
         const bool hasEnded = boardsim::Player(m_scenario, *this).play();
         if (!hasEnded && !m_restarts)
             return false;
-        if (hasEnded && !m_tempo.loops)
-            return true;
-        lift();
+        if (hasEnded && !m_tempo.loops && !(m_tempo.stays && stay()))
+            return !m_tempo.stays;
+        rewind();
     }
+}
+
+/// Waits behind the end for a key that goes back; false if the play is to end.
+bool Transport::stay()
+{
+    do {
+        m_isPaused = true;
+        m_rushReports = 0;
+        m_rushTime.reset();
+        m_world.pause(true);
+    } while (waitUntil(m_time));
+    return m_restarts;
 }
 
 bool Transport::waitUntil(Clock::time_point deadline)
@@ -67,12 +78,12 @@ bool Transport::waitUntil(Clock::time_point deadline)
                 return false;
             continue;
         }
-        if (isRushing(deadline) || m_tempo.speed <= 0) {
+        if (speed() <= 0 || (m_hasStarted && isRushing(deadline))) {
             m_time = std::max(m_time, deadline);
             anchor();
-            return true;
+            return m_world.wait(m_realAnchor);
         }
-        const auto ahead = duration_cast<Clock::duration>((deadline - m_anchor) / m_tempo.speed);
+        const auto ahead = duration_cast<Clock::duration>((deadline - m_anchor) / speed());
         const Clock::time_point due = m_realAnchor + ahead;
         if (m_world.now() >= due) {
             m_time = std::max(m_time, deadline);
@@ -86,6 +97,11 @@ bool Transport::waitUntil(Clock::time_point deadline)
 bool Transport::isRushing(Clock::time_point deadline) const
 {
     return m_reports < m_rushReports || (m_rushTime && deadline - m_begin < *m_rushTime);
+}
+
+double Transport::speed() const
+{
+    return m_hasStarted || (m_tempo.speed > 0 && m_tempo.speed < 1) ? m_tempo.speed : 1;
 }
 
 bool Transport::waitWhilePaused()
@@ -113,6 +129,7 @@ void Transport::press(int key)
     switch (key) {
     case ' ':
         m_isPaused = !m_isPaused;
+        m_world.pause(m_isPaused);
         anchor();
         break;
     case 'n':
@@ -151,11 +168,14 @@ void Transport::deliver(int board, const boardsim::Bytes &report)
 {
     capture::Writer writer;
     writer.addReport(0, board, report.data(), report.size(), {}, {});
-    m_world.send(writer.text());
-    m_boards.follow(reportLine(board, report));
+    capture::Line line = lineOf(capture::Line::Type::report, board);
+    line.bytes = report;
     ++m_reports;
+    if (!m_hasStarted)
+        anchor();
+    m_hasStarted = true;
     pauseAfter(changesContacts(board, report));
-    m_world.show(m_step, duration_cast<microseconds>(m_time - m_begin), m_isPaused);
+    send(line, writer);
 }
 
 void Transport::pauseAfter(bool contactsChanged)
@@ -174,18 +194,26 @@ void Transport::plug(int board, bool plugged)
 {
     capture::Writer writer;
     writer.add({{"type", plugged ? "plug" : "unplug"}, {"board", board}});
-    m_world.send(writer.text());
-    capture::Line line;
-    line.type = plugged ? capture::Line::Type::plug : capture::Line::Type::unplug;
-    line.board = board;
-    m_boards.follow(line);
+    capture::Line line = lineOf(plugged ? capture::Line::Type::plug : capture::Line::Type::unplug, board);
+    send(line, writer);
 }
 
 void Transport::mark(const std::string &text)
 {
     capture::Writer writer;
     writer.add({{"type", "mark"}, {"text", text}});
+    capture::Line line = lineOf(capture::Line::Type::mark);
+    send(line, writer);
+}
+
+void Transport::send(capture::Line &line, const capture::Writer &writer)
+{
+    line.text = writer.text();
+    line.number = m_scenario.lines.at(m_step);
+    line.at = duration_cast<microseconds>(m_time - m_begin).count();
     m_world.send(writer.text());
+    m_boards.follow(line);
+    m_world.show(line, m_isPaused);
 }
 
 void Transport::anchor()
@@ -194,10 +222,15 @@ void Transport::anchor()
     m_realAnchor = m_world.now();
 }
 
-void Transport::lift()
+void Transport::rewind()
 {
     capture::Writer writer;
     m_boards.lift(0, writer);
+    for (const boardsim::Device &device : m_scenario.devices) {
+        const auto now = m_boards.devices().find(device.board);
+        if (now != m_boards.devices().end() && now->second.plugged != device.plugged)
+            writer.add({{"type", device.plugged ? "plug" : "unplug"}, {"board", device.board}});
+    }
     m_world.send(writer.text());
     m_boards = {};
     m_states.clear();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "capture/boards.h"
+#include "capture/line.h"
+#include "capture/writer.h"
 
 #include "player.h"
 
@@ -14,7 +16,9 @@
 namespace lab {
 
 /// Plays a recording into a board that does what it is told, faster, slower, paused or step by step, as keys
-/// ask. To go back, it lifts every contact and plays again from the start at full speed. Used on one thread.
+/// ask. What precedes the first report is never played faster than it was recorded, since that is the time in
+/// which the program starts. To go back, it lifts every contact, plugs boards as they were, and plays again
+/// from the start at full speed. Used on one thread.
 class Transport : private boardsim::Stage
 {
 public:
@@ -23,6 +27,7 @@ public:
     {
         double speed = 1; ///< 0: as fast as the board takes it
         bool loops = false;
+        bool stays = false; ///< at the end, for the keys that go back
     };
 
     /// What the outside does for a play.
@@ -38,14 +43,16 @@ public:
         virtual double askForSeconds() = 0;
         /// A line of the recording that the board gets.
         virtual void send(const std::string &line) = 0;
-        /// The step that was just played: its place in the scenario, and when.
-        virtual void show(std::size_t step, std::chrono::microseconds time, bool isPaused) = 0;
+        /// The line that was just played, with its time; valid during the call.
+        virtual void show(const capture::Line &line, bool isPaused) = 0;
+        /// The play pauses, or goes on, behind the line that was shown last.
+        virtual void pause(bool isPaused) = 0;
     };
 
     /// Keeps references to both.
     Transport(const boardsim::Scenario &scenario, World &world, const Tempo &tempo);
 
-    /// Plays until the end, or until the world ends it; then false.
+    /// Plays until the end, or until the world or a key ends it; then false.
     bool play();
 
 private:
@@ -56,15 +63,18 @@ private:
     void plug(int board, bool plugged) override;
     void mark(const std::string &text) override;
 
+    bool stay();
     bool obeyKeys();
     bool waitWhilePaused();
     bool isRushing(Clock::time_point deadline) const;
+    double speed() const;
     void press(int key);
     void goBackTo(std::int64_t report);
     void goTo(std::chrono::microseconds time);
     void pauseAfter(bool contactsChanged);
     void anchor();
-    void lift();
+    void rewind();
+    void send(capture::Line &line, const capture::Writer &writer);
     bool changesContacts(int board, const boardsim::Bytes &report);
 
     const boardsim::Scenario &m_scenario;
@@ -77,6 +87,7 @@ private:
     Clock::time_point m_realAnchor; ///< the world's time at the anchor
     std::size_t m_step = 0;
     std::int64_t m_reports = 0; ///< sent since the beginning
+    bool m_hasStarted = false;  ///< whether a report was ever sent
     bool m_isPaused = false;
     bool m_restarts = false;
     bool m_pausesAtReport = false;

@@ -1,16 +1,18 @@
 #include "commands/virtualscreen.h"
 
-#include "commands/launch.h"
-
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,17 +20,24 @@ namespace lab {
 
 namespace {
 
-constexpr int patience = 20'000; // milliseconds, for the server to start
+using std::chrono::steady_clock;
 
-/// Starts a helper without output; returns its process, or -1.
-pid_t start(const std::vector<const char *> &program, const std::string &display)
+constexpr std::chrono::milliseconds patience(20'000); // for a helper to start, and for the screen to rest
+constexpr std::chrono::milliseconds look(10);
+
+/// Starts a helper that writes to @p output, or nowhere if that is below 0; returns its process, or -1.
+pid_t start(const std::vector<const char *> &program, const std::string &display, int output = -1)
 {
+    const pid_t parent = getpid();
     const pid_t child = fork();
     if (child != 0)
         return child;
+    prctl(PR_SET_PDEATHSIG, SIGTERM); // also if the command is killed
+    if (getppid() != parent)
+        _exit(1);
     const int nothing = open("/dev/null", O_RDWR);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        dup2(nothing, stream);
+        dup2(stream == STDOUT_FILENO && output >= 0 ? output : nothing, stream);
     if (!display.empty())
         setenv("DISPLAY", display.c_str(), 1);
     std::vector<char *> arguments;
@@ -47,18 +56,80 @@ void end(pid_t process)
     waitpid(process, nullptr, 0);
 }
 
+/// Runs a helper without output; whether it succeeds.
+bool succeeds(const std::vector<const char *> &program, const std::string &display)
+{
+    int status = 0;
+    const pid_t child = start(program, display);
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
 /// The number that the server writes when it is ready; empty if it does not.
 std::string readNumber(int file)
 {
     std::string number;
     pollfd input{file, POLLIN, 0};
-    while (poll(&input, 1, patience) > 0) {
+    while (poll(&input, 1, static_cast<int>(patience.count())) > 0) {
         char digit = 0;
         if (read(file, &digit, 1) != 1 || digit == '\n')
             break;
         number += digit;
     }
     return number;
+}
+
+/// Waits until windows are managed, which a window shown before would not be placed like; false if they never
+/// are.
+bool hasWindowManager(const std::string &display)
+{
+    const auto deadline = steady_clock::now() + patience;
+    while (!succeeds({"xdotool", "get_num_desktops"}, display)) {
+        if (steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(look);
+    }
+    return true;
+}
+
+/// A picture of the screen as the bytes of a PNG file; empty if none could be taken.
+std::string pictureOf(const std::string &display)
+{
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+        return {};
+    const pid_t child = start({"maim", "--hidecursor", "--format=png"}, display, ends[1]);
+    close(ends[1]);
+    std::string picture;
+    std::array<char, 1 << 16> block{};
+    for (ssize_t count = 0; (count = read(ends[0], block.data(), block.size())) > 0;)
+        picture.append(block.data(), static_cast<std::size_t>(count));
+    close(ends[0]);
+    if (child > 0)
+        waitpid(child, nullptr, 0);
+    return picture;
+}
+
+/// The picture, once two in a row are equal; empty if that does not come, or none can be taken.
+std::string pictureAtRest(const std::string &display)
+{
+    const auto deadline = steady_clock::now() + patience;
+    for (std::string former = pictureOf(display); !former.empty() && steady_clock::now() < deadline;) {
+        std::string latest = pictureOf(display);
+        if (latest == former)
+            return latest;
+        former = std::move(latest);
+    }
+    std::fprintf(stderr, "lanternix-lab: no picture of a screen at rest can be taken (package maim)\n");
+    return {};
+}
+
+bool write(const std::string &content, const std::string &name)
+{
+    std::FILE *const file = std::fopen(name.c_str(), "we");
+    if (!file)
+        return false;
+    const bool isWritten = std::fwrite(content.data(), 1, content.size(), file) == content.size();
+    return std::fclose(file) == 0 && isWritten;
 }
 
 } // namespace
@@ -80,6 +151,10 @@ VirtualScreen::VirtualScreen()
     }
     m_display = ":" + number;
     m_windowManager = start({"openbox"}, m_display);
+    if (!hasWindowManager(m_display)) {
+        std::fprintf(stderr, "lanternix-lab: openbox does not start (packages openbox and xdotool)\n");
+        m_display.clear();
+    }
 }
 
 VirtualScreen::~VirtualScreen()
@@ -88,14 +163,30 @@ VirtualScreen::~VirtualScreen()
     end(m_server);
 }
 
-bool VirtualScreen::save(const std::string &picture) const
+bool VirtualScreen::awaitWindow(const Launch &program) const
 {
-    Launch launch({"maim", "--hidecursor", picture});
-    launch.set("DISPLAY", m_display);
-    const int status = launch.run();
-    if (status > 0)
-        std::fprintf(stderr, "%s:0: no picture could be taken\n", picture.c_str());
-    return status == 0;
+    const auto deadline = steady_clock::now() + patience;
+    while (!succeeds({"xdotool", "search", "--onlyvisible", "--class", "lanternix"}, m_display)) {
+        if (program.hasEnded() || steady_clock::now() > deadline) {
+            std::fprintf(stderr, "lanternix-lab: lanternix shows no window\n");
+            return false;
+        }
+        std::this_thread::sleep_for(look);
+    }
+    return !pictureAtRest(m_display).empty();
+}
+
+bool VirtualScreen::save(const std::string &name) const
+{
+    const std::string picture = pictureAtRest(m_display);
+    if (picture.empty())
+        return false;
+    const std::string temporary = name + ".part-" + std::to_string(getpid());
+    if (write(picture, temporary) && std::rename(temporary.c_str(), name.c_str()) == 0)
+        return true;
+    std::fprintf(stderr, "%s:0: cannot be written: %s\n", name.c_str(), std::strerror(errno));
+    std::remove(temporary.c_str());
+    return false;
 }
 
 } // namespace lab

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "commands/launch.h"
+
 #include <string>
 
 #include <sys/types.h>
@@ -19,8 +21,12 @@ public:
     bool isThere() const { return !m_display.empty(); }
     /// For a program's DISPLAY, e.g. ":1".
     const std::string &display() const { return m_display; }
-    /// Writes what is on the screen as a PNG. If that fails, one line on standard error says why.
-    bool save(const std::string &picture) const;
+    /// Waits until the program has its window and the screen rests. If that does not come, one line on
+    /// standard error says so.
+    bool awaitWindow(const Launch &program) const;
+    /// Writes what is on the screen as a PNG, once two pictures in a row are equal. If that fails, one line
+    /// on standard error says why, and what was in the file before stays.
+    bool save(const std::string &name) const;
 
 private:
     pid_t m_server = 0;
