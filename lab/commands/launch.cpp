@@ -13,8 +13,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char **environ;
-
 namespace lab {
 
 namespace {
@@ -30,6 +28,7 @@ void passOn(int signal)
 std::vector<char *> pointersTo(std::vector<std::string> &texts)
 {
     std::vector<char *> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string &text : texts)
         pointers.push_back(text.data());
     pointers.push_back(nullptr);
@@ -46,7 +45,7 @@ std::vector<std::string> changed(const std::map<std::string, std::string> &chang
             variables.push_back(text);
     }
     for (const auto &[name, value] : changes)
-        variables.push_back(name + "=" + value);
+        variables.push_back(std::string(name).append("=").append(value));
     return variables;
 }
 

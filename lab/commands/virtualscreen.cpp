@@ -41,6 +41,7 @@ pid_t start(const std::vector<const char *> &program, const std::string &display
     if (!display.empty())
         setenv("DISPLAY", display.c_str(), 1);
     std::vector<char *> arguments;
+    arguments.reserve(program.size() + 1);
     for (const char *const argument : program)
         arguments.push_back(const_cast<char *>(argument));
     arguments.push_back(nullptr);
