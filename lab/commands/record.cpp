@@ -3,6 +3,7 @@
 #include "commands/input.h"
 #include "commands/launch.h"
 #include "commands/lock.h"
+#include "commands/recordingsocket.h"
 
 #include "capture/contacts.h"
 #include "capture/parts.h"
@@ -18,8 +19,6 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
-
-#include <unistd.h>
 
 namespace lab {
 
@@ -118,7 +117,7 @@ int record(const Options &options)
     launch.prependPath("LD_LIBRARY_PATH", folderOf(recorder));
     launch.set("BOARDREC_DRIVER", driver);
     launch.set("BOARDREC_CAPTURE", file);
-    launch.set("BOARDREC_SOCKET", runtimeFolder() + "/recording-" + std::to_string(getpid()) + ".sock");
+    launch.set("BOARDREC_SOCKET", nameOfRecordingSocket());
     if (options.keep > 0)
         launch.set("BOARDREC_KEEP", nlohmann::json(options.keep).dump());
     if (options.identify)

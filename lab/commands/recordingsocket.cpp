@@ -19,6 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char *prefix = "recording-"; // sockets of replays are in the same folder
+
 /// -1 with errno if nobody listens there.
 int connectTo(const std::string &name)
 {
@@ -44,7 +46,7 @@ int connectToNewest()
     std::error_code ignored;
     std::multimap<fs::file_time_type, std::string, std::greater<>> sockets; // newest first
     for (const fs::directory_entry &entry : fs::directory_iterator(runtimeFolder(), ignored)) {
-        if (entry.path().extension() == ".sock")
+        if (entry.path().filename().string().rfind(prefix, 0) == 0 && entry.path().extension() == ".sock")
             sockets.emplace(entry.last_write_time(ignored), entry.path().string());
     }
     for (const auto &[time, name] : sockets) {
@@ -56,6 +58,11 @@ int connectToNewest()
 }
 
 } // namespace
+
+std::string nameOfRecordingSocket()
+{
+    return runtimeFolder() + "/" + prefix + std::to_string(getpid()) + ".sock";
+}
 
 int connectToRecording(const std::string &name)
 {
