@@ -1,6 +1,7 @@
 #include "commands/lock.h"
 
 #include <cstdlib>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -15,6 +16,10 @@ std::string runtimeFolder()
     std::string folder =
         given && *given ? std::string(given) + "/lanternix" : "/tmp/lanternix-" + std::to_string(getuid());
     mkdir(folder.c_str(), 0700); // it may exist
+    struct stat status = {};
+    // Whoever else made it could listen in, or stand in for a recording.
+    if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid())
+        throw std::runtime_error(folder + " is no folder of this user's own");
     return folder;
 }
 

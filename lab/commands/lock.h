@@ -23,7 +23,8 @@ private:
 };
 
 /// The folder for what lasts as long as the user is logged in: XDG_RUNTIME_DIR/lanternix, or a folder of the
-/// user's own in /tmp without that variable. Made if necessary, for the user alone.
+/// user's own in /tmp without that variable. Made if necessary, for the user alone. Throws std::runtime_error
+/// if it cannot be made or is somebody else's.
 std::string runtimeFolder();
 
 } // namespace lab
