@@ -3,13 +3,13 @@
 #include "commands/input.h"
 
 #include "capture/contacts.h"
+#include "capture/signals.h"
 
 #include <algorithm>
 #include <cinttypes>
 #include <cstdint>
 #include <map>
 #include <set>
-#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -21,33 +21,10 @@ using capture::Contact;
 using capture::Line;
 using capture::Report;
 using capture::ReportKind;
+using capture::SignalValue;
 
 /// Whose signals they are: board, kind and identifier.
 using Owner = std::tuple<int, ReportKind, int>;
-
-struct Value
-{
-    const char *name;
-    int width; ///< bits
-    int value;
-};
-
-std::vector<Value> valuesOf(ReportKind kind, const Contact &contact)
-{
-    constexpr int wordWidth = 16;
-    std::vector<Value> values{{"x", wordWidth, contact.x},
-                              {"y", wordWidth, contact.y},
-                              {kind == ReportKind::pen ? "tip" : "down", 1, contact.down ? 1 : 0}};
-    if (kind == ReportKind::pen)
-        values.push_back({"button", 1, contact.button ? 1 : 0});
-    if (kind == ReportKind::touch)
-        values.push_back({"extent", wordWidth, contact.width});
-    if (kind == ReportKind::erase) {
-        values.push_back({"width", wordWidth, contact.width});
-        values.push_back({"height", wordWidth, contact.height});
-    }
-    return values;
-}
 
 /// The short name of a signal in the file: printable characters other than the space.
 std::string codeOf(std::size_t index)
@@ -69,12 +46,6 @@ struct Signal
 
 using Signals = std::map<Owner, std::vector<Signal>>; ///< in the order of valuesOf()
 
-std::string nameOf(const Owner &owner, const char *value)
-{
-    return "board" + std::to_string(std::get<0>(owner)) + "_"
-        + std::string(capture::nameOf(std::get<1>(owner))) + std::to_string(std::get<2>(owner)) + "_" + value;
-}
-
 /// Calls @p see with the line, the report and each of its contacts; false if the recording is at fault.
 template <typename See> bool forEachContact(const std::string &file, See see)
 {
@@ -91,7 +62,7 @@ template <typename See> bool forEachContact(const std::string &file, See see)
     return input.tellEnd();
 }
 
-void writeChange(std::FILE *out, const Signal &signal, const Value &value)
+void writeChange(std::FILE *out, const Signal &signal, const SignalValue &value)
 {
     if (value.width == 1) {
         std::fprintf(out, "%d%s\n", value.value, signal.code.c_str());
@@ -108,10 +79,11 @@ void declare(std::FILE *out, const std::set<Owner> &owners, Signals &signals)
     std::fputs("$timescale 1 us $end\n$scope module recording $end\n", out);
     std::size_t count = 0;
     for (const Owner &owner : owners) {
-        for (const Value &value : valuesOf(std::get<1>(owner), {})) {
+        for (const SignalValue &value : valuesOf(std::get<1>(owner), {})) {
             const std::string code = codeOf(count++);
+            const auto &[board, kind, contact] = owner;
             std::fprintf(out, "$var wire %d %s %s $end\n", value.width, code.c_str(),
-                         nameOf(owner, value.name).c_str());
+                         capture::signalName(board, kind, contact, value.name).c_str());
             signals[owner].push_back({code});
         }
     }
@@ -134,7 +106,7 @@ bool writeWaveform(const std::string &file, std::FILE *out)
         // Times never go back, which a waveform cannot tell.
         const std::int64_t at = std::max(line.at.value_or(0), time);
         auto signal = signals.at(owner).begin();
-        for (const Value &value : valuesOf(std::get<1>(owner), contact)) {
+        for (const SignalValue &value : valuesOf(std::get<1>(owner), contact)) {
             Signal &changed = *signal++;
             if (changed.last == value.value)
                 continue;

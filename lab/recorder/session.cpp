@@ -39,7 +39,9 @@ Session &Session::instance()
 
 Session::Session() : m_driver(m_settings.driver)
 {
-    if (!m_driver.isOpen() || (m_settings.capture.empty() && m_settings.socket.empty()))
+    const bool isWanted =
+        !m_settings.capture.empty() || !m_settings.socket.empty() || !m_settings.vcd.empty();
+    if (!m_driver.isOpen() || !isWanted)
         return;
     m_tape = std::make_unique<Tape>(m_settings, m_queue, describe(m_driver, m_settings.identify), now());
     m_isRecording = true;

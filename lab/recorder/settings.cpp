@@ -39,6 +39,7 @@ Settings Settings::fromEnvironment()
     settings.driver = variable("BOARDREC_DRIVER");
     settings.capture = variable("BOARDREC_CAPTURE");
     settings.socket = variable("BOARDREC_SOCKET");
+    settings.vcd = variable("BOARDREC_VCD");
     settings.keep = settings.capture.empty() ? 0 : timeIn(variable("BOARDREC_KEEP"));
     settings.identify = !variable("BOARDREC_IDENTIFY").empty();
     return settings;

@@ -48,6 +48,8 @@ Tape::Tape(const Settings &settings, Queue &queue, const capture::Writer::Json &
 {
     if (settings.keep > 0)
         m_keeping = std::make_unique<Keeping>(settings.capture, first, settings.keep);
+    if (!settings.vcd.empty())
+        m_trace = std::make_unique<Trace>(settings.vcd);
     m_writer.add(first);
     passOn(m_writer, true);
     m_thread = startWithoutSignals([this] { run(); });
@@ -73,6 +75,8 @@ void Tape::run()
         passOn();
         keep();
         hear(m_live.serve());
+        if (isLast && m_trace)
+            m_trace->write(now());
         if (isLast)
             return;
     }
@@ -184,6 +188,11 @@ void Tape::write(const Pending &pending)
     if (pending.returned >= 0)
         inside = microseconds(pending.returned - record.begin);
     m_writer.addReport(at(record.begin), record.board, bytesOf(record), record.kept, length, inside);
+    if (!m_trace)
+        return;
+    m_trace->addReport(record.board, bytesOf(record), record.kept, record.begin);
+    if (pending.returned >= 0)
+        m_trace->addReturn(record.board, record.begin, pending.returned);
 }
 
 void Tape::writeCall(const Record &record)
@@ -205,6 +214,8 @@ void Tape::writeCall(const Record &record)
     m_writer.add(line);
     followDevices(record);
     passOnDevices();
+    if (function == Function::Detach && m_trace)
+        m_trace->write(record.end);
 }
 
 void Tape::followDevices(const Record &record)

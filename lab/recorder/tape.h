@@ -7,6 +7,7 @@
 #include "recorder/output.h"
 #include "recorder/queue.h"
 #include "recorder/settings.h"
+#include "recorder/trace.h"
 
 #include <atomic>
 #include <cstdint>
@@ -61,6 +62,7 @@ private:
     const std::int64_t m_begin;
     Output m_output;                    ///< without a file if the recording is a rolling one
     std::unique_ptr<Keeping> m_keeping; ///< null if it is not
+    std::unique_ptr<Trace> m_trace;     ///< null if no waveform is wanted
     Live m_live;
     capture::Writer m_writer;
     capture::Writer m_deviceWriter;
