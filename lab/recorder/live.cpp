@@ -1,5 +1,9 @@
 #include "recorder/live.h"
 
+#include "capture/validtext.h"
+
+#include "fields.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -17,7 +21,6 @@ namespace recorder {
 
 namespace {
 
-constexpr std::size_t longestNote = 4095;    // bytes, as in scenarios
 constexpr std::size_t longestLine = 1 << 16; // bytes from a reader
 
 /// The text under @p key; empty if there is none.
@@ -27,17 +30,6 @@ std::string textIn(const nlohmann::json &line, const char *key)
         return {};
     const auto field = line.find(key);
     return field != line.end() && field->is_string() ? field->get<std::string>() : std::string();
-}
-
-/// A note of a permitted length, without a part of a character at its end.
-std::string shortened(std::string note)
-{
-    const auto continues = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
-    std::size_t end = std::min(note.size(), longestNote);
-    while (end > 0 && end < note.size() && continues(note[end]))
-        --end;
-    note.resize(end);
-    return note;
 }
 
 /// An address for @p name; of length 0 if that is too long for one.
@@ -155,19 +147,24 @@ void Live::accept()
     }
 }
 
-void Live::add(Reader &reader, std::string_view lines) const
+void Live::add(Reader &reader, std::string_view lines)
 {
     if (reader.waiting.size() + lines.size() > mostWaiting) {
         reader.lost += static_cast<std::uint64_t>(std::count(lines.begin(), lines.end(), '\n'));
         return;
     }
-    if (reader.lost > 0) {
-        reader.waiting += R"({"type":"lost","count":)" + std::to_string(reader.lost)
-            + R"(,"reader":true})"
-              "\n";
-        reader.lost = 0;
-    }
+    tellLost(reader);
     reader.waiting += lines;
+}
+
+void Live::tellLost(Reader &reader)
+{
+    if (reader.lost == 0)
+        return;
+    reader.waiting += R"({"type":"lost","count":)" + std::to_string(reader.lost)
+        + R"(,"reader":true})"
+          "\n";
+    reader.lost = 0;
 }
 
 bool Live::send(Reader &reader)
@@ -178,6 +175,8 @@ bool Live::send(Reader &reader)
         if (sent < 0)
             return wouldBlock();
         reader.waiting.erase(0, static_cast<std::size_t>(sent));
+        if (reader.waiting.empty())
+            tellLost(reader); // nothing else may come for long
     }
     return true;
 }
@@ -206,7 +205,7 @@ void Live::understand(const Reader &reader, const std::string &text, Received &r
     const auto line = nlohmann::json::parse(text, nullptr, false);
     const std::string type = textIn(line, "type");
     if (type == "note")
-        received.notes.push_back(shortened(textIn(line, "text")));
+        received.notes.push_back(capture::validText(textIn(line, "text"), boardsim::longestText));
     else if (type == "keep")
         received.wishes.push_back({reader.number, textIn(line, "file")});
 }

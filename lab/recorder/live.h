@@ -57,7 +57,8 @@ private:
     static constexpr std::size_t mostKnowledge = 1 << 20; ///< bytes
 
     void accept();
-    void add(Reader &reader, std::string_view lines) const;
+    static void add(Reader &reader, std::string_view lines);
+    static void tellLost(Reader &reader);
     /// False once the reader has gone.
     static bool send(Reader &reader);
     static bool receive(Reader &reader, Received &received);
