@@ -1,6 +1,9 @@
 #include "recorder/devices.h"
 
 #include "capture/privacy.h"
+#include "capture/validtext.h"
+
+#include "hardware/abstracthardwarewrapper.h"
 
 namespace recorder {
 
@@ -26,6 +29,8 @@ void Devices::counted(std::int64_t at, int count)
 
 void Devices::found(std::int64_t at, int kind, int board, const std::string &info)
 {
+    if (board < 0)
+        return; // no line may name it
     if (m_devices.count(board) == 0)
         tellDevice(at, kind, board, info);
     m_devices[board].listed = true;
@@ -52,7 +57,8 @@ void Devices::reports(std::int64_t at, int board)
 void Devices::tellDevice(std::int64_t at, int kind, int board, const std::string &info)
 {
     capture::Writer::Json line{{"type", "device"}, {"at", at}, {"kind", kind}, {"board", board}};
-    line["info"] = m_hidesSerialNumbers ? capture::withoutSerialNumbers(info) : info;
+    const std::string text = capture::validText(info, _ZORVIC_DEVICE_INFO::longestInfo);
+    line["info"] = m_hidesSerialNumbers ? capture::withoutSerialNumbers(text) : text;
     if (m_enumerated)
         line["plugged"] = false; // it arrives with the plug line that follows
     m_writer.add(line);

@@ -112,7 +112,7 @@ void keepBytes([[maybe_unused]] Record &record, [[maybe_unused]] const Arguments
         Session::keep(record, std::get<2>(arguments), sizeOf(std::get<1>(arguments)));
     } else if constexpr (function == Function::SendCommand) {
         const char *const command = std::get<1>(arguments);
-        Session::keep(record, command, command ? std::strlen(command) : 0);
+        Session::keep(record, command, command ? strnlen(command, Record::longestText) : 0);
     } else if constexpr (function == Function::EnumDeviceInfo) {
         const _ZORVIC_DEVICE_INFO *const info = std::get<1>(arguments);
         if (!info || (record.result & 0xFF) == 0)

@@ -18,6 +18,7 @@ struct Record
 
     static constexpr std::size_t inlineSize = 128;    ///< bytes: eighteen touches
     static constexpr std::size_t longestKept = 16384; ///< bytes of one report
+    static constexpr std::size_t longestText = 8192;  ///< bytes; as JSON up to six times as many
     static constexpr std::size_t mostArguments = 5;
 
     Kind kind = Kind::report;

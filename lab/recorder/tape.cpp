@@ -1,7 +1,11 @@
 #include "recorder/tape.h"
 
+#include "capture/validtext.h"
 #include "recorder/arguments.h"
 #include "recorder/clock.h"
+
+#include "fields.h"
+#include "hex.h"
 
 #include <algorithm>
 #include <chrono>
@@ -179,6 +183,10 @@ void Tape::write(const Pending &pending)
         writeCall(record);
         return;
     }
+    if (record.board < 0) {
+        writeNegative(record);
+        return;
+    }
     m_devices.reports(at(record.begin), record.board);
     passOnDevices();
     std::optional<std::uint32_t> length;
@@ -193,6 +201,15 @@ void Tape::write(const Pending &pending)
     m_trace->addReport(record.board, bytesOf(record), record.kept, record.begin);
     if (pending.returned >= 0)
         m_trace->addReturn(record.board, record.begin, pending.returned);
+}
+
+void Tape::writeNegative(const Record &record)
+{
+    const std::string text = "board " + std::to_string(record.board) + " reports "
+        + boardsim::hexText(bytesOf(record), static_cast<int>(record.kept));
+    m_writer.add({{"type", "note"},
+                  {"at", at(record.begin)},
+                  {"text", capture::validText(text, boardsim::longestText)}});
 }
 
 void Tape::writeCall(const Record &record)

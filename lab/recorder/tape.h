@@ -54,6 +54,8 @@ private:
     /// Writes what is complete, or older than @p deadline, up to the first record that is neither.
     void writeUpTo(std::int64_t deadline);
     void write(const Pending &pending);
+    /// A report of a board with a number that no report line may have becomes a note.
+    void writeNegative(const Record &record);
     void writeCall(const Record &record);
     void followDevices(const Record &record);
     std::int64_t at(std::int64_t time) const { return (time - m_begin) / 1000; }
