@@ -213,6 +213,21 @@ TEST_F(AFaultInARecording, ThatTheProgramCausesWithALongTextLeavesItReadable)
     EXPECT_EQ(lines("call").size(), 4U);
 }
 
+TEST_F(AFaultInARecording, OfADriverThatCallsBackForeverDoesNotCrashTheProgramAtItsEnd)
+{
+    use(endless(1));
+    record_programs();
+    setenv("BOARDREC_DRIVER", (SimulatedDriver::hostile_folder() + "/libzorvicboardex.so.1").toUtf8(), 1);
+    setenv("BOARDSIM_MISBEHAVIOUR", "callbacks-after-detach=20000", 1);
+    QProcess program;
+
+    program.start(BOARD_PROGRAM, {"5", "100"});
+
+    EXPECT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(lines().back()["type"], "end");
+}
+
 TEST_F(AFaultInARecording, OfADriverThatDescribesItsBoardsBadlyLeavesItReadable)
 {
     for (const char *const misbehaviour : {"full-record", "latin-1-info", "same-number", "device-count=9"}) {

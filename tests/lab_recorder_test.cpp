@@ -49,6 +49,19 @@ TEST_P(ARecordingOfADriverWithoutOneFunction, LacksThatFunctionOnly)
 INSTANTIATE_TEST_SUITE_P(, ARecordingOfADriverWithoutOneFunction, testing::ValuesIn(export_names),
                          [](const auto &row) { return row.param; });
 
+TEST_F(ARecording, ClosesTheRealDriverWhenItIsUnloaded)
+{
+    const std::string driver = SimulatedDriver::folder().toStdString() + "/libzorvicboardex.so.1";
+    record_driver(driver);
+    void *const loaded = dlopen(driver.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(loaded, nullptr);
+    dlclose(loaded);
+
+    close();
+
+    EXPECT_EQ(dlopen(driver.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
 TEST_F(ARecording, OffersNothingWithoutADriver)
 {
     testing::internal::CaptureStderr();

@@ -21,12 +21,20 @@ std::int32_t threadNumber()
     return number;
 }
 
+/// Whether the library is being unloaded. Then this destructor function, being the library's, comes before
+/// the destructors of its objects; at the end of the process it comes behind them.
+bool isUnloaded = false;
+__attribute__((destructor)) void noteUnloading()
+{
+    isUnloaded = true;
+}
+
 /// The loader makes this before dlopen returns, so that the resolvers of the exports find the driver's
 /// functions, and destroys it before what the real driver has made.
 struct Lifetime
 {
     Lifetime() { Session::instance(); }
-    ~Lifetime() { Session::instance().end(); }
+    ~Lifetime() { Session::instance().end(isUnloaded); }
 } lifetime;
 
 } // namespace
@@ -47,11 +55,12 @@ Session::Session() : m_driver(m_settings.driver)
     m_isRecording = true;
 }
 
-void Session::end()
+void Session::end(bool closes)
 {
     m_isRecording = false;
     m_tape.reset();
-    m_driver.close();
+    if (closes)
+        m_driver.close();
 }
 
 std::uint64_t Session::beginReport(int board, const std::uint8_t *data, std::uint32_t length)

@@ -21,8 +21,9 @@ class Session
 public:
     static Session &instance();
 
-    /// Writes the end of the recording, and closes the real driver. Called once.
-    void end();
+    /// Writes the end of the recording, and closes the real driver if @p closes: at the end of the process
+    /// its threads may still run. Called once.
+    void end(bool closes);
 
     const RealDriver &driver() const { return m_driver; }
     Registrations &registrations() { return m_registrations; }
