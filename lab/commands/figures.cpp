@@ -14,24 +14,12 @@ namespace {
 using capture::Contact;
 using capture::Line;
 using capture::ReportKind;
+using Json = nlohmann::json;
 
 constexpr std::int64_t second = 1'000'000;   // microseconds
-constexpr std::int64_t dropoutTime = 50'000; // microseconds in which a pen touches again
+constexpr std::int64_t dropoutTime = 50'000; // microseconds in which a contact is down again
 constexpr double boardWidth = 32768;         // board units
 constexpr double dropoutWay = 0.02 * boardWidth;
-
-void keepLastSecond(std::deque<std::int64_t> &times, std::int64_t now)
-{
-    times.push_back(now);
-    while (times.front() <= now - second)
-        times.pop_front();
-}
-
-double rateOf(const std::deque<std::int64_t> &times, std::int64_t now)
-{
-    return static_cast<double>(
-        std::count_if(times.begin(), times.end(), [now](std::int64_t time) { return time > now - second; }));
-}
 
 double distance(const Contact &a, const Contact &b)
 {
@@ -58,20 +46,59 @@ std::optional<double> Histogram::median() const
     return (static_cast<double>(step) + 0.5) * m_step;
 }
 
-double ContactFigures::rate(std::int64_t now) const
+void Pace::add(std::int64_t at, bool goesOn)
 {
-    return rateOf(lastSecond, now);
+    if (m_firstAt < 0)
+        m_firstAt = at;
+    if (goesOn) {
+        m_intervals.add(static_cast<double>(at - m_lastAt));
+        m_longest = std::max(m_longest, at - m_lastAt);
+    }
+    m_lastAt = at;
+    m_lastSecond.push_back(at);
+    while (m_lastSecond.front() <= at - second)
+        m_lastSecond.pop_front();
 }
 
-double Figures::Board::rate(std::int64_t now) const
+double Pace::rate(std::int64_t now) const
 {
-    return rateOf(lastSecond, now);
+    return static_cast<double>(std::count_if(m_lastSecond.begin(), m_lastSecond.end(),
+                                             [now](std::int64_t time) { return time > now - second; }));
+}
+
+std::optional<double> Pace::lowest() const
+{
+    if (m_longest <= 0)
+        return {};
+    return static_cast<double>(second) / static_cast<double>(m_longest);
+}
+
+std::optional<double> Pace::median() const
+{
+    const auto interval = m_intervals.median();
+    if (!interval)
+        return {};
+    return static_cast<double>(second) / *interval;
+}
+
+bool Pace::isKnown(std::int64_t now) const
+{
+    return m_firstAt >= 0 && now - m_firstAt >= second;
+}
+
+bool ContactFigures::isStuck(std::int64_t now) const
+{
+    return last.down && now - pace.lastAt() >= second;
 }
 
 void Figures::follow(const Line &line)
 {
-    m_now = std::max(m_now, line.at.value_or(0));
+    m_time = std::max(m_time, line.at.value_or(0));
+    m_now = std::max(m_now, m_time);
     switch (line.type) {
+    case Line::Type::first:
+        followFirst(line);
+        break;
     case Line::Type::report:
         followReport(line);
         break;
@@ -79,17 +106,44 @@ void Figures::follow(const Line &line)
         ++m_boards[line.board].handbacks;
         break;
     case Line::Type::device:
-        m_boards[line.board].plugged = nlohmann::json::parse(line.text).value("plugged", true);
+        m_boards[line.board].plugged = Json::parse(line.text).value("plugged", true);
         break;
     case Line::Type::plug:
+        m_boards[line.board].plugged = true;
+        break;
     case Line::Type::unplug:
-        m_boards[line.board].plugged = line.type == Line::Type::plug;
+        m_boards[line.board].plugged = false;
+        forgetContacts(line.board);
         break;
-    case Line::Type::lost:
-        m_lost += nlohmann::json::parse(line.text).at("count").get<std::uint64_t>();
+    case Line::Type::lost: {
+        const Json lost = Json::parse(line.text);
+        (lost.contains("reader") ? m_missed : m_lost) += lost.at("count").get<std::uint64_t>();
         break;
+    }
     default:
         break;
+    }
+}
+
+void Figures::pass(std::chrono::microseconds time)
+{
+    m_now = std::max(m_now, m_time + time.count());
+}
+
+void Figures::followFirst(const Line &line)
+{
+    const Json first = Json::parse(line.text);
+    const auto screens = first.find("screens");
+    if (screens == first.end() || !screens->is_array())
+        return;
+    for (const Json &screen : *screens) {
+        const auto isLength = [&screen](const char *name) {
+            return screen.is_object() && screen.contains(name) && screen[name].is_number_integer();
+        };
+        if (!isLength("width") || !isLength("height") || screen.value("primary", Json()) != true)
+            continue;
+        m_screenWidth = screen["width"].get<int>();
+        m_screenHeight = screen["height"].get<int>();
     }
 }
 
@@ -97,7 +151,7 @@ void Figures::followReport(const Line &line)
 {
     Board &board = m_boards[line.board];
     ++board.reports;
-    keepLastSecond(board.lastSecond, m_now);
+    board.pace.add(m_time, board.down > 0);
     if (line.inside) {
         board.inside.add(*line.inside);
         board.longestInside = std::max(board.longestInside, *line.inside);
@@ -114,46 +168,53 @@ void Figures::followContact(int board, ReportKind kind, const Contact &contact)
 {
     const auto [found, isNew] = m_contacts.try_emplace({board, kind, contact.id});
     ContactFigures &figures = found->second;
-    const bool wasDown = !isNew && figures.last.down;
-    if (!contact.down && !wasDown && kind != ReportKind::pen)
-        ++m_boards[board].orphanLifts;
-    if (contact.down && !wasDown) {
-        countDropout(board, figures, contact);
-        figures.downAt = m_now;
-    }
-    if (wasDown && contact.down) {
-        const std::int64_t interval = m_now - figures.lastAt;
-        figures.intervals.add(static_cast<double>(interval));
-        figures.longestInterval = std::max(figures.longestInterval, interval);
-    }
+    const bool wasDown = figures.last.down;
+    countLift(board, kind, figures, contact);
     if (!isNew) {
-        figures.since = m_now - figures.lastAt;
+        figures.since = m_time - figures.pace.lastAt();
         figures.movedX = contact.x - figures.last.x;
         figures.movedY = contact.y - figures.last.y;
     }
+    figures.pace.add(m_time, wasDown && contact.down);
     figures.last = contact;
-    figures.lastAt = m_now;
     ++figures.samples;
-    keepLastSecond(figures.lastSecond, m_now);
     figures.lowestX = std::min(figures.lowestX, contact.x);
     figures.highestX = std::max(figures.highestX, contact.x);
     figures.lowestY = std::min(figures.lowestY, contact.y);
     figures.highestY = std::max(figures.highestY, contact.y);
 }
 
-void Figures::countDropout(int board, const ContactFigures &figures, const Contact &contact)
+void Figures::countLift(int number, ReportKind kind, ContactFigures &figures, const Contact &contact)
 {
-    const bool wasHere = figures.samples > 0 && figures.downAt > 0;
-    if (wasHere && m_now - figures.lastAt <= dropoutTime && distance(figures.last, contact) <= dropoutWay)
-        ++m_boards[board].dropouts;
+    Board &board = m_boards[number];
+    const bool wasDown = figures.last.down;
+    board.down += (contact.down ? 1 : 0) - (wasDown ? 1 : 0);
+    if (wasDown && !contact.down) {
+        figures.liftedAt = m_time;
+        figures.lifted = figures.last;
+    } else if (!wasDown && !contact.down && kind != ReportKind::pen) {
+        ++board.orphanLifts;
+    } else if (!wasDown && contact.down && figures.liftedAt && m_time - *figures.liftedAt <= dropoutTime
+               && distance(figures.lifted, contact) <= dropoutWay) {
+        ++board.dropouts;
+    }
+}
+
+/// An unplugged board lifts nothing; whatever was down no longer is.
+void Figures::forgetContacts(int board)
+{
+    m_boards[board].down = 0;
+    for (auto &[key, figures] : m_contacts) {
+        if (std::get<0>(key) == board)
+            figures.last.down = false;
+    }
 }
 
 std::uint64_t Figures::stuck() const
 {
     return static_cast<std::uint64_t>(
-        std::count_if(m_contacts.begin(), m_contacts.end(), [this](const auto &entry) {
-            return entry.second.last.down && m_now - entry.second.lastAt >= second;
-        }));
+        std::count_if(m_contacts.begin(), m_contacts.end(),
+                      [this](const auto &entry) { return entry.second.isStuck(m_now); }));
 }
 
 } // namespace lab

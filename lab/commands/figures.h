@@ -4,6 +4,7 @@
 #include "capture/line.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -32,26 +33,49 @@ private:
     std::uint64_t m_count = 0;
 };
 
+/// How regularly something reports. Times are microseconds.
+class Pace
+{
+public:
+    /// A report at @p at. @p goesOn: whether the one before belongs to the same contact, so that the time
+    /// between them is an interval, not a rest.
+    void add(std::int64_t at, bool goesOn);
+
+    /// Reports in the second before @p now.
+    double rate(std::int64_t now) const;
+    /// What the longest interval and the median one amount to, a second; nothing without intervals.
+    std::optional<double> lowest() const;
+    std::optional<double> median() const;
+    /// Whether a whole second has passed since the first report.
+    bool isKnown(std::int64_t now) const;
+    std::int64_t lastAt() const { return m_lastAt; }
+
+private:
+    std::deque<std::int64_t> m_lastSecond; ///< times of the reports
+    Histogram m_intervals{100};
+    std::int64_t m_longest = 0; ///< interval
+    std::int64_t m_firstAt = -1;
+    std::int64_t m_lastAt = 0;
+};
+
 /// What can be said about one contact while it is followed. Times are microseconds, positions board units.
 struct ContactFigures
 {
     capture::Contact last;
-    std::int64_t lastAt = 0;
-    std::int64_t downAt = 0;
+    Pace pace;
     std::uint64_t samples = 0;
-    std::deque<std::int64_t> lastSecond; ///< times of the samples
-    Histogram intervals{100};            ///< between samples while it is down
-    std::int64_t longestInterval = 0;    ///< while it is down
-    std::optional<std::int64_t> since;   ///< between the last two samples
-    int movedX = 0;                      ///< between the last two samples
+    std::optional<std::int64_t> liftedAt; ///< when it lifted last, as a touch or with its tip
+    capture::Contact lifted;              ///< its last sample that was down
+    std::optional<std::int64_t> since;    ///< between the last two samples, as the next two
+    int movedX = 0;
     int movedY = 0;
     int lowestX = 65535;
     int highestX = 0;
     int lowestY = 65535;
     int highestY = 0;
 
-    /// Reports a second, over the second before @p now.
-    double rate(std::int64_t now) const;
+    /// Down, and silent for a second or more.
+    bool isStuck(std::int64_t now) const;
 };
 
 /// What a running recording shows: the figures of every contact, and of each board. Used on one thread.
@@ -64,39 +88,52 @@ public:
     {
         std::uint64_t reports = 0;
         std::uint64_t undecodable = 0;
-        std::uint64_t dropouts = 0;    ///< a pen's tip lifted in motion and touched again at once
+        std::uint64_t dropouts = 0;    ///< lifts after which the contact was down again at once, and near
         std::uint64_t orphanLifts = 0; ///< of contacts that were not down
         std::uint64_t handbacks = 0;
-        std::deque<std::int64_t> lastSecond; ///< times of the reports
-        Histogram inside{0.5};               ///< microseconds in the program's callback
+        int down = 0;          ///< contacts
+        Pace pace;             ///< while contacts are down
+        Histogram inside{0.5}; ///< microseconds in the program's callback
         double longestInside = 0;
         bool plugged = true;
         std::string lastHex; ///< of the last report
-
-        double rate(std::int64_t now) const;
     };
 
     /// Takes in one line.
     void follow(const capture::Line &line);
+    /// So much time has passed since the last line came.
+    void pass(std::chrono::microseconds time);
 
-    /// The time of the newest line.
+    /// The time of the newest line, and what has passed since.
     std::int64_t now() const { return m_now; }
+    /// Pixels of the primary screen; 1920 x 1080 if the recording does not tell.
+    int screenWidth() const { return m_screenWidth; }
+    int screenHeight() const { return m_screenHeight; }
     const std::map<int, Board> &boards() const { return m_boards; }
     const std::map<Key, ContactFigures> &contacts() const { return m_contacts; }
     std::uint64_t lost() const { return m_lost; }
-    /// Contacts that are down and have been silent for a second or more.
+    /// Lines that did not come because this reader was too slow; the recording has them.
+    std::uint64_t missed() const { return m_missed; }
+    /// Contacts that never lifted: they are down, and silent for a second or more.
     std::uint64_t stuck() const;
 
 private:
+    void followFirst(const capture::Line &line);
     void followReport(const capture::Line &line);
     void followContact(int board, capture::ReportKind kind, const capture::Contact &contact);
-    void countDropout(int board, const ContactFigures &figures, const capture::Contact &contact);
+    void countLift(int board, capture::ReportKind kind, ContactFigures &figures,
+                   const capture::Contact &contact);
+    void forgetContacts(int board);
 
     std::map<int, Board> m_boards;
     std::map<Key, ContactFigures> m_contacts;
     capture::Report m_report;
+    std::int64_t m_time = 0; ///< of the newest line
     std::int64_t m_now = 0;
     std::uint64_t m_lost = 0;
+    std::uint64_t m_missed = 0;
+    int m_screenWidth = 1920;
+    int m_screenHeight = 1080;
 };
 
 } // namespace lab

@@ -1,10 +1,12 @@
 #include "commands/limits.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 
 namespace lab {
 
-std::optional<Limit> Limit::parse(const std::string &text)
+std::optional<Limit> Limit::parse(const std::string &text, const std::vector<std::string> &keys)
 {
     const std::size_t sign = text.find_first_of("<>");
     if (sign == std::string::npos || sign == 0)
@@ -15,7 +17,8 @@ std::optional<Limit> Limit::parse(const std::string &text)
     limit.text = text;
     const char *const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data() + sign + 1, end, limit.value);
-    if (error != std::errc() || rest != end)
+    const bool isKnown = std::find(keys.begin(), keys.end(), limit.key) != keys.end();
+    if (error != std::errc() || rest != end || !std::isfinite(limit.value) || !isKnown)
         return {};
     return limit;
 }

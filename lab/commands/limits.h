@@ -15,8 +15,8 @@ struct Limit
     double value = 0;
     std::string text; ///< as it was given
 
-    /// Nothing if @p text is none.
-    static std::optional<Limit> parse(const std::string &text);
+    /// Nothing if @p text is none, or its key is none of @p keys.
+    static std::optional<Limit> parse(const std::string &text, const std::vector<std::string> &keys);
     /// Whether @p figure passes it.
     bool isPassedBy(double figure) const { return isHighest ? figure > value : figure < value; }
 };

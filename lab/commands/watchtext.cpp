@@ -18,10 +18,11 @@ template <typename... Arguments> std::string format(const char *pattern, Argumen
     return {text.data(), static_cast<std::size_t>(std::clamp(length, 0, int(text.size()) - 1))};
 }
 
-/// Raw units to pixels of a screen of 1920 x 1080, which most boards have.
+/// Raw units to pixels of a screen that is @p size pixels wide or high.
 int pixels(int units, int size)
 {
-    return units * size / 32768;
+    constexpr int screenUnits = 32768;
+    return static_cast<int>(static_cast<std::int64_t>(units) * size / screenUnits);
 }
 
 std::string optionalText(const char *pattern, const std::optional<double> &value)
@@ -29,73 +30,97 @@ std::string optionalText(const char *pattern, const std::optional<double> &value
     return value ? format(pattern, *value) : "-";
 }
 
-std::string stateText(ReportKind kind, const capture::Contact &contact, bool isSilent)
+unsigned long long count(std::uint64_t value)
 {
-    std::string state = contact.down ? "down" : kind == ReportKind::pen ? "hover" : "up";
-    if (contact.button)
-        state += "+btn";
-    if (contact.down && isSilent)
-        state = "STUCK";
-    return state;
+    return value;
+}
+
+/// "down", "STUCK", "hover" or "up", and the pen's button and its third bit.
+std::string stateText(ReportKind kind, const ContactFigures &contact, std::int64_t now)
+{
+    std::string state = kind == ReportKind::pen ? "hover" : "up";
+    if (contact.last.down)
+        state = contact.isStuck(now) ? "STUCK" : "down";
+    return state + (contact.last.button ? "+btn" : "") + (contact.last.bit2 ? "+bit2" : "");
 }
 
 std::string sizeText(ReportKind kind, const capture::Contact &contact)
 {
     if (kind == ReportKind::touch)
-        return std::to_string(contact.width);
+        return format("extent %d; ", contact.width);
     if (kind == ReportKind::erase)
-        return format("%dx%d", contact.width, contact.height);
-    return "-";
+        return format("%dx%d; ", contact.width, contact.height);
+    return {};
 }
 
-/// The lowest rate is what the longest interval amounts to.
-std::optional<double> perSecond(std::optional<double> interval)
+std::string ageText(std::int64_t age)
 {
-    if (!interval || *interval <= 0)
-        return {};
-    return 1e6 / *interval;
-}
-
-std::optional<double> lowestRate(const ContactFigures &contact)
-{
-    if (contact.longestInterval == 0)
-        return {};
-    return perSecond(static_cast<double>(contact.longestInterval));
+    const long long milliseconds = age / 1000;
+    return milliseconds < 100'000 ? format("%lld ms", milliseconds) : format("%lld s", milliseconds / 1000);
 }
 
 std::string boardLine(int number, const Figures::Board &board, std::int64_t now)
 {
-    return format("board %d%s  %.0f/s  %llu reports  %llu unreadable  %llu dropouts  %llu lifts of nothing  "
-                  "%llu back",
-                  number, board.plugged ? "" : " (unplugged)", board.rate(now),
-                  static_cast<unsigned long long>(board.reports),
-                  static_cast<unsigned long long>(board.undecodable),
-                  static_cast<unsigned long long>(board.dropouts),
-                  static_cast<unsigned long long>(board.orphanLifts),
-                  static_cast<unsigned long long>(board.handbacks))
-        + "  inside " + optionalText("%.1f", board.inside.median())
-        + format(" us, longest %.1f", board.longestInside);
+    return format("board %d%s  %.0f/s now, lowest ", number, board.plugged ? "" : " (unplugged)",
+                  board.pace.rate(now))
+        + optionalText("%.0f", board.pace.lowest()) + ", median " + optionalText("%.0f", board.pace.median())
+        + format("; %llu reports, the last ", count(board.reports)) + ageText(now - board.pace.lastAt())
+        + " ago";
+}
+
+std::string faultsLine(const Figures::Board &board)
+{
+    return format("  %llu dropouts, %llu lifts of nothing, %llu unreadable, %llu handed back",
+                  count(board.dropouts), count(board.orphanLifts), count(board.undecodable),
+                  count(board.handbacks));
+}
+
+std::string insideLine(const Figures::Board &board)
+{
+    return "  inside the callback " + optionalText("%.1f", board.inside.median())
+        + format(" us, longest %.1f us", board.longestInside);
 }
 
 constexpr const char *heading =
-    "  contact    state     now/s  lowest  median   age ms       x      y   px,py      size"
-    "     ms    dx    dy       min x..max x       min y..max y";
+    "  contact   state         /s lowest median      ago      x      y    px    py";
 
-std::string contactLine(const Figures::Key &key, const ContactFigures &contact, std::int64_t now)
+std::vector<std::string> contactLines(const Figures::Key &key, const ContactFigures &contact,
+                                      const Figures &figures)
 {
     const auto &[board, kind, id] = key;
-    const std::int64_t age = now - contact.lastAt;
-    return format("  %-6s %3d %-8s %6.0f", std::string(nameOf(kind)).c_str(), id,
-                  stateText(kind, contact.last, age >= 1'000'000).c_str(), contact.rate(now))
-        + format("  %6s  %6s", optionalText("%.0f", lowestRate(contact)).c_str(),
-                 optionalText("%.0f", perSecond(contact.intervals.median())).c_str())
-        + format("  %7lld  %6d %6d  %4d,%-4d  %7s", static_cast<long long>(age / 1000), contact.last.x,
-                 contact.last.y, pixels(contact.last.x, 1920), pixels(contact.last.y, 1080),
-                 sizeText(kind, contact.last).c_str())
-        + format("  %5.1f %5d %5d", contact.since ? static_cast<double>(*contact.since) / 1000 : 0.0,
-                 contact.movedX, contact.movedY)
-        + format("  %7d..%-7d  %7d..%-7d", contact.lowestX, contact.highestX, contact.lowestY,
-                 contact.highestY);
+    const std::int64_t now = figures.now();
+    const std::string name = std::string(nameOf(kind)) + " " + std::to_string(id);
+    const std::string values = format("  %-9s %-11s %4.0f", name.c_str(),
+                                      stateText(kind, contact, now).c_str(), contact.pace.rate(now))
+        + format(" %6s %6s %8s", optionalText("%.0f", contact.pace.lowest()).c_str(),
+                 optionalText("%.0f", contact.pace.median()).c_str(),
+                 ageText(now - contact.pace.lastAt()).c_str())
+        + format(" %6d %6d %5d %5d", contact.last.x, contact.last.y,
+                 pixels(contact.last.x, figures.screenWidth()),
+                 pixels(contact.last.y, figures.screenHeight()));
+    const std::string since = contact.since
+        ? format("after %.1f ms by %d, %d", double(*contact.since) / 1000, contact.movedX, contact.movedY)
+        : "first report";
+    const std::string ranges =
+        format("; x %d..%d, y %d..%d", contact.lowestX, contact.highestX, contact.lowestY, contact.highestY);
+    return {values, "    " + sizeText(kind, contact.last) + since + ranges};
+}
+
+/// The contacts of one board, those that are down first.
+std::vector<std::string> contactTable(int board, const Figures &figures)
+{
+    std::vector<std::string> lines;
+    for (const bool down : {true, false}) {
+        for (const auto &[key, contact] : figures.contacts()) {
+            if (std::get<0>(key) != board || contact.last.down != down)
+                continue;
+            const auto told = contactLines(key, contact, figures);
+            lines.insert(lines.end(), told.begin(), told.end());
+        }
+    }
+    if (!lines.empty())
+        lines.insert(lines.begin(), heading);
+    return lines;
 }
 
 Json optionalJson(const std::optional<double> &value)
@@ -103,23 +128,36 @@ Json optionalJson(const std::optional<double> &value)
     return value ? Json(*value) : Json();
 }
 
-Json contactJson(const Figures::Key &key, const ContactFigures &contact, std::int64_t now)
+double seconds(std::int64_t microseconds)
+{
+    return static_cast<double>(microseconds) / 1e6;
+}
+
+Json contactJson(const Figures::Key &key, const ContactFigures &contact, const Figures &figures)
 {
     const auto &[board, kind, id] = key;
+    const std::int64_t now = figures.now();
     return {{"board", board},
             {"kind", nameOf(kind)},
             {"id", id},
             {"down", contact.last.down},
+            {"stuck", contact.isStuck(now)},
             {"button", contact.last.button},
+            {"bit2", contact.last.bit2},
             {"x", contact.last.x},
             {"y", contact.last.y},
+            {"px", pixels(contact.last.x, figures.screenWidth())},
+            {"py", pixels(contact.last.y, figures.screenHeight())},
             {"width", contact.last.width},
             {"height", contact.last.height},
             {"samples", contact.samples},
-            {"rate_hz", contact.rate(now)},
-            {"lowest_rate_hz", optionalJson(lowestRate(contact))},
-            {"median_rate_hz", optionalJson(perSecond(contact.intervals.median()))},
-            {"age_s", static_cast<double>(now - contact.lastAt) / 1e6},
+            {"rate_hz", contact.pace.rate(now)},
+            {"lowest_rate_hz", optionalJson(contact.pace.lowest())},
+            {"median_rate_hz", optionalJson(contact.pace.median())},
+            {"age_s", seconds(now - contact.pace.lastAt())},
+            {"since_s", contact.since ? Json(seconds(*contact.since)) : Json()},
+            {"moved_x", contact.movedX},
+            {"moved_y", contact.movedY},
             {"min_x", contact.lowestX},
             {"max_x", contact.highestX},
             {"min_y", contact.lowestY},
@@ -130,14 +168,18 @@ Json boardJson(int number, const Figures::Board &board, std::int64_t now)
 {
     return {{"board", number},
             {"plugged", board.plugged},
-            {"rate_hz", board.rate(now)},
+            {"rate_hz", board.pace.rate(now)},
+            {"lowest_rate_hz", optionalJson(board.pace.lowest())},
+            {"median_rate_hz", optionalJson(board.pace.median())},
+            {"age_s", board.reports > 0 ? Json(seconds(now - board.pace.lastAt())) : Json()},
             {"reports", board.reports},
             {"undecodable_count", board.undecodable},
             {"dropout_count", board.dropouts},
             {"orphan_lift_count", board.orphanLifts},
             {"handback_count", board.handbacks},
             {"inside_median_us", optionalJson(board.inside.median())},
-            {"inside_longest_us", board.longestInside}};
+            {"inside_longest_us", board.longestInside},
+            {"last_hex", board.lastHex}};
 }
 
 } // namespace
@@ -145,33 +187,30 @@ Json boardJson(int number, const Figures::Board &board, std::int64_t now)
 std::vector<std::string> watchText(const Figures &figures, bool showsBytes)
 {
     std::vector<std::string> lines;
+    lines.push_back(format("%.3f s  %llu never lifted, %llu lost by the recorder", seconds(figures.now()),
+                           count(figures.stuck()), count(figures.lost()))
+                    + (figures.missed() > 0 ? format(", %llu not seen here", count(figures.missed())) : ""));
     for (const auto &[number, board] : figures.boards()) {
         lines.push_back(boardLine(number, board, figures.now()));
+        lines.push_back(faultsLine(board));
+        lines.push_back(insideLine(board));
         if (showsBytes)
             lines.push_back("  last report " + board.lastHex);
-        lines.emplace_back(heading);
-        for (const auto &[key, contact] : figures.contacts()) {
-            if (std::get<0>(key) == number)
-                lines.push_back(contactLine(key, contact, figures.now()));
-        }
+        const auto contacts = contactTable(number, figures);
+        lines.insert(lines.end(), contacts.begin(), contacts.end());
     }
-    lines.push_back(format(
-        "%.3f s  %llu never lifted  %llu lost by the recorder", static_cast<double>(figures.now()) / 1e6,
-        static_cast<unsigned long long>(figures.stuck()), static_cast<unsigned long long>(figures.lost())));
     return lines;
 }
 
 Json watchJson(const Figures &figures)
 {
-    Json json{{"at_s", static_cast<double>(figures.now()) / 1e6},
-              {"lost_count", figures.lost()},
-              {"stuck_count", figures.stuck()},
-              {"boards", Json::array()},
-              {"contacts", Json::array()}};
+    Json json{{"at_s", seconds(figures.now())},   {"lost_count", figures.lost()},
+              {"missed_count", figures.missed()}, {"stuck_count", figures.stuck()},
+              {"boards", Json::array()},          {"contacts", Json::array()}};
     for (const auto &[number, board] : figures.boards())
         json["boards"].push_back(boardJson(number, board, figures.now()));
     for (const auto &[key, contact] : figures.contacts())
-        json["contacts"].push_back(contactJson(key, contact, figures.now()));
+        json["contacts"].push_back(contactJson(key, contact, figures));
     return json;
 }
 
@@ -181,7 +220,8 @@ std::map<std::string, double> watchFigures(const Figures &figures)
     values["stuck_count"] = static_cast<double>(figures.stuck());
     values["lost_count"] = static_cast<double>(figures.lost());
     for (const auto &[number, board] : figures.boards()) {
-        values["reports_per_second"] += board.rate(figures.now());
+        if (board.pace.isKnown(figures.now()))
+            values["reports_per_second"] += board.pace.rate(figures.now());
         values["orphan_lift_count"] += static_cast<double>(board.orphanLifts);
         values["dropout_count"] += static_cast<double>(board.dropouts);
         values["undecodable_count"] += static_cast<double>(board.undecodable);
