@@ -216,7 +216,7 @@ TEST_F(ARecordingWithATrace, NeedsNoFileOfLines)
 {
     use("");
     setenv("BOARDREC_DRIVER", (SimulatedDriver::folder() + "/libzorvicboardex.so.1").toUtf8(), 1);
-    open(QStringLiteral(LANTERNIX_RECORDER_FOLDER));
+    open_recorder();
     {
         const Attached attached(*this);
     }

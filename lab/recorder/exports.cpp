@@ -171,7 +171,11 @@ struct Forward<function, Result(Arguments...)>
     }
 
     /// The forwarder, or null if the real driver has no such function.
-    static Type *resolve() { return Session::instance().driver().at(function) ? &call : nullptr; }
+    static Type *resolve()
+    {
+        Session::begin();
+        return Session::instance().driver().at(function) ? &call : nullptr;
+    }
 };
 
 } // namespace

@@ -30,12 +30,24 @@ __attribute__((destructor)) void noteUnloading()
 }
 
 /// The loader makes this before dlopen returns, so that the resolvers of the exports find the driver's
-/// functions, and destroys it before what the real driver has made.
-struct Lifetime
+/// functions. Other objects of the library may be made later, and destroyed earlier.
+struct Opening
 {
-    Lifetime() { Session::instance(); }
-    ~Lifetime() { Session::instance().end(isUnloaded); }
-} lifetime;
+    Opening() { Session::instance(); }
+    ~Opening()
+    {
+        if (isUnloaded) // at the end of the process the driver's threads may still run
+            Session::instance().closeDriver();
+    }
+} opening;
+
+/// A recording uses objects of the whole library: it begins after they have been made, and so ends before
+/// they are destroyed.
+struct Recording
+{
+    Recording() { Session::instance().beginTape(); }
+    ~Recording() { Session::instance().endTape(); }
+};
 
 } // namespace
 
@@ -45,7 +57,12 @@ Session &Session::instance()
     return *session;
 }
 
-Session::Session() : m_driver(m_settings.driver)
+void Session::begin()
+{
+    static const Recording recording;
+}
+
+void Session::beginTape()
 {
     const bool isWanted =
         !m_settings.capture.empty() || !m_settings.socket.empty() || !m_settings.vcd.empty();
@@ -55,12 +72,10 @@ Session::Session() : m_driver(m_settings.driver)
     m_isRecording = true;
 }
 
-void Session::end(bool closes)
+void Session::endTape()
 {
     m_isRecording = false;
     m_tape.reset();
-    if (closes)
-        m_driver.close();
 }
 
 std::uint64_t Session::beginReport(int board, const std::uint8_t *data, std::uint32_t length)

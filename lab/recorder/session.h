@@ -13,17 +13,21 @@
 
 namespace recorder {
 
-/// The one recording of this process: made when the loader has loaded the recorder, before the program can
-/// ask for any function of it, and ended when that is unloaded or the process exits. The object itself stays,
-/// since a driver's thread may still call back then. Any thread may call any function but end().
+/// The one recording of this process. The driver is opened when the loader has loaded the recorder, before
+/// the program can ask for any function of it; the recording begins when it does. It ends when the recorder
+/// is unloaded or the process exits. The object itself stays, since a driver's thread may still call back
+/// then. Any thread may call any function but the first four.
 class Session
 {
 public:
     static Session &instance();
 
-    /// Writes the end of the recording, and closes the real driver if @p closes: at the end of the process
-    /// its threads may still run. Called once.
-    void end(bool closes);
+    /// Begins the recording, unless that has been done.
+    static void begin();
+    void beginTape();
+    /// Writes the end of the recording.
+    void endTape();
+    void closeDriver() { m_driver.close(); }
 
     const RealDriver &driver() const { return m_driver; }
     Registrations &registrations() { return m_registrations; }
@@ -42,10 +46,10 @@ public:
     static void keep(Record &record, const void *bytes, std::size_t size);
 
 private:
-    Session();
+    Session() = default;
 
     const Settings m_settings = Settings::fromEnvironment();
-    RealDriver m_driver;
+    RealDriver m_driver{m_settings.driver};
     Registrations m_registrations;
     Queue m_queue;
     std::atomic<std::uint64_t> m_reports = 0;

@@ -33,7 +33,13 @@ protected:
     {
         setenv("BOARDREC_DRIVER", driver.c_str(), 1);
         setenv("BOARDREC_CAPTURE", capture_path().c_str(), 1);
+        open_recorder();
+    }
+    /// A recording begins when the program asks for a function.
+    void open_recorder()
+    {
         open(QStringLiteral(LANTERNIX_RECORDER_FOLDER));
+        has("Attach");
     }
     std::string capture_path() const { return path("capture.jsonl"); }
 
