@@ -59,6 +59,14 @@ GOALS = [
     ("pictures as before: pixels that differ, tags apart", "pictures: pixels that differ, tags apart", "median", 0, ""),
     ("pictures as before: largest difference in a tag",
      "pictures: largest difference in a tag", "median", 2, "levels of 255"),
+    ("recorder: added to a report on the driver's thread",
+     "recorder: report_on_the_drivers_thread: added", "median", 1000, "ns"),
+    ("recorder: added from report to pixel, pen (mean)",
+     "report to pixel: pen, recorded: to pixel, added by the recorder", "median", 0.1, "ms"),
+    ("recorder: 20,000 reports a second for a minute: lost",
+     "recorder: flood/rate:20000/seconds:60: lost", "median", 0, ""),
+    ("recorder: 100,000 reports a second: neither recorded nor counted",
+     "recorder: flood/rate:100000/seconds:20: neither_recorded_nor_counted", "median", 0, ""),
     ("trace: recording a change", "trace: recording/threads:1: ns_per_change", "median", 95, "ns"),
     ("trace: writing a change", "trace: writing: ns_per_change", "median", 250, "ns"),
 ]
@@ -172,6 +180,7 @@ class Run:
     def all(self):
         self.tolerate("probe", self.probe)
         for group, path in (("function", "functions/function_benchmarks"),
+                            ("recorder", "recorder/recorder_benchmark"),
                             ("trace", "trace/trace_recording_benchmark"),
                             ("trace", "trace/trace_writing_benchmark")):
             self.tolerate(group, self.benchmarks, group, self.build / "benchmarks" / path)
@@ -215,7 +224,8 @@ class Run:
 
     def probe(self):
         folder = self.build / "benchmarks" / "probe"
-        command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "bare_window", folder / "driver"]
+        command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "bare_window",
+                   (folder / "driver").resolve(), self.build / "lab" / "recorder-driver"]
         options = (["--quick"] if self.quick else []) + (["--before", self.before] if self.before else [])
         for name in [line.strip() for line in lines_of(command + [self.filter, "--list"] + options)]:
             self.tolerate(name, self.probe_case, name, command + [f"^{re.escape(name)}$"] + options)

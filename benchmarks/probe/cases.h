@@ -14,6 +14,7 @@ struct Setting
 {
     Paths paths;
     Paths bare_window; ///< a program that does nothing, for floors
+    Paths recorded;    ///< the program behind the recorder
     Screen &screen;
     std::string program_before; ///< the build to compare pictures with; may be empty
     bool quick = false;         ///< whether to repeat less often

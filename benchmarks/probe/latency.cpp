@@ -5,6 +5,7 @@
 #include "contacts.h"
 
 #include <algorithm>
+#include <numeric>
 #include <random>
 
 namespace {
@@ -13,6 +14,8 @@ constexpr int warm_up = 5; // reports; the first one makes the contact
 constexpr Nanoseconds resting = 1'500 * millisecond;
 constexpr Nanoseconds shortest_pause = 10 * millisecond;
 constexpr Nanoseconds longest_pause = 50 * millisecond;
+// Reports in these steps come at all times between two ticks in turn: four ticks and the golden ratio of one.
+constexpr Nanoseconds even_step = 36'944'272;
 
 // Steps are longer than the circles of the info tags, so that a place is untouched until its report.
 constexpr int pen_step = 32; // pixels, as are all below
@@ -103,6 +106,9 @@ public:
             / static_cast<double>(now() - start);
     }
 
+    /// Makes the pauses even instead of random, so that few reports tell a small difference.
+    void pause_evenly() { m_next = now(); }
+
     /// Adds samples and values to @p result; @p suffix is appended to their names.
     void run(const Walk &walk, Result &result, const std::string &suffix = {})
     {
@@ -135,8 +141,9 @@ public:
 private:
     void pause()
     {
-        const Nanoseconds end =
-            now() + std::uniform_int_distribution<Nanoseconds>(shortest_pause, longest_pause)(m_random);
+        const Nanoseconds end = m_next > 0
+            ? m_next += even_step
+            : now() + std::uniform_int_distribution<Nanoseconds>(shortest_pause, longest_pause)(m_random);
         while (m_setting.screen.wait_for_change(end)) { }
     }
 
@@ -144,6 +151,7 @@ private:
     const Setting &m_setting;
     Contacts m_contacts;
     std::mt19937 m_random{1};
+    Nanoseconds m_next = 0; ///< when the next pause ends; 0: after a random time
 };
 
 int report_count(const Setting &setting)
@@ -175,6 +183,36 @@ Result run_one_by_one(const Setting &setting, const Contacts &contacts, bool tag
     measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
     Result result;
     measurement.run(Walk(walk.begin() + warm_up, walk.end()), result);
+    return result;
+}
+
+double mean(const std::vector<double> &values)
+{
+    return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+/// Measures a pen in turn with and without the recorder.
+Result run_recorded(const Setting &setting)
+{
+    const Walk walk = walk_of_one(whole, pen_step, warm_up + report_count(setting));
+    std::vector<double> direct;
+    std::vector<double> recorded;
+    for (int round = 0; round < 4; ++round) {
+        const bool is_recorded = round % 2 != 0;
+        Program program(is_recorded ? setting.recorded : setting.paths, setting.screen);
+        program.prepare(true);
+        Measurement measurement(program, setting, {});
+        measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
+        measurement.pause_evenly();
+        Result result;
+        measurement.run(Walk(walk.begin() + warm_up, walk.end()), result);
+        for (const double time : result["samples"]["to pixel [ms]"])
+            (is_recorded ? recorded : direct).push_back(time);
+    }
+    Result result;
+    result["samples"]["to pixel [ms], without the recorder"] = direct;
+    result["samples"]["to pixel [ms], with the recorder"] = recorded;
+    result["values"]["to pixel [ms], added by the recorder"] = mean(recorded) - mean(direct);
     return result;
 }
 
@@ -272,6 +310,7 @@ void add_latency_cases(std::vector<Case> &cases)
                  }});
         }
     }
+    cases.push_back({"report to pixel: pen, recorded", run_recorded});
     cases.push_back({"report to pixel: a stroke of 20,000 segments", run_long_stroke});
     cases.push_back({"report to pixel: 100,000 segments on the screen", run_many_strokes});
 }

@@ -1,8 +1,8 @@
-// Usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--list] [--quick] [--before PROGRAM]
-// Runs the program, and the bare window for floors, with the probe's driver on the screen that DISPLAY names,
-// and measures the cases whose names match the regular expression FILTER. Prints one line with a JSON object
-// per case: its name, samples and values. --list prints the names instead. --before names another build of
-// the program to compare pictures with.
+// Usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER RECORDER_FOLDER FILTER [--list] [--quick] [--before
+// PROGRAM] Runs the program, and the bare window for floors, with the probe's driver on the screen that
+// DISPLAY names, and measures the cases whose names match the regular expression FILTER. Prints one line with
+// a JSON object per case: its name, samples and values. --list prints the names instead. --before names
+// another build of the program to compare pictures with.
 
 #include "cases.h"
 
@@ -52,11 +52,11 @@ int run(const Setting &setting, const std::vector<Case> &cases)
 int main(int argc, char *argv[])
 {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    bool understood = arguments.size() >= 4;
+    bool understood = arguments.size() >= 5;
     bool list = false;
     bool quick = false;
     std::string before;
-    for (std::size_t i = 4; i < arguments.size(); ++i) {
+    for (std::size_t i = 5; i < arguments.size(); ++i) {
         if (arguments[i] == "--list")
             list = true;
         else if (arguments[i] == "--quick")
@@ -67,23 +67,25 @@ int main(int argc, char *argv[])
             understood = false;
     }
     if (!understood) {
-        std::fputs("usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER FILTER [--list] [--quick] "
-                   "[--before PROGRAM]\n",
+        std::fputs("usage: program_probe PROGRAM BARE_WINDOW DRIVER_FOLDER RECORDER_FOLDER FILTER [--list] "
+                   "[--quick] [--before PROGRAM]\n",
                    stderr);
         return 2;
     }
     try {
-        const std::vector<Case> cases = chosen_cases(std::regex(arguments[3]), !before.empty());
+        const std::vector<Case> cases = chosen_cases(std::regex(arguments[4]), !before.empty());
         if (list) {
             for (const Case &chosen : cases)
                 std::puts(chosen.name.c_str());
             return 0;
         }
         if (cases.empty())
-            throw std::runtime_error("no case is called " + arguments[3]);
+            throw std::runtime_error("no case is called " + arguments[4]);
         Screen screen;
-        return run({{arguments[0], arguments[2]}, {arguments[1], arguments[2]}, screen, before, quick},
-                   cases);
+        const Paths recorded{arguments[0], arguments[3], arguments[2]};
+        return run(
+            {{arguments[0], arguments[2]}, {arguments[1], arguments[2]}, recorded, screen, before, quick},
+            cases);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "program_probe: %s\n", error.what());
         return 1;

@@ -90,6 +90,10 @@ Program::~Program()
 void Program::start(const Paths &paths)
 {
     setenv("LD_LIBRARY_PATH", paths.driver_folder.c_str(), 1);
+    if (!paths.recorded_driver_folder.empty()) {
+        setenv("BOARDREC_DRIVER", (paths.recorded_driver_folder + "/libzorvicboardex.so.1").c_str(), 1);
+        setenv("BOARDREC_CAPTURE", "/dev/null", 1); // what a disk takes is not the recorder's
+    }
     setenv(DeliveryRoom::variable, ("/proc/self/fd/" + std::to_string(m_room_file)).c_str(), 1);
     m_started = now();
     m_process = fork();

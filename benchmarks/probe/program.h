@@ -15,6 +15,8 @@ struct Paths
 {
     std::string program;       ///< file
     std::string driver_folder; ///< holds libzorvicboardex.so.1
+    /// If that is the recorder: the folder of the driver that it opens.
+    std::string recorded_driver_folder = {};
 };
 
 constexpr Nanoseconds millisecond = 1'000'000;
