@@ -264,6 +264,20 @@ TEST_F(ARollingRecording, SavesWhatWasThereWhenItWasAsked)
     EXPECT_EQ(answer["time"], 1'990'000);
 }
 
+TEST_F(ARollingRecording, DeletesNothingThatIsStillToBeSaved)
+{
+    recorder::Keeping keeping(path("capture.jsonl"), capture::Writer::Json::parse(text(first)), 3 * second,
+                              second);
+    for (std::int64_t at = 0; at < 6 * second; at += second)
+        keeping.step(at, at);
+    const auto before = parts();
+    keeping.request({0, path("kept.jsonl")}, 6 * second);
+
+    keeping.step(9 * second, 5 * second); // what came last has not been written yet
+
+    EXPECT_EQ(parts(), before);
+}
+
 TEST_F(ARollingRecording, FulfilsAllRequestsBeforeItEnds)
 {
     {

@@ -210,6 +210,8 @@ TEST_F(ARollingRecording, IsMadeOfThePartsThatAKilledProgramHasLeft)
     EXPECT_GT(lines("raw").size(), 100U);
     EXPECT_EQ(lines().back()["type"], "end");
     EXPECT_EQ(lab({"check", text(capture_path())}).status, 0);
+    const std::string again = lab({"keep", "-o", "-", text(capture_path())}).output;
+    EXPECT_EQ(lab({"check", "-"}, QByteArray::fromStdString(again)).status, 0);
     EXPECT_EQ(lab({"keep", text(capture_path())}).errors,
               capture_path() + ":0: exists already; -o FILE names another one\n");
 }

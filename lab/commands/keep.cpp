@@ -35,9 +35,11 @@ struct Options
 int tell(const Options &options, const std::string &file, std::int64_t reports, std::int64_t time)
 {
     const double seconds = static_cast<double>(time) / 1e6;
+    if (file == "-")
+        return success; // the recording is there itself
     if (options.json)
         std::printf("%s\n", Json{{"file", file}, {"reports", reports}, {"seconds", seconds}}.dump().c_str());
-    else if (file != "-")
+    else
         std::printf("%s: %" PRId64 " reports, %.1f s\n", file.c_str(), reports, seconds);
     return success;
 }

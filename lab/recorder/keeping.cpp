@@ -67,7 +67,7 @@ std::vector<Keeping::Answer> Keeping::step(std::int64_t now, std::int64_t writte
         m_waiting.pop_front();
     }
     m_parts.roll(written);
-    if (!m_saved)
+    if (!m_saved && m_waiting.empty())
         m_parts.deleteOld(now);
     return answers;
 }

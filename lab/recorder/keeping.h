@@ -16,8 +16,8 @@
 namespace recorder {
 
 /// A rolling recording that is saved on request: by a reader of the recording, or by SIGUSR1. Saving happens
-/// on a thread of its own, since it may take seconds; meanwhile no part is deleted. Times are microseconds
-/// since the recording began. Used on the writer's thread.
+/// on a thread of its own, since it may take seconds; from the request on no part is deleted until it is
+/// done. Times are microseconds since the recording began. Used on the writer's thread.
 class Keeping
 {
 public:
