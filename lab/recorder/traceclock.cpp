@@ -11,6 +11,16 @@ thread_local Time setTime;
 
 } // namespace
 
+// The linker's option --wrap leads every call of std::chrono::system_clock::now() to the second of these
+// functions, by the names that it makes of that function's.
+Time realNow() noexcept asm("__real__ZNSt6chrono3_V212system_clock3nowEv");
+Time wrappedNow() noexcept asm("__wrap__ZNSt6chrono3_V212system_clock3nowEv");
+
+Time wrappedNow() noexcept
+{
+    return isSet ? setTime : realNow();
+}
+
 TraceClock::TraceClock(Time time)
 {
     setTime = time;
@@ -23,14 +33,3 @@ TraceClock::~TraceClock()
 }
 
 } // namespace recorder
-
-// The linker's option --wrap leads every call of std::chrono::system_clock::now() here.
-extern "C" {
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker makes these names.
-recorder::Time __real__ZNSt6chrono3_V212system_clock3nowEv() noexcept;
-recorder::Time __wrap__ZNSt6chrono3_V212system_clock3nowEv() noexcept
-{
-    return recorder::isSet ? recorder::setTime : __real__ZNSt6chrono3_V212system_clock3nowEv();
-}
-// NOLINTEND(bugprone-reserved-identifier)
-}
