@@ -59,11 +59,23 @@ bool readWhole(value &number, std::int64_t highest, std::int64_t &read)
 
 struct FastLine::Parser
 {
-    enum Field { type = 1, board = 2, at = 4, hex = 8, inside = 16, required = type | board | hex };
+    enum Field {
+        type = 1,
+        board = 2,
+        at = 4,
+        hex = 8,
+        inside = 16,
+        thread = 32,
+        kind = 64,
+        contacts = 128,
+        required = type | board | hex
+    };
 
     bool readFields(simdjson::ondemand::object &object, Line &line);
     bool readField(std::string_view name, value &held, Line &line);
     bool isFirst(Field found);
+    static bool isMeaning(Field found, value &held);
+    static bool isContact(simdjson::ondemand::object &contact);
 
     simdjson::ondemand::parser parser;
     int seen = 0; ///< of Field
@@ -108,6 +120,46 @@ bool FastLine::Parser::isFirst(Field found)
     return first;
 }
 
+/// Whether a field that says what the bytes of a hand-back mean is of the shape that recorders write. A value
+/// that is skipped would not be looked at, whatever stands there.
+bool FastLine::Parser::isMeaning(Field found, value &held)
+{
+    std::string_view text;
+    std::int64_t number = 0;
+    if (found == thread)
+        return !held.get_int64().get(number);
+    if (found == kind)
+        return !held.get_string().get(text);
+    simdjson::ondemand::array list;
+    if (held.get_array().get(list))
+        return false;
+    for (auto next : list) {
+        simdjson::ondemand::object contact;
+        if (next.get_object().get(contact) || !isContact(contact))
+            return false;
+    }
+    return true;
+}
+
+bool FastLine::Parser::isContact(simdjson::ondemand::object &contact)
+{
+    constexpr std::array<std::string_view, 4> names{"id", "x", "y", "down"};
+    std::size_t count = 0;
+    for (auto next : contact) {
+        field found;
+        std::string_view name;
+        std::int64_t number = 0;
+        bool down = false;
+        if (std::move(next).get(found) || found.unescaped_key().get(name) || count == names.size()
+            || name != names.at(count++))
+            return false;
+        value held = found.value();
+        if (name == "down" ? held.get_bool().get(down) : held.get_int64().get(number))
+            return false;
+    }
+    return count == names.size();
+}
+
 bool FastLine::Parser::readField(std::string_view name, value &held, Line &line)
 {
     std::int64_t number = 0;
@@ -132,8 +184,11 @@ bool FastLine::Parser::readField(std::string_view name, value &held, Line &line)
         line.at = number;
         return true;
     }
-    if (name == "kind" || name == "contacts" || name == "thread")
-        return line.type == Line::Type::handback && (seen & type) != 0; // what the bytes say, too
+    if (name == "kind" || name == "contacts" || name == "thread") {
+        const Field found = name == "kind" ? kind : name == "thread" ? thread : contacts;
+        return line.type == Line::Type::handback && (seen & type) != 0 && isFirst(found)
+            && isMeaning(found, held);
+    }
     if (name == "inside") {
         double microseconds = 0;
         if (!isFirst(inside) || held.get_double().get(microseconds))
