@@ -68,7 +68,7 @@ TEST(TheView, TellsOfEachBoardAndContactWhatThereIsToTell)
 
     EXPECT_EQ(textOf(figures),
               "0.280 s  0 never lifted, 0 lost by the recorder\n"
-              "board 7  4/s now, lowest 100, median 198; 4 reports, the last 250 ms ago\n"
+              "board 7  4/s now, lowest -, median -; 4 reports, the last 250 ms ago\n"
               "  0 dropouts, 0 lifts of nothing, 0 unreadable, 0 handed back\n"
               "  inside the callback 12.8 us, longest 12.5 us\n"
               "  contact   state         /s lowest median      ago      x      y    px    py\n"
@@ -165,6 +165,24 @@ TEST(ARate, IsKnownAfterASecondOfReports)
     EXPECT_EQ(watchFigures(figures).count("reports_per_second"), 0U);
     figures.pass(std::chrono::seconds(1));
     EXPECT_EQ(watchFigures(figures).at("reports_per_second"), 0);
+}
+
+TEST(ABoard, HasTheRatesOfTheSecondsInWhichContactsAreDown)
+{
+    constexpr int second = 1'000'000;
+    QByteArray lines;
+    int begin = 0;
+    for (const int rate : {100, 50, 80, 80}) {
+        for (int sample = 0; sample < rate; ++sample)
+            lines += touch(begin + sample * second / rate, 5, 5);
+        begin += second;
+    }
+    lines += touch(begin, 5, 5, false) + touch(begin + 20 * second, 5, 5);
+
+    const auto boards = watchJson(figuresOf(first + board + lines))["boards"];
+
+    EXPECT_EQ(boards[0]["lowest_rate_hz"], 50.0) << "the pause does not count";
+    EXPECT_EQ(boards[0]["median_rate_hz"], 80.0);
 }
 
 struct LimitRow

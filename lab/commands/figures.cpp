@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -46,14 +47,10 @@ std::optional<double> Histogram::median() const
     return (static_cast<double>(step) + 0.5) * m_step;
 }
 
-void Pace::add(std::int64_t at, bool goesOn)
+void Pace::add(std::int64_t at)
 {
     if (m_firstAt < 0)
         m_firstAt = at;
-    if (goesOn) {
-        m_intervals.add(static_cast<double>(at - m_lastAt));
-        m_longest = std::max(m_longest, at - m_lastAt);
-    }
     m_lastAt = at;
     m_lastSecond.push_back(at);
     while (m_lastSecond.front() <= at - second)
@@ -66,24 +63,63 @@ double Pace::rate(std::int64_t now) const
                                              [now](std::int64_t time) { return time > now - second; }));
 }
 
-std::optional<double> Pace::lowest() const
+bool Pace::isKnown(std::int64_t now) const
+{
+    return m_firstAt >= 0 && now - m_firstAt >= second;
+}
+
+void Intervals::add(std::int64_t microseconds)
+{
+    m_counts.add(static_cast<double>(microseconds));
+    m_longest = std::max(m_longest, microseconds);
+}
+
+std::optional<double> Intervals::lowestRate() const
 {
     if (m_longest <= 0)
         return {};
     return static_cast<double>(second) / static_cast<double>(m_longest);
 }
 
-std::optional<double> Pace::median() const
+std::optional<double> Intervals::medianRate() const
 {
-    const auto interval = m_intervals.median();
+    const auto interval = m_counts.median();
     if (!interval)
         return {};
     return static_cast<double>(second) / *interval;
 }
 
-bool Pace::isKnown(std::int64_t now) const
+void Seconds::add(std::int64_t at, bool goesOn)
 {
-    return m_firstAt >= 0 && now - m_firstAt >= second;
+    if (!goesOn) {
+        m_begin = at;
+        m_count = 0;
+    }
+    // A long silence is many empty seconds, of which only the last hour counts.
+    m_begin = std::max(m_begin, at - static_cast<std::int64_t>(most + 1) * second);
+    for (; at - m_begin >= second; m_begin += second, m_count = 0) {
+        m_counts.push_back(m_count);
+        if (m_counts.size() > most)
+            m_counts.pop_front();
+    }
+    ++m_count;
+}
+
+std::optional<double> Seconds::lowestRate() const
+{
+    if (m_counts.empty())
+        return {};
+    return *std::min_element(m_counts.begin(), m_counts.end());
+}
+
+std::optional<double> Seconds::medianRate() const
+{
+    if (m_counts.empty())
+        return {};
+    std::vector<std::uint32_t> counts(m_counts.begin(), m_counts.end());
+    const auto median = counts.begin() + static_cast<std::ptrdiff_t>((counts.size() - 1) / 2);
+    std::nth_element(counts.begin(), median, counts.end());
+    return *median;
 }
 
 bool ContactFigures::isStuck(std::int64_t now) const
@@ -151,7 +187,8 @@ void Figures::followReport(const Line &line)
 {
     Board &board = m_boards[line.board];
     ++board.reports;
-    board.pace.add(m_time, board.down > 0);
+    board.pace.add(m_time);
+    board.seconds.add(m_time, board.down > 0);
     if (line.inside) {
         board.inside.add(*line.inside);
         board.longestInside = std::max(board.longestInside, *line.inside);
@@ -175,7 +212,9 @@ void Figures::followContact(int board, ReportKind kind, const Contact &contact)
         figures.movedX = contact.x - figures.last.x;
         figures.movedY = contact.y - figures.last.y;
     }
-    figures.pace.add(m_time, wasDown && contact.down);
+    if (wasDown && contact.down)
+        figures.intervals.add(m_time - figures.pace.lastAt());
+    figures.pace.add(m_time);
     figures.last = contact;
     ++figures.samples;
     figures.lowestX = std::min(figures.lowestX, contact.x);

@@ -33,29 +33,57 @@ private:
     std::uint64_t m_count = 0;
 };
 
-/// How regularly something reports. Times are microseconds.
+/// When something has reported. Times are microseconds.
 class Pace
 {
 public:
-    /// A report at @p at. @p goesOn: whether the one before belongs to the same contact, so that the time
-    /// between them is an interval, not a rest.
-    void add(std::int64_t at, bool goesOn);
+    void add(std::int64_t at);
 
     /// Reports in the second before @p now.
     double rate(std::int64_t now) const;
-    /// What the longest interval and the median one amount to, a second; nothing without intervals.
-    std::optional<double> lowest() const;
-    std::optional<double> median() const;
     /// Whether a whole second has passed since the first report.
     bool isKnown(std::int64_t now) const;
     std::int64_t lastAt() const { return m_lastAt; }
 
 private:
     std::deque<std::int64_t> m_lastSecond; ///< times of the reports
-    Histogram m_intervals{100};
-    std::int64_t m_longest = 0; ///< interval
     std::int64_t m_firstAt = -1;
     std::int64_t m_lastAt = 0;
+};
+
+/// The time between the samples of one contact while it is down.
+class Intervals
+{
+public:
+    void add(std::int64_t microseconds);
+
+    /// What the longest interval and the median one amount to, a second; nothing without intervals.
+    std::optional<double> lowestRate() const;
+    std::optional<double> medianRate() const;
+
+private:
+    Histogram m_counts{100};
+    std::int64_t m_longest = 0;
+};
+
+/// How many reports a board sends in each second, of those in which contacts are down all the time. The
+/// intervals would tell nothing: what a board reports of pens and of touches comes at once.
+class Seconds
+{
+public:
+    /// A report at @p at, in microseconds. @p goesOn: whether a contact has been down since the one before.
+    void add(std::int64_t at, bool goesOn);
+
+    /// Reports in the poorest second and in the median one, of the last hour; nothing before the first one.
+    std::optional<double> lowestRate() const;
+    std::optional<double> medianRate() const;
+
+private:
+    static constexpr std::size_t most = 3600;
+
+    std::deque<std::uint32_t> m_counts; ///< of each second
+    std::int64_t m_begin = 0;           ///< of the second that runs
+    std::uint32_t m_count = 0;          ///< in it
 };
 
 /// What can be said about one contact while it is followed. Times are microseconds, positions board units.
@@ -63,6 +91,7 @@ struct ContactFigures
 {
     capture::Contact last;
     Pace pace;
+    Intervals intervals;
     std::uint64_t samples = 0;
     std::optional<std::int64_t> liftedAt; ///< when it lifted last, as a touch or with its tip
     capture::Contact lifted;              ///< its last sample that was down
@@ -91,8 +120,9 @@ public:
         std::uint64_t dropouts = 0;    ///< lifts after which the contact was down again at once, and near
         std::uint64_t orphanLifts = 0; ///< of contacts that were not down
         std::uint64_t handbacks = 0;
-        int down = 0;          ///< contacts
-        Pace pace;             ///< while contacts are down
+        int down = 0; ///< contacts
+        Pace pace;
+        Seconds seconds;
         Histogram inside{0.5}; ///< microseconds in the program's callback
         double longestInside = 0;
         bool plugged = true;

@@ -78,17 +78,16 @@ public:
 struct View
 {
     bool showsBytes = false;
-    bool isFrozen = false;
+    std::optional<Figures> frozen; ///< as they were when p was pressed
     bool isLeft = false;
     bool isNoting = false;
     std::string note;
-    std::vector<std::string> lines; ///< shown, as they were before it froze
 
     std::string foot() const
     {
         if (isNoting)
             return "Enter writes, Escape leaves. note: " + note + "_";
-        return std::string(isFrozen ? "FROZEN  " : "") + "h bytes  p " + (isFrozen ? "go on" : "freeze")
+        return std::string(frozen ? "FROZEN  " : "") + "h bytes  p " + (frozen ? "go on" : "freeze")
             + "  m note  q quit";
     }
 };
@@ -132,7 +131,10 @@ void press(int key, View &view, const Feed &feed)
         view.showsBytes = !view.showsBytes;
         break;
     case 'p':
-        view.isFrozen = !view.isFrozen;
+        if (view.frozen)
+            view.frozen.reset();
+        else
+            view.frozen.emplace(feed.figures());
         break;
     case 'm':
         view.isNoting = true;
@@ -170,9 +172,8 @@ std::optional<Limit> watchOnScreen(Feed &feed, const std::vector<Limit> &limits,
         if (steady_clock::now() < next && !hasKey)
             continue;
         next = steady_clock::now() + pictureTime;
-        if (!view.isFrozen)
-            view.lines = watchText(feed.figures(), view.showsBytes);
-        Screen::show(view.lines, view.foot());
+        const Figures &figures = view.frozen ? *view.frozen : feed.figures();
+        Screen::show(watchText(figures, view.showsBytes), view.foot());
         limit = passed(limits, watchFigures(feed.figures()));
     }
     return limit;

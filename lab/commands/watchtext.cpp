@@ -63,7 +63,8 @@ std::string boardLine(int number, const Figures::Board &board, std::int64_t now)
 {
     return format("board %d%s  %.0f/s now, lowest ", number, board.plugged ? "" : " (unplugged)",
                   board.pace.rate(now))
-        + optionalText("%.0f", board.pace.lowest()) + ", median " + optionalText("%.0f", board.pace.median())
+        + optionalText("%.0f", board.seconds.lowestRate()) + ", median "
+        + optionalText("%.0f", board.seconds.medianRate())
         + format("; %llu reports, the last ", count(board.reports)) + ageText(now - board.pace.lastAt())
         + " ago";
 }
@@ -92,8 +93,8 @@ std::vector<std::string> contactLines(const Figures::Key &key, const ContactFigu
     const std::string name = std::string(nameOf(kind)) + " " + std::to_string(id);
     const std::string values = format("  %-9s %-11s %4.0f", name.c_str(),
                                       stateText(kind, contact, now).c_str(), contact.pace.rate(now))
-        + format(" %6s %6s %8s", optionalText("%.0f", contact.pace.lowest()).c_str(),
-                 optionalText("%.0f", contact.pace.median()).c_str(),
+        + format(" %6s %6s %8s", optionalText("%.0f", contact.intervals.lowestRate()).c_str(),
+                 optionalText("%.0f", contact.intervals.medianRate()).c_str(),
                  ageText(now - contact.pace.lastAt()).c_str())
         + format(" %6d %6d %5d %5d", contact.last.x, contact.last.y,
                  pixels(contact.last.x, figures.screenWidth()),
@@ -152,8 +153,8 @@ Json contactJson(const Figures::Key &key, const ContactFigures &contact, const F
             {"height", contact.last.height},
             {"samples", contact.samples},
             {"rate_hz", contact.pace.rate(now)},
-            {"lowest_rate_hz", optionalJson(contact.pace.lowest())},
-            {"median_rate_hz", optionalJson(contact.pace.median())},
+            {"lowest_rate_hz", optionalJson(contact.intervals.lowestRate())},
+            {"median_rate_hz", optionalJson(contact.intervals.medianRate())},
             {"age_s", seconds(now - contact.pace.lastAt())},
             {"since_s", contact.since ? Json(seconds(*contact.since)) : Json()},
             {"moved_x", contact.movedX},
@@ -169,8 +170,8 @@ Json boardJson(int number, const Figures::Board &board, std::int64_t now)
     return {{"board", number},
             {"plugged", board.plugged},
             {"rate_hz", board.pace.rate(now)},
-            {"lowest_rate_hz", optionalJson(board.pace.lowest())},
-            {"median_rate_hz", optionalJson(board.pace.median())},
+            {"lowest_rate_hz", optionalJson(board.seconds.lowestRate())},
+            {"median_rate_hz", optionalJson(board.seconds.medianRate())},
             {"age_s", board.reports > 0 ? Json(seconds(now - board.pace.lastAt())) : Json()},
             {"reports", board.reports},
             {"undecodable_count", board.undecodable},
