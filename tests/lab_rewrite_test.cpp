@@ -198,6 +198,21 @@ TEST_F(Diff, CountsWhatOneOfThemLacksAsOnePlace)
                   + "2 places in what the board sent, 0 in what the program answered\n");
 }
 
+TEST_F(Diff, PrintsOneJsonObjectOnRequest)
+{
+    const QString one = write("b.jsonl", first + board + raw(1000, "00") + raw(2000, "01"));
+    const QString two = write("c.jsonl", first + board + raw(1000, "00"));
+
+    const Outcome outcome = lab({"diff", "--json", one, two});
+
+    EXPECT_EQ(outcome.status, 1);
+    const auto object = nlohmann::json::parse(outcome.output);
+    EXPECT_EQ(object["board"]["places"], 1);
+    EXPECT_EQ(object["board"]["first"],
+              nlohmann::json::parse(R"({"a":{"line":4,"at_s":0.002,"what":"board 7 reports 01"},"b":null})"));
+    EXPECT_EQ(object["program"], nlohmann::json::parse(R"({"places":0,"first":null})"));
+}
+
 TEST_F(Diff, ComparesTimesOnRequest)
 {
     const QString one = write("b.jsonl", first + board + raw(1000, "00") + raw(2000, "01"));

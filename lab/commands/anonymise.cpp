@@ -38,7 +38,7 @@ Json withoutNames(Json first)
 
 int anonymise(const Options &options)
 {
-    Input input(options.file);
+    Input input(options.file, progressFor(options.output));
     capture::Result result(options.output);
     std::int64_t notes = 0;
     while (input.next()) {

@@ -46,7 +46,7 @@ int cut(const Options &options)
         return unreadable;
     }
     const auto from = static_cast<std::int64_t>(options.from * 1e6);
-    Input input(options.file);
+    Input input(options.file, progressFor(options.output));
     capture::Result result(options.output);
     capture::Cut part(from, result);
     Times times;

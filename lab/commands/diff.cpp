@@ -1,23 +1,29 @@
 #include "commands/command.h"
 #include "commands/stream.h"
 
+#include "scenarioreader.h"
+
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 namespace lab {
 
 namespace {
 
 using Event = Stream::Event;
+using Json = nlohmann::ordered_json;
 
 struct Options
 {
     std::string first;
     std::string second;
     bool times = false;
+    bool json = false;
     double tolerance = 2000; ///< microseconds
 };
 
@@ -28,12 +34,17 @@ class Comparison
 public:
     Comparison(const Options &options, Stream::Side side)
         : m_options(options), m_side(side == Stream::Side::board ? "the board" : "the program"),
-          m_first(options.first, side), m_second(options.second, side)
+          m_first(options.first, side, Input::Progress::drawn),
+          m_second(options.second, side, Input::Progress::none)
     {
     }
 
-    /// Returns the number of places; below 0 if a recording is at fault.
-    std::int64_t run()
+    std::int64_t places() const { return m_places; }
+    /// The first place, for programs; null if there is none.
+    const Json &firstPlace() const { return m_firstPlace; }
+
+    /// Counts the places, and tells the first one. False if a recording is at fault.
+    bool run()
     {
         for (;;) {
             const Event *const first = m_first.peek(0);
@@ -50,7 +61,7 @@ public:
             skipDifference();
         }
         const bool firstIsGood = m_first.tellEnd();
-        return m_second.tellEnd() && firstIsGood ? m_places : -1;
+        return m_second.tellEnd() && firstIsGood;
     }
 
 private:
@@ -99,16 +110,26 @@ private:
     {
         if (m_places++ > 0)
             return;
+        m_firstPlace = {{"a", jsonOf(first)}, {"b", jsonOf(second)}};
+        if (m_options.json)
+            return;
         std::printf("%s differs first:\n", m_side);
         tell(m_options.first, first);
         tell(m_options.second, second);
+    }
+
+    static Json jsonOf(const Event *event)
+    {
+        if (!event)
+            return nullptr;
+        return {{"line", event->line}, {"at_s", static_cast<double>(event->at) / 1e6}, {"what", event->what}};
     }
 
     static void tell(const std::string &file, const Event *event)
     {
         if (event)
             std::printf("  %s:%" PRId64 ": %.6f s: %s\n", file.c_str(), event->line,
-                        static_cast<double>(event->at) / 1e6, event->what.c_str());
+                        static_cast<double>(event->at) / 1e6, boardsim::oneLine(event->what).c_str());
         else
             std::printf("  %s: has ended\n", file.c_str());
     }
@@ -118,23 +139,34 @@ private:
     Stream m_first;
     Stream m_second;
     std::int64_t m_places = 0;
+    Json m_firstPlace;
 };
+
+void printJson(const Comparison &board, const Comparison &program)
+{
+    const Json object{
+        {"version", 1},
+        {"board", {{"places", board.places()}, {"first", board.firstPlace()}}},
+        {"program", {{"places", program.places()}, {"first", program.firstPlace()}}},
+    };
+    std::printf("%s\n", object.dump().c_str());
+}
 
 int diff(const Options &options)
 {
-    const std::int64_t board = Comparison(options, Stream::Side::board).run();
-    if (board < 0)
+    Comparison board(options, Stream::Side::board);
+    Comparison program(options, Stream::Side::program);
+    if (!board.run() || !program.run())
         return unreadable;
-    const std::int64_t program = Comparison(options, Stream::Side::program).run();
-    if (program < 0)
-        return unreadable;
-    if (board == 0 && program == 0) {
+    const bool isSame = board.places() == 0 && program.places() == 0;
+    if (options.json)
+        printJson(board, program);
+    else if (isSame)
         std::printf("no difference\n");
-        return success;
-    }
-    std::printf("%" PRId64 " places in what the board sent, %" PRId64 " in what the program answered\n",
-                board, program);
-    return findings;
+    else
+        std::printf("%" PRId64 " places in what the board sent, %" PRId64 " in what the program answered\n",
+                    board.places(), program.places());
+    return isSame ? success : findings;
 }
 
 } // namespace
@@ -150,6 +182,7 @@ void addDiff(CLI::App &lab, int &status)
     command.add_option("--tolerance", options->tolerance, "Microseconds by which such times may differ")
         ->capture_default_str()
         ->type_name("US");
+    command.add_flag("--json", options->json, "Print one JSON object");
     command.callback([options, &status] { status = diff(*options); });
 }
 

@@ -56,10 +56,10 @@ bool exportCsv(Input &input, std::FILE *out)
 int exportTo(const Options &options, std::FILE *out)
 {
     if (options.csv) {
-        Input input(options.file);
+        Input input(options.file, progressFor(options.output));
         return exportCsv(input, out) ? success : unreadable;
     }
-    return writeWaveform(options.file, out) ? success : unreadable;
+    return writeWaveform(options.file, progressFor(options.output), out) ? success : unreadable;
 }
 
 int run(const Options &options)

@@ -19,12 +19,13 @@ using std::chrono::steady_clock;
 
 constexpr auto patience = std::chrono::seconds(1);
 constexpr auto progressStep = std::chrono::milliseconds(100);
-constexpr int linesBetweenLooks = 4096; // at the clock
-constexpr int barWidth = 40;            // characters
+constexpr int linesBetweenLooks = 256; // at the clock
+constexpr int barWidth = 40;           // characters
 
 } // namespace
 
-Input::Input(const std::string &name) : m_name(name), m_nextProgress(m_start + patience)
+Input::Input(const std::string &name, Progress progress)
+    : m_name(name), m_mayDraw(mayDraw(progress)), m_nextProgress(m_start + patience)
 {
     m_file = name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status = {};
@@ -48,7 +49,7 @@ bool Input::next()
 {
     if (!m_reader)
         return false;
-    if (--m_linesUntilLook < 0) {
+    if (m_mayDraw && --m_linesUntilLook < 0) {
         m_linesUntilLook = linesBetweenLooks;
         drawProgress();
     }
@@ -71,10 +72,17 @@ bool Input::tellEnd() const
     return true;
 }
 
+bool Input::mayDraw(Progress progress)
+{
+    if (progress == Progress::none || isatty(STDERR_FILENO) == 0)
+        return false;
+    return progress == Progress::drawn || isatty(STDOUT_FILENO) == 0;
+}
+
 void Input::drawProgress()
 {
     const auto now = steady_clock::now();
-    if (now < m_nextProgress || m_size == 0 || isatty(STDERR_FILENO) == 0)
+    if (now < m_nextProgress || m_size == 0)
         return;
     m_nextProgress = now + progressStep;
     m_hasProgress = true;

@@ -9,12 +9,20 @@
 
 namespace lab {
 
-/// A recording that a command reads: a file, or standard input for "-". Draws a progress bar on standard
-/// error if that is a terminal and a second was not enough. Used on one thread.
+/// A recording that a command reads: a file, or standard input for "-". Used on one thread.
 class Input
 {
 public:
-    explicit Input(const std::string &name);
+    /// Whether a progress bar may be drawn on standard error: if that is a terminal, the file's size is
+    /// known, and a second was not enough.
+    enum class Progress {
+        drawn,
+        unlessPrinting, ///< not if standard output is a terminal too, where the bar would be between the
+                        ///< lines
+        none
+    };
+
+    explicit Input(const std::string &name, Progress progress = Progress::drawn);
     ~Input();
     Input(const Input &) = delete;
     Input &operator=(const Input &) = delete;
@@ -29,10 +37,12 @@ public:
     bool isOpen() const { return m_file >= 0; }
 
 private:
+    static bool mayDraw(Progress progress);
     void drawProgress();
     void clearProgress() const;
 
     const std::string m_name;
+    const bool m_mayDraw;
     std::string m_refusal; ///< why it could not be opened
     int m_file = -1;
     std::int64_t m_size = 0; ///< bytes; 0 if it is not known
@@ -42,5 +52,11 @@ private:
     int m_linesUntilLook = 0;
     bool m_hasProgress = false;
 };
+
+/// For a command that writes to @p output, "-" for standard output, while it reads.
+inline Input::Progress progressFor(const std::string &output)
+{
+    return output == "-" ? Input::Progress::unlessPrinting : Input::Progress::drawn;
+}
 
 } // namespace lab

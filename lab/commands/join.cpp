@@ -25,12 +25,12 @@ struct Options
 class Join
 {
 public:
-    explicit Join(capture::Result &result) : m_result(result) { }
+    Join(capture::Result &result, Input::Progress progress) : m_result(result), m_progress(progress) { }
 
     /// False if the recording is at fault.
     bool add(const std::string &file)
     {
-        Input input(file);
+        Input input(file, m_progress);
         m_boards.lift(m_end, m_result.writer());
         const std::int64_t begin = m_end;
         while (input.next()) {
@@ -65,6 +65,7 @@ private:
     }
 
     capture::Result &m_result;
+    const Input::Progress m_progress;
     capture::Boards m_boards;
     std::int64_t m_end = 0; ///< microseconds: of what has been added
     bool m_isFirst = true;
@@ -73,7 +74,7 @@ private:
 int join(const Options &options)
 {
     capture::Result result(options.output);
-    Join joined(result);
+    Join joined(result, progressFor(options.output));
     for (const std::string &file : options.files) {
         if (!joined.add(file))
             return unreadable;

@@ -113,7 +113,7 @@ void print(const Options &options, const Line &line, const capture::Report &repo
 
 int show(const Options &options)
 {
-    Input input(options.file);
+    Input input(options.file, Input::Progress::unlessPrinting);
     Motion motion;
     capture::Report report;
     while (input.next()) {

@@ -61,7 +61,10 @@ std::optional<std::string> programText(const Line &line)
 
 } // namespace
 
-Stream::Stream(const std::string &file, Side side) : m_input(file), m_side(side) { }
+Stream::Stream(const std::string &file, Side side, Input::Progress progress)
+    : m_input(file, progress), m_side(side)
+{
+}
 
 const Stream::Event *Stream::peek(std::size_t ahead)
 {

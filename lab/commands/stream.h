@@ -23,7 +23,7 @@ public:
         std::string what;       ///< equal for equal events, times and addresses aside
     };
 
-    Stream(const std::string &file, Side side);
+    Stream(const std::string &file, Side side, Input::Progress progress);
 
     /// The event @p ahead places behind the next one; null if there are not so many. What is looked at is
     /// kept until drop().

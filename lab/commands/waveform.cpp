@@ -1,7 +1,5 @@
 #include "commands/waveform.h"
 
-#include "commands/input.h"
-
 #include "capture/contacts.h"
 #include "capture/signals.h"
 
@@ -47,9 +45,9 @@ struct Signal
 using Signals = std::map<Owner, std::vector<Signal>>; ///< in the order of valuesOf()
 
 /// Calls @p see with the line, the report and each of its contacts; false if the recording is at fault.
-template <typename See> bool forEachContact(const std::string &file, See see)
+template <typename See> bool forEachContact(const std::string &file, Input::Progress progress, See see)
 {
-    Input input(file);
+    Input input(file, progress);
     Report report;
     while (input.next()) {
         const Line &line = input.line();
@@ -92,17 +90,18 @@ void declare(std::FILE *out, const std::set<Owner> &owners, Signals &signals)
 
 } // namespace
 
-bool writeWaveform(const std::string &file, std::FILE *out)
+bool writeWaveform(const std::string &file, Input::Progress progress, std::FILE *out)
 {
     std::set<Owner> owners;
-    if (!forEachContact(
-            file, [&owners](const Line &, const Owner &owner, const Contact &) { owners.insert(owner); }))
+    if (!forEachContact(file, progress, [&owners](const Line &, const Owner &owner, const Contact &) {
+            owners.insert(owner);
+        }))
         return false;
     Signals signals;
     declare(out, owners, signals);
 
     std::int64_t time = -1;
-    return forEachContact(file, [&](const Line &line, const Owner &owner, const Contact &contact) {
+    return forEachContact(file, progress, [&](const Line &line, const Owner &owner, const Contact &contact) {
         // Times never go back, which a waveform cannot tell.
         const std::int64_t at = std::max(line.at.value_or(0), time);
         auto signal = signals.at(owner).begin();

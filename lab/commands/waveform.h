@@ -1,5 +1,7 @@
 #pragma once
 
+#include "commands/input.h"
+
 #include <cstdio>
 #include <string>
 
@@ -9,6 +11,6 @@ namespace lab {
 /// with a signal for each value of each contact: board1_pen0_x, board1_touch3_extent. Reads @p file twice,
 /// because the signals are declared before the first change. False if it cannot be read; one line on standard
 /// error then says why.
-bool writeWaveform(const std::string &file, std::FILE *out);
+bool writeWaveform(const std::string &file, Input::Progress progress, std::FILE *out);
 
 } // namespace lab
