@@ -20,7 +20,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr auto patience = std::chrono::seconds(10);
+constexpr auto patience = std::chrono::seconds(30);
 constexpr int look = 20; // milliseconds
 
 /// What the terminal understands, for tic.

@@ -30,7 +30,7 @@ public:
 
     void type(const std::string &keys);
     void resize(Size size);
-    /// Waits until the screen shows @p text; false if it does not within ten seconds, or the program ends
+    /// Waits until the screen shows @p text; false if it does not in half a minute, or the program ends
     /// before.
     bool shows(const std::string &text);
     /// The same for any condition of the screen, e.g. that it shows no more.
@@ -42,7 +42,7 @@ public:
     /// All that the program has written, sequences included.
     const std::string &written() const { return m_written; }
     /// Waits for the end of the program and returns its status; -1 for a signal, or if it does not end in
-    /// ten seconds.
+    /// half a minute.
     int exit_status();
 
 private:
