@@ -57,10 +57,6 @@ class Diff : public Rewriting
 {
 };
 
-class Export : public Rewriting
-{
-};
-
 } // namespace
 
 TEST_F(Cut, TakesTheBoardsAndTheContactsThatAreDownAlong)
@@ -221,39 +217,4 @@ TEST_F(Diff, ComparesTimesOnRequest)
     EXPECT_EQ(lab({"diff", one, two}).status, 0);
     EXPECT_EQ(lab({"diff", one, two, "--times"}).status, 1);
     EXPECT_EQ(lab({"diff", one, two, "--times", "--tolerance", "8000"}).status, 0);
-}
-
-TEST_F(Export, WritesARowForEachContactOfEachReport)
-{
-    const Outcome outcome = lab({"export", "-", "--csv"},
-                                first + board + pen(1'500'000, 9)
-                                    + raw(2'000'000, "0045830100020003008401000200030 0").replace(" ", ""));
-
-    EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_EQ(outcome.output,
-              "time_s,board,kind,id,x,y,width,height,down,button,bit2,inside_us,line\n"
-              "1.500000,7,pen,2,9,5,0,0,1,0,0,,3\n"
-              "2.000000,7,touch,3,1,2,3,0,1,0,0,,4\n"
-              "2.000000,7,touch,4,1,2,3,0,1,0,0,,4\n");
-}
-
-TEST_F(Export, WritesAStrictWaveform)
-{
-    const QString file = write("a.jsonl", first + board + pen(1000, 9) + pen(2000, 9) + pen(3000, 10, false));
-
-    const Outcome outcome = lab({"export", file, "--vcd"});
-
-    EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_EQ(outcome.output,
-              "$timescale 1 us $end\n$scope module recording $end\n"
-              "$var wire 16 ! board7_pen2_x $end\n$var wire 16 \" board7_pen2_y $end\n"
-              "$var wire 1 # board7_pen2_tip $end\n$var wire 1 $ board7_pen2_button $end\n"
-              "$upscope $end\n$enddefinitions $end\n"
-              "#1000\nb1001 !\nb101 \"\n1#\n0$\n#3000\nb1010 !\n0#\n");
-}
-
-TEST_F(Export, NeedsOneFormat)
-{
-    EXPECT_EQ(lab({"export", "-"}).status, 2);
-    EXPECT_EQ(lab({"export", "-", "--csv", "--vcd"}).status, 2);
 }

@@ -1,23 +1,19 @@
 #pragma once
 
 #include "capture/line.h"
+#include "capture/newfile.h"
 #include "capture/writer.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
 namespace capture {
 
-/// A recording that is written as a whole: to a file, or to standard output for "-". The file appears under
-/// its name when all is written, so that an error leaves what was there before. Used on one thread.
+/// A recording that is written as a whole: to a file, or to standard output for "-". Used on one thread.
 class Result
 {
 public:
-    explicit Result(const std::string &name);
-    ~Result();
-    Result(const Result &) = delete;
-    Result &operator=(const Result &) = delete;
+    explicit Result(const std::string &name) : m_file(name) { }
 
     Writer &writer() { return m_writer; }
     /// Adds a line that was read, at another time. Without a time it has none then either.
@@ -27,15 +23,10 @@ public:
     /// Ends the file. False if anything could not be written, which one line on standard error then tells.
     bool finish();
     /// That line, without its newline; empty if all went well.
-    const std::string &error() const { return m_error; }
+    const std::string &error() const { return m_file.error(); }
 
 private:
-    void fail(int error);
-
-    const std::string m_name;
-    const std::string m_temporary; ///< empty for standard output
-    std::FILE *m_file = nullptr;
-    std::string m_error;
+    NewFile m_file;
     Writer m_writer;
 };
 

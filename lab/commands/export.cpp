@@ -3,11 +3,10 @@
 #include "commands/waveform.h"
 
 #include "capture/contacts.h"
+#include "capture/newfile.h"
 
-#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -29,10 +28,11 @@ struct Options
 /// RFC 4180, but with a newline alone at the end of a line, as tools under Linux write it.
 void printRow(std::FILE *out, const Line &line, capture::ReportKind kind, const Contact &contact)
 {
-    std::fprintf(out, "%.6f,%d,%s,%d,%d,%d,%d,%d,%d,%d,%d,", static_cast<double>(line.at.value_or(0)) / 1e6,
-                 line.board, std::string(nameOf(kind)).c_str(), contact.id, contact.x, contact.y,
-                 contact.width, contact.height, contact.down ? 1 : 0, contact.button ? 1 : 0,
-                 contact.bit2 ? 1 : 0);
+    if (line.at)
+        std::fprintf(out, "%.6f", static_cast<double>(*line.at) / 1e6);
+    std::fprintf(out, ",%d,%s,%d,%d,%d,%d,%d,%d,%d,%d,", line.board, std::string(nameOf(kind)).c_str(),
+                 contact.id, contact.x, contact.y, contact.width, contact.height, contact.down ? 1 : 0,
+                 contact.button ? 1 : 0, contact.bit2 ? 1 : 0);
     if (line.inside)
         std::fprintf(out, "%.2f", *line.inside);
     std::fprintf(out, ",%" PRId64 "\n", line.number);
@@ -69,16 +69,17 @@ int run(const Options &options)
                      "lanternix-lab: export needs either --csv or --vcd; see lanternix-lab export --help\n");
         return unreadable;
     }
-    std::FILE *const out = options.output == "-" ? stdout : std::fopen(options.output.c_str(), "we");
-    if (!out) {
-        std::fprintf(stderr, "%s:0: cannot be opened: %s\n", options.output.c_str(), std::strerror(errno));
+    if (options.vcd && options.file == "-") {
+        std::fprintf(stderr, "lanternix-lab: export --vcd reads its file twice, so it needs one\n");
         return unreadable;
     }
-    const int status = exportTo(options, out);
-    const bool isWritten = (out == stdout ? std::fflush(out) : std::fclose(out)) == 0;
-    if (!isWritten)
-        std::fprintf(stderr, "%s:0: cannot be written: %s\n", options.output.c_str(), std::strerror(errno));
-    return isWritten ? status : unreadable;
+    capture::NewFile out(options.output);
+    if (!out.stream())
+        return unreadable;
+    const int status = exportTo(options, out.stream());
+    if (status == success)
+        return out.finish() ? success : unreadable;
+    return status;
 }
 
 } // namespace
