@@ -69,6 +69,9 @@ GOALS = [
      "recorder: flood/rate:100000/seconds:20: neither_recorded_nor_counted", "median", 0, ""),
     ("trace: recording a change", "trace: recording/threads:1: ns_per_change", "median", 95, "ns"),
     ("trace: writing a change", "trace: writing: ns_per_change", "median", 250, "ns"),
+    ("recording: check, processor time per report", "recording: check: processor time per report", "median", 500, "ns"),
+    *[(f"recording of 10,000,000 reports: {command}, resident memory", f"recording: {command}: resident memory", "max",
+       64, "MB") for command in ("check", "show", "show, all reports", "diff", "cut")],
 ]
 
 # Ratios of medians: case, measurement, what it is compared with.
@@ -179,6 +182,7 @@ class Run:
 
     def all(self):
         self.tolerate("probe", self.probe)
+        self.tolerate("recordings", self.recordings)
         for group, path in (("function", "functions/function_benchmarks"),
                             ("recorder", "recorder/recorder_benchmark"),
                             ("trace", "trace/trace_recording_benchmark"),
@@ -226,7 +230,13 @@ class Run:
         folder = self.build / "benchmarks" / "probe"
         command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "bare_window",
                    (folder / "driver").resolve(), self.build / "lab" / "recorder-driver"]
-        options = (["--quick"] if self.quick else []) + (["--before", self.before] if self.before else [])
+        self.cases(command, ["--before", self.before] if self.before else [])
+
+    def recordings(self):
+        self.cases([pathlib.Path(__file__).with_name("recordings.py"), self.build / "lab" / "lanternix-lab"], [])
+
+    def cases(self, command, options):
+        options = (["--quick"] if self.quick else []) + options
         for name in [line.strip() for line in lines_of(command + [self.filter, "--list"] + options)]:
             self.tolerate(name, self.probe_case, name, command + [f"^{re.escape(name)}$"] + options)
 

@@ -4,7 +4,7 @@ namespace capture {
 
 namespace {
 
-constexpr std::size_t blockSize = 1 << 16; // bytes
+constexpr std::size_t blockSize = 1 << 18; // bytes
 
 } // namespace
 
