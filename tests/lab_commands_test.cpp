@@ -57,6 +57,21 @@ TEST(TheCommand, ExplainsItselfAndEachSubcommand)
     }
 }
 
+class ASpeed : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(ASpeed, IsANumberAboveZeroOrMax)
+{
+    const Outcome outcome = lab({"replay", "--speed", GetParam(), "/nowhere/a.jsonl"});
+
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.errors,
+              std::string("lanternix-lab: \"") + GetParam() + "\" is neither a speed nor max\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(, ASpeed, testing::Values("0", "-1", "nan", "inf", "fast", "2x"));
+
 struct FileRow
 {
     const char *name;

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -47,7 +48,7 @@ std::optional<double> speedOf(const std::string &text)
     if (text == "max")
         return 0;
     const auto [rest, error] = std::from_chars(text.data(), end, speed);
-    if (error != std::errc() || rest != end || speed <= 0)
+    if (error != std::errc() || rest != end || speed <= 0 || !std::isfinite(speed))
         return {};
     return speed;
 }
