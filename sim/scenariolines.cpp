@@ -155,7 +155,7 @@ void ScenarioLines::readTime(Fields &fields, const std::string &type)
 {
     if (m_version == 1 || !fields.has("at"))
         return;
-    const std::int64_t time = fields.integer("at", 0, longestTime);
+    const std::int64_t time = fields.integer("at", 0, latestTime);
     if (m_openBlocks.empty() && type != "repeat")
         m_scenario.steps.emplace_back(WaitUntilTime{time});
     else
@@ -167,7 +167,7 @@ void ScenarioLines::readOther(Fields &fields, const std::string &type)
     const auto teller = tellingReaders.find(type);
     if (m_version > 1 && teller != tellingReaders.end()) {
         if (fields.has("at"))
-            fields.integer("at", 0, longestTime);
+            fields.integer("at", 0, latestTime);
         (this->*teller->second)(fields);
         return;
     }

@@ -12,6 +12,9 @@ namespace boardsim {
 
 constexpr std::size_t longestLine = 65536; ///< bytes; keeps other files from filling the memory
 
+/// The latest time of a line of version 2, in microseconds: 31 years, as long as a program may be recorded.
+constexpr std::int64_t latestTime = 1'000'000'000'000'000;
+
 /// Whether a line holds nothing: it is blank, or a comment.
 bool isIgnored(const std::string &line);
 

@@ -144,6 +144,23 @@ TEST_F(ARollingRecording, IsSavedWholeAsLongAsItIsShort)
     EXPECT_EQ(kept.time, lines.back().first);
 }
 
+TEST_F(ARollingRecording, MayGoOnForMonths)
+{
+    constexpr std::int64_t month = 30 * 24 * 3600 * second;
+    Parts parts = new_parts(60 * second, second);
+    parts.write(text(first + board));
+    parts.roll(month);
+
+    for (const std::string kind : {R"("raw","at":@,"board":7,"hex":"0821000001000201"})",
+                                   R"("call","at":@,"thread":5,"export":"zorvicLock"})"}) {
+        std::string line = R"({"type":)" + kind + "\n";
+        parts.write(line.replace(line.find('@'), 1, std::to_string(month + second)));
+    }
+
+    EXPECT_EQ(capture::joinParts(parts.folder(), path("kept.jsonl")).reports, 1);
+    EXPECT_NE(read("kept.jsonl").find("zorvicLock"), std::string::npos);
+}
+
 TEST_F(ARollingRecording, HasPartsThatPlayByThemselves)
 {
     Parts parts = new_parts(5 * second, second);

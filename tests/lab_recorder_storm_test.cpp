@@ -88,7 +88,7 @@ protected:
             std::vector<char> block(1 << 12);
             recv(reader, block.data(), block.size(), 0);
         }
-        close_file(reader);
+        ::close(reader);
     }
     void start(const Row &row)
     {
@@ -125,9 +125,6 @@ protected:
         caller.join();
         registrar.join();
     }
-
-private:
-    static void close_file(int file) { ::close(file); }
 };
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "capture/lines.h"
 
+#include "scenariolines.h"
+
 #include <array>
 #include <climits>
 
@@ -16,7 +18,6 @@ using simdjson::ondemand::value;
 
 static_assert(simdjson::SIMDJSON_PADDING <= padding);
 
-constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, as in scenarios
 constexpr std::uint8_t noDigit = 0xff;
 
 constexpr std::array<std::uint8_t, 256> makeDigits()
@@ -179,7 +180,7 @@ bool FastLine::Parser::readField(std::string_view name, value &held, Line &line)
         return true;
     }
     if (name == "at") {
-        if (!isFirst(at) || !readWhole(held, longestTime, number))
+        if (!isFirst(at) || !readWhole(held, boardsim::latestTime, number))
             return false;
         line.at = number;
         return true;
