@@ -36,8 +36,10 @@ struct Opening
     Opening() { Session::instance(); }
     ~Opening()
     {
-        if (isUnloaded) // at the end of the process the driver's threads may still run
-            Session::instance().closeDriver();
+        if (!isUnloaded) // at the end of the process the driver's threads may still run
+            return;
+        Session::instance().closeDriver(); // which may still call back
+        delete &Session::instance();
     }
 } opening;
 

@@ -15,8 +15,8 @@ namespace recorder {
 
 /// The one recording of this process. The driver is opened when the loader has loaded the recorder, before
 /// the program can ask for any function of it; the recording begins when it does. It ends when the recorder
-/// is unloaded or the process exits. The object itself stays, since a driver's thread may still call back
-/// then. Any thread may call any function but the first four.
+/// is unloaded or the process exits. In the latter case the object itself stays, since a driver's thread may
+/// still call back. Any thread may call any function but the first four.
 class Session
 {
 public:
