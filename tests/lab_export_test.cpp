@@ -1,6 +1,7 @@
 #include "support/lab.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -12,6 +13,10 @@
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace lab_testing;
 
@@ -166,4 +171,34 @@ TEST_F(Export, LeavesTheFileThatItWouldReplaceIfItFails)
 
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(read("a.csv"), "before");
+}
+
+TEST_F(Export, WritesIntoAPipeAndLeavesItThere)
+{
+    const QByteArray pipe = path("pipe").toLocal8Bit();
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    const int reader = open(pipe.constData(), O_RDONLY | O_NONBLOCK);
+
+    const Outcome outcome = lab({"export", "-", "--csv", "-o", path("pipe")}, first + board);
+
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    char text[200] = {};
+    EXPECT_GT(::read(reader, text, sizeof text - 1), 0);
+    EXPECT_EQ(std::string(text).find("time_s,"), 0U);
+    struct stat status = {};
+    EXPECT_EQ(stat(pipe.constData(), &status), 0);
+    EXPECT_TRUE(S_ISFIFO(status.st_mode));
+    close(reader);
+}
+
+TEST_F(Export, ReplacesTheFileBehindALink)
+{
+    write("a.csv", "before");
+    ASSERT_TRUE(QFile::link(path("a.csv"), path("link")));
+
+    const Outcome outcome = lab({"export", "-", "--csv", "-o", path("link")}, first + board);
+
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(read("a.csv").find("time_s,"), 0U);
+    EXPECT_TRUE(QFileInfo(path("link")).isSymLink());
 }

@@ -2,16 +2,28 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include <unistd.h>
 
 namespace capture {
 
-NewFile::NewFile(const std::string &name)
-    : m_name(name == "-" ? "standard output" : name),
-      m_temporary(name == "-" ? "" : name + ".part-" + std::to_string(getpid()))
+NewFile::NewFile(const std::string &name) : m_name(name == "-" ? "standard output" : name), m_target(name)
 {
-    m_stream = name == "-" ? stdout : std::fopen(m_temporary.c_str(), "we");
+    namespace fs = std::filesystem;
+    if (name == "-") {
+        m_stream = stdout;
+        return;
+    }
+    std::error_code isNew;
+    const fs::path existing = fs::canonical(name, isNew);
+    if (!isNew)
+        m_target = existing.string();
+    // Only a file can be replaced: renaming would put one into the place of a device.
+    if (isNew || fs::is_regular_file(existing))
+        m_temporary = m_target + ".part-" + std::to_string(getpid());
+    m_stream = std::fopen((m_temporary.empty() ? m_target : m_temporary).c_str(), "we");
     if (!m_stream)
         fail(errno);
 }
@@ -21,7 +33,8 @@ NewFile::~NewFile()
     if (!m_stream || m_stream == stdout)
         return;
     std::fclose(m_stream);
-    std::remove(m_temporary.c_str());
+    if (!m_temporary.empty())
+        std::remove(m_temporary.c_str());
 }
 
 void NewFile::write(std::string_view text)
@@ -41,7 +54,10 @@ bool NewFile::finish()
         return true;
     std::FILE *const stream = m_stream;
     m_stream = nullptr;
-    if (std::fclose(stream) == 0 && std::rename(m_temporary.c_str(), m_name.c_str()) == 0)
+    const bool isClosed = std::fclose(stream) == 0;
+    if (m_temporary.empty())
+        return isClosed || fail(errno);
+    if (isClosed && std::rename(m_temporary.c_str(), m_target.c_str()) == 0)
         return true;
     fail(errno);
     std::remove(m_temporary.c_str());

@@ -6,8 +6,8 @@
 
 namespace capture {
 
-/// A file that is written as a whole, or standard output for "-". It appears under its name when all is written,
-/// so that an error leaves what was there before. Used on one thread.
+/// A file that is written as a whole, or standard output for "-". It appears under its name when all is
+/// written, so that an error leaves what was there before. Used on one thread.
 class NewFile
 {
 public:
@@ -29,7 +29,8 @@ private:
     bool fail(int error);
 
     const std::string m_name;
-    const std::string m_temporary; ///< empty for standard output
+    std::string m_target;    ///< m_name, behind links
+    std::string m_temporary; ///< empty if the file itself is written
     std::FILE *m_stream = nullptr;
     std::string m_error;
 };

@@ -1,11 +1,11 @@
 #include "commands/virtualscreen.h"
 
+#include "capture/newfile.h"
+
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -124,15 +124,6 @@ std::string pictureAtRest(const std::string &display)
     return {};
 }
 
-bool write(const std::string &content, const std::string &name)
-{
-    std::FILE *const file = std::fopen(name.c_str(), "we");
-    if (!file)
-        return false;
-    const bool isWritten = std::fwrite(content.data(), 1, content.size(), file) == content.size();
-    return std::fclose(file) == 0 && isWritten;
-}
-
 } // namespace
 
 VirtualScreen::VirtualScreen()
@@ -182,12 +173,11 @@ bool VirtualScreen::save(const std::string &name) const
     const std::string picture = pictureAtRest(m_display);
     if (picture.empty())
         return false;
-    const std::string temporary = name + ".part-" + std::to_string(getpid());
-    if (write(picture, temporary) && std::rename(temporary.c_str(), name.c_str()) == 0)
-        return true;
-    std::fprintf(stderr, "%s:0: cannot be written: %s\n", name.c_str(), std::strerror(errno));
-    std::remove(temporary.c_str());
-    return false;
+    capture::NewFile file(name);
+    if (!file.stream())
+        return false;
+    std::fwrite(picture.data(), 1, picture.size(), file.stream());
+    return file.finish();
 }
 
 } // namespace lab
