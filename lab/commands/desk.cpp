@@ -136,7 +136,7 @@ void Desk::pause(bool isPaused)
 
 void Desk::draw()
 {
-    m_drawn = now();
+    m_drawn = Transport::Clock::now();
     winsize size{};
     const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
     // A line that fills the last column would wrap, and the next one would not replace it.

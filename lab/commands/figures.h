@@ -151,7 +151,7 @@ private:
     void followFirst(const capture::Line &line);
     void followReport(const capture::Line &line);
     void followContact(int board, capture::ReportKind kind, const capture::Contact &contact);
-    void countLift(int board, capture::ReportKind kind, ContactFigures &figures,
+    void countLift(int number, capture::ReportKind kind, ContactFigures &figures,
                    const capture::Contact &contact);
     void forgetContacts(int board);
 

@@ -45,7 +45,7 @@ std::vector<std::string> changed(const std::map<std::string, std::string> &chang
             variables.push_back(text);
     }
     for (const auto &[name, value] : changes)
-        variables.push_back(std::string(name).append("=").append(value));
+        variables.emplace_back(name).append("=").append(value);
     return variables;
 }
 
