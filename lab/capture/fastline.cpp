@@ -74,6 +74,8 @@ struct FastLine::Parser
 
     bool readFields(simdjson::ondemand::object &object, Line &line);
     bool readField(std::string_view name, value &held, Line &line);
+    bool readType(value &held, Line &line);
+    bool readInside(value &held, Line &line);
     bool isFirst(Field found);
     static bool isMeaning(Field found, value &held);
     static bool isContact(simdjson::ondemand::object &contact);
@@ -161,16 +163,32 @@ bool FastLine::Parser::isContact(simdjson::ondemand::object &contact)
     return count == names.size();
 }
 
+bool FastLine::Parser::readType(value &held, Line &line)
+{
+    std::string_view text;
+    if (held.get_string().get(text) || !isFirst(type))
+        return false;
+    line.type = text == "raw" ? Line::Type::report : Line::Type::handback;
+    return text == "raw" || text == "handback";
+}
+
+bool FastLine::Parser::readInside(value &held, Line &line)
+{
+    double microseconds = 0;
+    if (!isFirst(inside) || held.get_double().get(microseconds))
+        return false;
+    line.inside = microseconds;
+    return true;
+}
+
 bool FastLine::Parser::readField(std::string_view name, value &held, Line &line)
 {
     std::int64_t number = 0;
     std::string_view text;
-    if (name == "type") {
-        if (held.get_string().get(text) || !isFirst(type))
-            return false;
-        line.type = text == "raw" ? Line::Type::report : Line::Type::handback;
-        return text == "raw" || text == "handback";
-    }
+    if (name == "type")
+        return readType(held, line);
+    if (name == "inside")
+        return readInside(held, line);
     if (name == "hex")
         return isFirst(hex) && !held.get_string().get(text) && readHex(text, line.bytes);
     if (name == "board") {
@@ -189,13 +207,6 @@ bool FastLine::Parser::readField(std::string_view name, value &held, Line &line)
         const Field found = name == "kind" ? kind : name == "thread" ? thread : contacts;
         return line.type == Line::Type::handback && (seen & type) != 0 && isFirst(found)
             && isMeaning(found, held);
-    }
-    if (name == "inside") {
-        double microseconds = 0;
-        if (!isFirst(inside) || held.get_double().get(microseconds))
-            return false;
-        line.inside = microseconds;
-        return true;
     }
     return false;
 }

@@ -140,7 +140,7 @@ void recordCall(std::int64_t begin, std::int64_t result, const Arguments &...arg
     record->arguments = {asNumber(arguments)...};
     record->board = static_cast<std::int32_t>(record->arguments[0]);
     keepBytes<function>(*record, std::tie(arguments...));
-    session.push(record);
+    Session::push(record);
 }
 
 /// The driver's answers pass whole: a truth value may be an int, or the low byte of a register.

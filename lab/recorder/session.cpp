@@ -95,7 +95,7 @@ std::uint64_t Session::beginReport(int board, const std::uint8_t *data, std::uin
     record->begin = now();
     keep(*record, data, length);
     const std::uint64_t number = record->number;
-    m_queue.push(record);
+    Queue::push(record);
     return number;
 }
 
@@ -110,7 +110,7 @@ void Session::endReport(std::uint64_t report)
     record->kind = Record::Kind::returned;
     record->number = report;
     record->end = time;
-    m_queue.push(record);
+    Queue::push(record);
 }
 
 void Session::change()
@@ -120,7 +120,7 @@ void Session::change()
         return;
     record->kind = Record::Kind::change;
     record->begin = now();
-    m_queue.push(record);
+    Queue::push(record);
 }
 
 Record *Session::takeCall()

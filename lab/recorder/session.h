@@ -40,7 +40,7 @@ public:
     void change();
     /// A record for a call that has ended, to be filled and pushed; null if it is not recorded.
     Record *takeCall();
-    void push(Record *record) { m_queue.push(record); }
+    static void push(Record *record) { Queue::push(record); }
 
     /// Copies @p size bytes into @p record, or as many as are kept.
     static void keep(Record &record, const void *bytes, std::size_t size);

@@ -147,7 +147,7 @@ void Tape::collect()
                 m_pending[open->second - m_written].returned = record->end;
                 m_open.erase(open);
             }
-            m_queue.giveBack(record);
+            Queue::giveBack(record);
             continue;
         }
         if (record->kind == Record::Kind::report)
@@ -166,7 +166,7 @@ void Tape::writeUpTo(std::int64_t deadline)
         write(next);
         if (!isComplete)
             m_open.erase(next.record->number);
-        m_queue.giveBack(next.record);
+        Queue::giveBack(next.record);
         m_pending.pop_front();
         ++m_written;
     }
