@@ -75,7 +75,8 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalRow{"UnknownDeviceField", R"({"type":"device","kind":1,"board":2,"info":"","name":""})",
                    "unknown field \"name\""},
         RefusalRow{"WaitForNothing", R"({"type":"wait"})", "field \"time\" is missing"},
-        RefusalRow{"WaitForTwoThings", R"({"type":"wait","time":1,"file":"x"})", "unknown field \"time\""},
+        RefusalRow{"WaitForTwoThings", R"({"type":"wait","time":1,"file":"x"})",
+                   "either \"time\" or \"file\" says what to wait for"},
         RefusalRow{"EndWithoutRepeat", R"({"type":"end"})", "end without repeat"},
         RefusalRow{"RepeatWithoutEnd", R"({"type":"repeat"})", "repeat without end"}),
     row_name);
