@@ -31,7 +31,7 @@ std::string lineText(const capture::Line &line)
 
 } // namespace
 
-Keys::Keys() : m_isTerminal(isatty(STDIN_FILENO) != 0)
+Keys::Keys() : m_isTerminal(isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0)
 {
     if (!m_isTerminal)
         return;
