@@ -10,7 +10,7 @@
 
 namespace lab {
 
-/// The keys of a terminal, one by one, as long as it lives; none if standard input is no terminal.
+/// The keys of a terminal, one by one, as long as it lives; none if standard input or output is no terminal.
 class Keys
 {
 public:
