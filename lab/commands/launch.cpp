@@ -49,9 +49,13 @@ std::vector<std::string> changed(const std::map<std::string, std::string> &chang
     return variables;
 }
 
-/// Starts the program with the signals as a shell leaves them.
-int spawn(std::vector<std::string> program, std::vector<std::string> variables, pid_t &process)
+/// Starts the program with the signals as a shell leaves them. @p output becomes its standard output.
+int spawn(std::vector<std::string> program, std::vector<std::string> variables, int output, pid_t &process)
 {
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    if (output != STDOUT_FILENO)
+        posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t usual;
@@ -60,9 +64,10 @@ int spawn(std::vector<std::string> program, std::vector<std::string> variables, 
     sigaddset(&usual, SIGTERM);
     posix_spawnattr_setsigdefault(&attributes, &usual);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    const int error = posix_spawnp(&process, program.front().c_str(), nullptr, &attributes,
+    const int error = posix_spawnp(&process, program.front().c_str(), &files, &attributes,
                                    pointersTo(program).data(), pointersTo(variables).data());
     posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
     return error;
 }
 
@@ -117,7 +122,8 @@ bool Launch::start()
 {
     if (m_program.front().empty())
         return false;
-    if (const int error = spawn(m_program, changed(m_changes), m_process)) {
+    const int output = m_isKeptOffOutput ? STDERR_FILENO : STDOUT_FILENO;
+    if (const int error = spawn(m_program, changed(m_changes), output, m_process)) {
         std::fprintf(stderr, "lanternix-lab: %s: %s\n", m_program.front().c_str(), std::strerror(error));
         m_process = 0;
         return false;

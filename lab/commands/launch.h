@@ -25,6 +25,9 @@ public:
     /// Puts @p folder in front of a variable that lists folders.
     void prependPath(const std::string &name, const std::string &folder);
 
+    /// Lets the program print to standard error what it would print to standard output.
+    void keepOffOutput() { m_isKeptOffOutput = true; }
+
     /// False if the program could not be started, which one line on standard error then tells.
     bool start();
     /// A descriptor for poll(), which can be read when the program has ended. -1 before start().
@@ -43,6 +46,7 @@ private:
 
     const std::vector<std::string> m_program;
     std::map<std::string, std::string> m_changes;
+    bool m_isKeptOffOutput = false;
     pid_t m_process = 0; ///< 0 if none runs that has not been waited for
     int m_ending = -1;
     std::unique_ptr<Signals> m_signals; ///< while it runs

@@ -24,6 +24,8 @@ namespace lab {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 struct Options
 {
     std::string output;
@@ -31,6 +33,7 @@ struct Options
     std::string driver;
     double keep = 0; ///< seconds; 0: all is kept
     bool identify = false;
+    bool json = false;
     std::vector<std::string> program;
 };
 
@@ -98,6 +101,31 @@ Totals totalsOf(const std::string &file)
     return totals;
 }
 
+void tellBeginning(const Options &options, const std::string &driver, const std::string &file)
+{
+    if (options.json)
+        std::printf("%s\n", Json{{"driver", driver}, {"file", file}}.dump().c_str());
+    else
+        std::printf("driver %s, recording %s\n", driver.c_str(), file.c_str());
+    std::fflush(stdout);
+}
+
+void tellEnd(const Options &options, const Totals &totals)
+{
+    const double seconds = static_cast<double>(totals.last) / 1e6;
+    if (options.json)
+        std::printf("%s\n",
+                    Json{{"reports", totals.reports},
+                         {"seconds", seconds},
+                         {"contacts", totals.contacts},
+                         {"lost", totals.lost}}
+                        .dump()
+                        .c_str());
+    else
+        std::printf("%" PRId64 " reports, %.1f s, %" PRId64 " contacts, %" PRId64 " lost\n", totals.reports,
+                    seconds, totals.contacts, totals.lost);
+}
+
 int record(const Options &options)
 {
     const std::string recorder = findRecorder();
@@ -110,8 +138,7 @@ int record(const Options &options)
         std::fprintf(stderr, "lanternix-lab: the board of %s is being recorded already\n", driver.c_str());
         return unreadable;
     }
-    std::printf("driver %s, recording %s\n", driver.c_str(), file.c_str());
-    std::fflush(stdout);
+    tellBeginning(options, driver, file);
 
     Launch launch(options.program.empty() ? std::vector<std::string>{findProgram()} : options.program);
     launch.prependPath("LD_LIBRARY_PATH", folderOf(recorder));
@@ -120,6 +147,8 @@ int record(const Options &options)
     launch.set("BOARDREC_SOCKET", nameOfRecordingSocket());
     if (options.keep > 0)
         launch.set("BOARDREC_KEEP", nlohmann::json(options.keep).dump());
+    if (options.json)
+        launch.keepOffOutput();
     if (options.identify)
         launch.set("BOARDREC_IDENTIFY", "1");
     if (!options.scenario.empty())
@@ -130,9 +159,7 @@ int record(const Options &options)
 
     if (options.keep > 0 && !joinKept(file))
         return unreadable;
-    const Totals totals = totalsOf(file);
-    std::printf("%" PRId64 " reports, %.1f s, %" PRId64 " contacts, %" PRId64 " lost\n", totals.reports,
-                static_cast<double>(totals.last) / 1e6, totals.contacts, totals.lost);
+    tellEnd(options, totalsOf(file));
     return ended == 0 ? success : findings;
 }
 
@@ -160,6 +187,8 @@ void addRecord(CLI::App &lab, int &status)
         ->check(CLI::Range(1e-6, 1e6));
     command.add_flag("--identify", options->identify,
                      "Also write user, host and serial numbers into the recording");
+    command.add_flag("--json", options->json,
+                     "Print JSON objects, and what the program prints to standard error");
     command.add_option("PROGRAM", options->program, "The program to start, and its arguments, behind --");
     command.positionals_at_end();
     command.callback([options, &status] { status = record(*options); });

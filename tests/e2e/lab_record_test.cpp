@@ -103,3 +103,24 @@ TEST(ARecording, IsRefusedWhileTheBoardIsBeingRecorded)
     ASSERT_TRUE(lab.waitForFinished());
     EXPECT_EQ(lab.exitCode(), 0);
 }
+
+TEST(ARecording, PrintsNothingButJsonIfAsked)
+{
+    LabRun run;
+    const QString scenario = run.write("scenario.jsonl", {first, board});
+    QProcess lab;
+    run.start(lab, {"record", "--json", "-o", run.path("a.jsonl"), "--sim", scenario}, "log.jsonl");
+    ASSERT_TRUE(eventually([&] { return run.desktop().window_area().width() > 1000; }));
+    run.desktop().press("Escape");
+    ASSERT_TRUE(lab.waitForFinished());
+
+    const QList<QByteArray> lines = lab.readAllStandardOutput().trimmed().split('\n');
+    ASSERT_EQ(lines.size(), 2);
+    const auto begin = nlohmann::json::parse(lines[0].toStdString());
+    EXPECT_EQ(begin["file"], run.path("a.jsonl").toStdString());
+    EXPECT_TRUE(begin.contains("driver"));
+    const auto end = nlohmann::json::parse(lines[1].toStdString());
+    EXPECT_EQ(end["reports"], 0);
+    EXPECT_EQ(end["lost"], 0);
+    EXPECT_TRUE(lab.readAllStandardError().contains("Enumerated "));
+}
