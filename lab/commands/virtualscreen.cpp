@@ -132,8 +132,11 @@ VirtualScreen::VirtualScreen()
     if (pipe(ends.data()) != 0)
         return;
     const std::string end = std::to_string(ends[1]);
-    m_server =
-        start({"Xvfb", "-displayfd", end.c_str(), "-screen", "0", "1920x1080x24", "-nolisten", "tcp"}, {});
+    // Otherwise it begins again when the last client has gone, such as one that looks for the window manager
+    // before that has come, which it then throws out.
+    constexpr const char *stay = "-noreset";
+    m_server = start(
+        {"Xvfb", "-displayfd", end.c_str(), "-screen", "0", "1920x1080x24", "-nolisten", "tcp", stay}, {});
     close(ends[1]);
     const std::string number = readNumber(ends[0]);
     close(ends[0]);
