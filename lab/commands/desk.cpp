@@ -86,10 +86,9 @@ Desk::Desk(int board, const Launch &program) : m_board(board), m_program(program
 Desk::~Desk()
 {
     close(m_board);
-    if (!m_keys.isTerminal())
-        return;
     draw();
-    std::printf("\n");
+    if (m_keys.isTerminal())
+        std::printf("\n");
 }
 
 Transport::Clock::time_point Desk::now()
@@ -130,12 +129,13 @@ void Desk::show(const capture::Line &line, bool isPaused)
 void Desk::pause(bool isPaused)
 {
     m_isPaused = isPaused;
-    if (m_keys.isTerminal())
-        draw();
+    draw();
 }
 
 void Desk::draw()
 {
+    if (!m_keys.isTerminal())
+        return;
     m_drawn = Transport::Clock::now();
     winsize size{};
     const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;

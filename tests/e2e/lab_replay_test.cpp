@@ -72,6 +72,7 @@ TEST_P(AReplayWithoutAScreen, MakesTheSameCallsAndTheSamePicture)
     ASSERT_TRUE(lab.waitForFinished(60'000));
     EXPECT_EQ(lab.exitCode(), 0);
     EXPECT_EQ(lab.readAllStandardError(), "");
+    EXPECT_FALSE(lab.readAllStandardOutput().contains('\x1b')) << "nothing for a terminal";
     const Events original = eventsOf(run.lines("log.jsonl"));
     const Events again = eventsOf(run.lines("again-log.jsonl"));
     EXPECT_EQ(again.reports, original.reports);
