@@ -288,7 +288,7 @@ void ScenarioLines::readMove(Fields &fields)
 void ScenarioLines::readWait(Fields &fields)
 {
     if (fields.has("file") && fields.has("time"))
-        fields.fail("either \"time\" or \"file\" says what to wait for");
+        fields.fail(R"(either "time" or "file" says what to wait for)");
     if (fields.has("file"))
         m_scenario.steps.emplace_back(WaitForFile{fields.text("file", longestText)});
     else
