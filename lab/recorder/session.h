@@ -48,10 +48,10 @@ public:
 private:
     Session() = default;
 
+    Queue m_queue; // first, since it is aligned
     const Settings m_settings = Settings::fromEnvironment();
     RealDriver m_driver{m_settings.driver};
     Registrations m_registrations;
-    Queue m_queue;
     std::atomic<std::uint64_t> m_reports = 0;
     std::unique_ptr<Tape> m_tape; ///< null if nothing is recorded
     std::atomic<bool> m_isRecording = false;
