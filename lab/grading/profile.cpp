@@ -1,0 +1,272 @@
+#include "grading/profile.h"
+
+#include "scenarioreader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <simdjson.h>
+
+namespace grading {
+
+namespace {
+
+using simdjson::ondemand::array;
+using simdjson::ondemand::document;
+using simdjson::ondemand::field;
+using simdjson::ondemand::object;
+using simdjson::ondemand::value;
+
+/// Reads one profile. What is wrong is thrown, and caught where the reading began.
+class Parser
+{
+public:
+    Parser(const std::string &text, std::string name) : m_text(text), m_name(std::move(name)) { }
+
+    Profile parse();
+
+private:
+    /// Where a value or a name stands.
+    using Place = const char *;
+
+    [[noreturn]] void fail(Place place, const std::string &cause) const;
+    /// Calls @p read with the name, the place and the value of each field. @p read says whether it knows it.
+    template <typename Read> void eachField(object &held, Read read);
+    std::string text(value &held, Place place) const;
+    double number(value &held, Place place) const;
+    BoardSize size(value &held, Place place) const;
+    Limit limit(object &held, Place place);
+    void limits(value &held, Place place, Profile &profile);
+
+    const simdjson::padded_string m_text;
+    const std::string m_name;
+};
+
+void Parser::fail(Place place, const std::string &cause) const
+{
+    const char *const begin = m_text.data();
+    const auto line = place ? std::count(begin, std::min(place, begin + m_text.size()), '\n') + 1 : 1;
+    throw std::runtime_error(boardsim::oneLine(m_name + ":" + std::to_string(line) + ": " + cause));
+}
+
+template <typename Read> void Parser::eachField(object &held, Read read)
+{
+    for (auto next : held) {
+        field found;
+        if (const auto error = std::move(next).get(found))
+            fail(m_text.data(), simdjson::error_message(error));
+        const Place place = found.key().raw();
+        std::string_view name;
+        if (found.unescaped_key().get(name))
+            fail(place, "a name is no text");
+        const std::string known(name);
+        value inner = found.value();
+        if (!read(known, place, inner))
+            fail(place, "there is no field \"" + known + "\" here");
+    }
+}
+
+std::string Parser::text(value &held, Place place) const
+{
+    std::string_view read;
+    if (held.get_string().get(read))
+        fail(place, "a text is expected");
+    return std::string(read);
+}
+
+double Parser::number(value &held, Place place) const
+{
+    double read = 0;
+    if (held.get_double().get(read) || !std::isfinite(read))
+        fail(place, "a number is expected");
+    return read;
+}
+
+BoardSize Parser::size(value &held, Place place) const
+{
+    std::vector<double> sides;
+    array list;
+    if (held.get_array().get(list))
+        fail(place, "the size is [width, height] in millimetres");
+    for (auto next : list) {
+        value side;
+        if (std::move(next).get(side))
+            fail(place, "the size is [width, height] in millimetres");
+        sides.push_back(number(side, place));
+    }
+    if (sides.size() != 2 || sides[0] <= 0 || sides[1] <= 0)
+        fail(place, "the size is [width, height] in millimetres");
+    return {sides[0], sides[1]};
+}
+
+Limit Parser::limit(object &held, Place place)
+{
+    Limit limit;
+    std::string unit;
+    int bounds = 0;
+    eachField(held, [&](const std::string &name, Place at, value &inner) {
+        if (name == "key")
+            limit.key = text(inner, at);
+        else if (name == "unit")
+            unit = text(inner, at);
+        else if (name == "soft")
+            limit.soft = number(inner, at);
+        else if (name == "source")
+            limit.source = text(inner, at);
+        else if (name == "sentence")
+            limit.sentence = text(inner, at);
+        else if (name == "most" || name == "least") {
+            limit.isHighest = name == "most";
+            limit.value = number(inner, at);
+            ++bounds;
+        } else {
+            return false;
+        }
+        return true;
+    });
+    const FigureInfo *const info = figureInfo(limit.key);
+    if (!info)
+        fail(place, "there is no figure \"" + limit.key + "\"");
+    if (unit != info->unit)
+        fail(place, "the unit of " + limit.key + " is \"" + std::string(info->unit) + "\"");
+    if (bounds != 1)
+        fail(place, "a limit has either \"most\" or \"least\"");
+    if (limit.soft < 0)
+        fail(place, "\"soft\" is a width, 0 or more");
+    return limit;
+}
+
+void Parser::limits(value &held, Place place, Profile &profile)
+{
+    array list;
+    if (held.get_array().get(list))
+        fail(place, "the limits are a list");
+    for (auto next : list) {
+        object inner;
+        if (std::move(next).get_object().get(inner))
+            fail(place, "a limit is an object");
+        const std::string_view token = inner.raw_json().value();
+        if (inner.reset().error())
+            fail(token.data(), "a limit is an object");
+        Limit read = limit(inner, token.data());
+        if (profile.limitOf(read.key))
+            fail(token.data(), "a second limit of " + read.key);
+        profile.limits.push_back(std::move(read));
+    }
+}
+
+Profile Parser::parse()
+{
+    simdjson::ondemand::parser parser;
+    document parsed;
+    object root;
+    if (const auto error = parser.iterate(m_text).get(parsed))
+        fail(nullptr, simdjson::error_message(error));
+    if (parsed.get_object().get(root))
+        fail(nullptr, "a profile is a JSON object");
+    Profile profile;
+    eachField(root, [&](const std::string &name, Place place, value &held) {
+        if (name == "name")
+            profile.name = text(held, place);
+        else if (name == "title")
+            profile.title = text(held, place);
+        else if (name == "size_mm")
+            profile.size = size(held, place);
+        else if (name == "limits")
+            limits(held, place, profile);
+        else
+            return false;
+        return true;
+    });
+    if (profile.name.empty())
+        fail(nullptr, "the profile has no \"name\"");
+    if (profile.limits.empty())
+        fail(nullptr, "the profile has no \"limits\"");
+    return profile;
+}
+
+} // namespace
+
+const Limit *Profile::limitOf(std::string_view key) const
+{
+    const auto found =
+        std::find_if(limits.begin(), limits.end(), [key](const Limit &limit) { return limit.key == key; });
+    return found == limits.end() ? nullptr : &*found;
+}
+
+ProfileResult readProfile(const std::string &file)
+{
+    std::ifstream stream(file);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    if (!stream)
+        return {{}, boardsim::oneLine(file + ":0: cannot be read: " + std::strerror(errno))};
+    return parseProfile(text.str(), file);
+}
+
+ProfileResult parseProfile(const std::string &text, const std::string &name)
+{
+    try {
+        return {Parser(text, name).parse(), {}};
+    } catch (const std::runtime_error &error) {
+        return {{}, error.what()};
+    }
+}
+
+std::string_view nameOf(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::pass:
+        return "pass";
+    case Verdict::fail:
+        return "fail";
+    case Verdict::notGraded:
+        break;
+    }
+    return "not graded";
+}
+
+Grade gradeOf(const Figures &figures, std::string_view key, const Profile *profile)
+{
+    Grade grade;
+    grade.limit = profile ? profile->limitOf(key) : nullptr;
+    const auto figure = figures.find(std::string(key));
+    if (!grade.limit || figure == figures.end())
+        return grade;
+    const Limit &limit = *grade.limit;
+    const double excess = limit.isHighest ? figure->second - limit.value : limit.value - figure->second;
+    grade.verdict = excess <= 0 ? Verdict::pass : Verdict::fail;
+    if (excess <= 0)
+        grade.score = 1;
+    else
+        grade.score = limit.soft > 0 ? std::max(0.0, 1 - excess / limit.soft) : 0;
+    return grade;
+}
+
+Verdict Total::verdict() const
+{
+    if (failed > 0)
+        return Verdict::fail;
+    return passed > 0 ? Verdict::pass : Verdict::notGraded;
+}
+
+Total totalOf(const Figures &figures, const Profile *profile)
+{
+    Total total;
+    if (!profile)
+        return total;
+    for (const Limit &limit : profile->limits) {
+        const Verdict verdict = gradeOf(figures, limit.key, profile).verdict;
+        ++(verdict == Verdict::pass       ? total.passed
+               : verdict == Verdict::fail ? total.failed
+                                          : total.notGraded);
+    }
+    return total;
+}
+
+} // namespace grading
