@@ -70,6 +70,9 @@ GOALS = [
     ("trace: recording a change", "trace: recording/threads:1: ns_per_change", "median", 95, "ns"),
     ("trace: writing a change", "trace: writing: ns_per_change", "median", 250, "ns"),
     ("recording: check, processor time per report", "recording: check: processor time per report", "median", 500, "ns"),
+    ("recording: report with its page, processor time per report", "recording: report: processor time per report", "median",
+     3000, "ns"),
+    ("recording: report with its page, resident memory", "recording: report: resident memory", "max", 128, "MB"),
     *[(f"recording of 10,000,000 reports: {command}, resident memory", f"recording: {command}: resident memory", "max",
        64, "MB") for command in ("check", "show", "show, all reports", "diff", "cut")],
 ]

@@ -33,7 +33,7 @@ int run(int argc, char *argv[])
     int status = lab::success;
     for (const auto add :
          {lab::addRecord, lab::addKeep, lab::addReplay, lab::addWatch, lab::addShow, lab::addCheck,
-          lab::addDiff, lab::addCut, lab::addJoin, lab::addAnonymise, lab::addExport})
+          lab::addDiff, lab::addReport, lab::addCut, lab::addJoin, lab::addAnonymise, lab::addExport})
         add(lab, status);
     try {
         if (argc > 1 && !isKnown(lab, argv[1]))

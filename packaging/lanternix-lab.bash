@@ -4,7 +4,7 @@
 _lanternix_lab()
 {
     local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local subcommand='' word help value='' words=''
+    local subcommand='' word help value='' words='' files=''
     COMPREPLY=()
     for word in "${COMP_WORDS[@]:1:COMP_CWORD - 1}"; do
         [[ $word == -* ]] || { subcommand=$word; break; }
@@ -20,10 +20,18 @@ _lanternix_lab()
     *'{'*) words=${value#*'{'} words=${words%'}'*} words=${words//,/ } ;;
     'N|max'*) words='1 2 4 max' ;;
     KEY*)
-        words='reports_per_second> stuck_count> orphan_lift_count> dropout_count> undecodable_count> handback_count>'
-        words+=' lost_count> inside_median_us> inside_longest_us>'
+        if [[ $subcommand == report ]]; then
+            words='rate_min_hz< jitter_rms_units> gap_count> jump_count> line_rms_units> stuck_count> orphan_lift_count>'
+            words+=' id_swap_count> ghost_count> dropout_count> coverage_percent< undecodable_count> lost_count>'
+            words+=' handback_violation_count>'
+        else
+            words='reports_per_second> stuck_count> orphan_lift_count> dropout_count> undecodable_count> handback_count>'
+            words+=' lost_count> inside_median_us> inside_longest_us>'
+        fi
         compopt -o nospace
         ;;
+    NAME*) words='board robot touchpad touchscreen' files=yes ;;
+    WIDTH*) return ;;
     NUMBER* | SECONDS* | US*) return ;;
     '')
         if [[ -z $subcommand ]]; then
@@ -37,10 +45,10 @@ _lanternix_lab()
     esac
     if [[ -n $words ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
-        return
+        [[ -n $files ]] || return
     fi
     compopt -o filenames
-    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -- "$current")
 }
 
 complete -F _lanternix_lab lanternix-lab

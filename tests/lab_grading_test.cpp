@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -615,6 +617,18 @@ TEST(UnchangedReports, HaveTheSameBytesAsTheOneBefore)
     for (int i = 0; i < 10; ++i)
         recording.touch(1 + 0.01 * i, {{1, 5000 + (i / 2), 5000, 0, true}});
     EXPECT_EQ(figure(recording.measure(), "unchanged_percent"), 50);
+}
+
+TEST(Figures, StandInTheDocumentAsThePageExplainsThem)
+{
+    std::ifstream file(REPORT_DOCUMENT);
+    const std::string document{std::istreambuf_iterator<char>(file), {}};
+    for (const grading::FigureInfo &info : grading::figureInfos()) {
+        const std::string unit(info.unit == "us" ? "µs" : info.unit);
+        const std::string row =
+            "| `" + std::string(info.key) + "` | " + unit + " | " + std::string(info.how) + " |";
+        EXPECT_NE(document.find(row), std::string::npos) << row;
+    }
 }
 
 TEST(Callback, IsTheTimeInsideIt)

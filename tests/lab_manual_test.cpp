@@ -158,7 +158,7 @@ TEST(TheCompletion, OffersTheSubcommands)
     expected.insert({"--help", "--version"});
 
     EXPECT_EQ(completions({""}), expected);
-    EXPECT_EQ(completions({"rep"}), Names{"replay"});
+    EXPECT_EQ(completions({"rep"}), (Names{"replay", "report"}));
 }
 
 TEST(TheCompletion, OffersTheOptionsOfEachSubcommand)
@@ -193,14 +193,16 @@ TEST_P(Values, AreOffered)
 
 const Names files{"a b.jsonl", "recordings"};
 
-INSTANTIATE_TEST_SUITE_P(TheCompletion, Values,
-                         testing::Values(ValueRow{"Files", {"show", ""}, files},
-                                         ValueRow{"FilesBehindAFlag", {"show", "--all", ""}, files},
-                                         ValueRow{"FilesForAnOption", {"record", "--sim", ""}, files},
-                                         ValueRow{
-                                             "FilesForAShortOption", {"record", "-o", "a"}, {"a b.jsonl"}},
-                                         ValueRow{"Kinds", {"show", "--kind", "e"}, {"erase"}},
-                                         ValueRow{"Speeds", {"replay", "--speed", "m"}, {"max"}},
-                                         ValueRow{"Figures", {"watch", "--fail-on", "lost"}, {"lost_count>"}},
-                                         ValueRow{"NothingForANumber", {"cut", "--from", ""}, {}}),
-                         [](const auto &row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    TheCompletion, Values,
+    testing::Values(ValueRow{"Files", {"show", ""}, files},
+                    ValueRow{"FilesBehindAFlag", {"show", "--all", ""}, files},
+                    ValueRow{"FilesForAnOption", {"record", "--sim", ""}, files},
+                    ValueRow{"FilesForAShortOption", {"record", "-o", "a"}, {"a b.jsonl"}},
+                    ValueRow{"Kinds", {"show", "--kind", "e"}, {"erase"}},
+                    ValueRow{"Speeds", {"replay", "--speed", "m"}, {"max"}},
+                    ValueRow{"Figures", {"watch", "--fail-on", "lost"}, {"lost_count>"}},
+                    ValueRow{"FiguresOfAReport", {"report", "--fail-on", "ghost"}, {"ghost_count>"}},
+                    ValueRow{"Profiles", {"report", "--profile", "b"}, {"board"}},
+                    ValueRow{"NothingForANumber", {"cut", "--from", ""}, {}}),
+    [](const auto &row) { return std::string(row.param.name); });

@@ -20,6 +20,7 @@ void addJoin(CLI::App &lab, int &status);
 void addKeep(CLI::App &lab, int &status);
 void addRecord(CLI::App &lab, int &status);
 void addReplay(CLI::App &lab, int &status);
+void addReport(CLI::App &lab, int &status);
 void addShow(CLI::App &lab, int &status);
 void addWatch(CLI::App &lab, int &status);
 

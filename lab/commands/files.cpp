@@ -91,6 +91,14 @@ std::string findProgram()
     return firstOf({"lanternix", "../src/lanternix"}, "lanternix");
 }
 
+std::string findProfile(const std::string &name)
+{
+    if (name.find_first_of("/.") != std::string::npos)
+        return name;
+    return firstOf({LANTERNIX_PROFILES_FROM_BIN "/" + name + ".json", "profiles/" + name + ".json"},
+                   ("a profile " + name).c_str());
+}
+
 std::string findDriver(const std::string &given)
 {
     if (!given.empty())

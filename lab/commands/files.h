@@ -19,5 +19,7 @@ std::string findSimulatedDriver();
 std::string findDriver(const std::string &given);
 /// lanternix.
 std::string findProgram();
+/// The file of a profile: @p name itself if it is a path, else the installed one of that name.
+std::string findProfile(const std::string &name);
 
 } // namespace lab

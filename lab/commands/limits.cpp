@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 
 namespace lab {
 
@@ -21,6 +22,22 @@ std::optional<Limit> Limit::parse(const std::string &text, const std::vector<std
     if (error != std::errc() || rest != end || !std::isfinite(limit.value) || !isKnown)
         return {};
     return limit;
+}
+
+std::optional<std::vector<Limit>> limitsOf(const std::vector<std::string> &texts,
+                                           const std::vector<std::string> &keys)
+{
+    std::vector<Limit> limits;
+    for (const std::string &text : texts) {
+        const std::optional<Limit> limit = Limit::parse(text, keys);
+        if (!limit) {
+            std::fprintf(stderr, "lanternix-lab: \"%s\" is no limit such as %s>0\n", text.c_str(),
+                         keys.front().c_str());
+            return {};
+        }
+        limits.push_back(*limit);
+    }
+    return limits;
 }
 
 std::optional<Limit> passed(const std::vector<Limit> &limits, const std::map<std::string, double> &figures)

@@ -21,6 +21,10 @@ struct Limit
     bool isPassedBy(double figure) const { return isHighest ? figure > value : figure < value; }
 };
 
+/// All limits of a command line. Nothing if one is none, which one line on standard error then tells.
+std::optional<std::vector<Limit>> limitsOf(const std::vector<std::string> &texts,
+                                           const std::vector<std::string> &keys);
+
 /// The first of @p limits that one of @p figures passes; nothing if none does. A figure that is not there
 /// passes none.
 std::optional<Limit> passed(const std::vector<Limit> &limits, const std::map<std::string, double> &figures);

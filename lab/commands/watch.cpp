@@ -206,15 +206,9 @@ void printLast(const Feed &feed)
 
 int watch(const Options &options)
 {
-    std::vector<Limit> limits;
-    for (const std::string &text : options.failOn) {
-        const auto limit = Limit::parse(text, watchKeys);
-        if (!limit) {
-            std::fprintf(stderr, "lanternix-lab: \"%s\" is no limit such as lost_count>0\n", text.c_str());
-            return unreadable;
-        }
-        limits.push_back(*limit);
-    }
+    const auto limits = limitsOf(options.failOn, watchKeys);
+    if (!limits)
+        return unreadable;
     if (!options.json && (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)) {
         std::fprintf(stderr, "lanternix-lab: this is no terminal; watch --json needs none\n");
         return unreadable;
@@ -225,7 +219,7 @@ int watch(const Options &options)
     const auto end = options.seconds > 0
         ? steady_clock::now() + std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000))
         : steady_clock::time_point::max();
-    const auto limit = options.json ? watchAsJson(feed, limits, end) : watchOnScreen(feed, limits, end);
+    const auto limit = options.json ? watchAsJson(feed, *limits, end) : watchOnScreen(feed, *limits, end);
     if (!options.json)
         printLast(feed);
     if (!limit)

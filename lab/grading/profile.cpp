@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
 #include <simdjson.h>
 
 namespace grading {
@@ -35,6 +36,7 @@ private:
     using Place = const char *;
 
     [[noreturn]] void fail(Place place, const std::string &cause) const;
+    void checkSyntax() const;
     /// Calls @p read with the name, the place and the value of each field. @p read says whether it knows it.
     template <typename Read> void eachField(object &held, Read read);
     std::string text(value &held, Place place) const;
@@ -160,8 +162,20 @@ void Parser::limits(value &held, Place place, Profile &profile)
     }
 }
 
+/// The reader of fields would find what is no JSON only where it looks.
+void Parser::checkSyntax() const
+{
+    try {
+        [[maybe_unused]] const auto ignored =
+            nlohmann::json::parse(m_text.data(), m_text.data() + m_text.size());
+    } catch (const nlohmann::json::parse_error &error) {
+        fail(m_text.data() + std::max<std::size_t>(error.byte, 1) - 1, "this is no JSON");
+    }
+}
+
 Profile Parser::parse()
 {
+    checkSyntax();
     simdjson::ondemand::parser parser;
     document parsed;
     object root;

@@ -1,0 +1,215 @@
+#include "page/facts.h"
+
+#include "hex.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace page {
+
+namespace {
+
+using capture::ReportKind;
+using Json = nlohmann::json;
+
+/// A text or a number of an object; nothing if there is none.
+std::string textOf(const Json &object, const char *name)
+{
+    if (!object.is_object() || !object.contains(name))
+        return {};
+    const Json &held = object[name];
+    if (held.is_string())
+        return held.get<std::string>();
+    return held.is_number() ? held.dump() : std::string();
+}
+
+void fact(Html &html, const std::string &name, const std::string &value)
+{
+    if (value.empty())
+        return;
+    const Element row(html, "tr");
+    html.leaf("th", name, {{"scope", "row"}});
+    html.leaf("td", value);
+}
+
+/// "hid true, vid 04d8" of "hid<true>vid<04d8>".
+std::string itemsText(const std::string &info)
+{
+    std::string text;
+    std::size_t at = 0;
+    for (std::size_t open = 0; (open = info.find('<', at)) != std::string::npos;) {
+        const std::size_t end = info.find('>', open);
+        if (end == std::string::npos)
+            break;
+        text += (text.empty() ? "" : ", ") + info.substr(at, open - at) + " "
+            + info.substr(open + 1, end - open - 1);
+        at = end + 1;
+    }
+    return text + info.substr(at);
+}
+
+std::string kindOfDevice(int kind)
+{
+    constexpr std::array<const char *, 5> names{"device", "board", "legacy hub", "2.4 GHz hub",
+                                                "virtual hub"};
+    return names.at(kind > 0 && kind < 5 ? static_cast<std::size_t>(kind) : 0);
+}
+
+std::string versionText(const Json &driver)
+{
+    std::string text;
+    if (!driver.is_object() || !driver.contains("version") || !driver["version"].is_array())
+        return text;
+    for (const Json &number : driver["version"])
+        text += (text.empty() ? "" : ".") + number.dump();
+    return text;
+}
+
+std::string screensText(const Json &first)
+{
+    std::string text;
+    if (!first.contains("screens") || !first["screens"].is_array())
+        return text;
+    for (const Json &screen : first["screens"]) {
+        text += (text.empty() ? "" : "; ") + textOf(screen, "width") + " x " + textOf(screen, "height")
+            + " at " + textOf(screen, "x") + ", " + textOf(screen, "y");
+        const std::string scale = textOf(screen, "scale");
+        text += scale.empty() || scale == "1" || scale == "1.0" ? "" : ", scale " + scale;
+    }
+    return text;
+}
+
+std::string joined(std::initializer_list<std::string> parts)
+{
+    std::string text;
+    for (const std::string &part : parts) {
+        if (!part.empty())
+            text += (text.empty() ? "" : ", ") + part;
+    }
+    return text;
+}
+
+void writeSource(Html &html, const grading::Report &report)
+{
+    const grading::Summary &summary = report.summary;
+    const Json first = Json::parse(summary.firstLine, nullptr, false);
+    const Json driver = first.is_object() ? first.value("driver", Json()) : Json();
+    const Json program = first.is_object() ? first.value("program", Json()) : Json();
+    const Element table(html, "table");
+    const Element body(html, "tbody");
+    fact(html, "Duration", numberText(static_cast<double>(summary.duration) / 1e6, 6) + " s");
+    for (const auto &[number, device] : summary.devices) {
+        fact(html, kindOfDevice(device.kind) + " " + std::to_string(number),
+             joined({itemsText(device.info), std::to_string(device.reports) + " reports"}));
+    }
+    fact(html, "Driver",
+         joined({textOf(driver, "path"), versionText(driver).empty() ? "" : "version " + versionText(driver),
+                 textOf(driver, "size").empty() ? "" : textOf(driver, "size") + " bytes",
+                 textOf(driver, "sha256").empty() ? "" : "SHA-256 " + textOf(driver, "sha256")}));
+    fact(html, "Program", joined({textOf(program, "name"), textOf(program, "version")}));
+    if (first.is_object()) {
+        fact(html, "Screens", screensText(first));
+        fact(html, "System", joined({textOf(first, "kernel"), textOf(first, "locale")}));
+        fact(html, "Recorder", textOf(first, "recorder"));
+    }
+    if (report.size)
+        fact(html, "Size of the board",
+             numberText(report.size->width, 6) + " x " + numberText(report.size->height, 6) + " mm");
+}
+
+void writeCounts(Html &html, const grading::Summary &summary)
+{
+    const auto isSeen = [](std::uint64_t count) { return count > 0; };
+    if (std::none_of(summary.reports.begin(), summary.reports.end(), isSeen)) {
+        html.leaf("p", "No report came.");
+        return;
+    }
+    const Element table(html, "table");
+    {
+        const Element head(html, "thead");
+        const Element row(html, "tr");
+        html.leaf("th", "Kind", {{"scope", "col"}});
+        for (const char *const title : {"Reports", "Contacts", "Most at once"})
+            html.leaf("th", title, {{"scope", "col"}, {"class", "number"}});
+    }
+    const Element body(html, "tbody");
+    for (std::size_t i = 0; i < summary.reports.size(); ++i) {
+        const auto kind = static_cast<ReportKind>(i);
+        if (summary.reports.at(i) == 0)
+            continue;
+        const auto contacts = summary.contacts.find(kind);
+        const auto most = summary.mostAtOnce.find(kind);
+        const bool hasContacts = contacts != summary.contacts.end();
+        const Element row(html, "tr");
+        html.leaf("td", capture::nameOf(kind));
+        html.leaf("td", std::to_string(summary.reports.at(i)), {{"class", "number"}});
+        html.leaf("td", hasContacts ? std::to_string(contacts->second) : "–", {{"class", "number"}});
+        html.leaf("td", hasContacts ? std::to_string(most->second) : "–", {{"class", "number"}});
+    }
+}
+
+void writeUndecodable(Html &html, const std::vector<grading::Undecodable> &reports)
+{
+    if (reports.empty())
+        return;
+    html.leaf("h3", "Undecodable reports");
+    const Element list(html, "ul");
+    for (const grading::Undecodable &report : reports) {
+        const Element item(html, "li");
+        html.text("line " + std::to_string(report.line) + ", "
+                  + numberText(static_cast<double>(report.at) / 1e6, 9) + " s, board "
+                  + std::to_string(report.board) + ": ");
+        html.leaf("code", boardsim::hexText(report.bytes.data(), static_cast<int>(report.bytes.size())));
+    }
+}
+
+void writeHandbacks(Html &html, const grading::Summary &summary)
+{
+    html.leaf("h3", "Hand-backs");
+    if (summary.handbacks == 0) {
+        html.leaf("p", "No contact was handed back to the operating system.");
+        return;
+    }
+    html.leaf("p",
+              std::to_string(summary.contactsHandedBack) + " contacts went to the operating system in "
+                  + std::to_string(summary.handbacks) + " reports.");
+    if (summary.complaints.empty()) {
+        html.leaf("p", "Every contact went to one side for its whole life, in order, nothing twice.");
+        return;
+    }
+    html.leaf(
+        "p", "This is the program's fault, not the board's; please send the recording:", {{"class", "fail"}});
+    const Element list(html, "ul");
+    for (const std::string &complaint : summary.complaints)
+        html.leaf("li", complaint);
+}
+
+} // namespace
+
+void writeFacts(Html &html, const grading::Report &report)
+{
+    html.leaf("h2", "What was recorded");
+    writeSource(html, report);
+    html.leaf("h3", "Reports and contacts");
+    writeCounts(html, report.summary);
+}
+
+void writeFindings(Html &html, const grading::Summary &summary)
+{
+    html.leaf("h2", "Findings");
+    writeHandbacks(html, summary);
+    writeUndecodable(html, summary.undecodable);
+    if (summary.notes.empty())
+        return;
+    html.leaf("h3", "Notes in the recording");
+    const Element list(html, "ul");
+    for (const std::string &note : summary.notes)
+        html.leaf("li", note);
+}
+
+} // namespace page

@@ -1,0 +1,94 @@
+#include "page/html.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace page {
+
+namespace {
+
+/// Without the characters that no document may hold, as HTML and XML see it.
+std::string printable(std::string_view text)
+{
+    std::string kept;
+    kept.reserve(text.size());
+    for (const char byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        const bool isControl = (code < ' ' && byte != '\n' && byte != '\t') || code == 0x7f;
+        kept += isControl ? ' ' : byte;
+    }
+    return kept;
+}
+
+} // namespace
+
+Html::Html(const std::string &title, const char *style) : m_printer(nullptr, true)
+{
+    m_printer.PushUnknown("DOCTYPE html");
+    open("html", {{"lang", "en"}});
+    open("head");
+    empty("meta", {{"charset", "utf-8"}});
+    empty("meta", {{"name", "viewport"}, {"content", "width=device-width, initial-scale=1"}});
+    empty("meta", {{"name", "color-scheme"}, {"content", "light dark"}});
+    leaf("title", title);
+    leaf("style", style);
+    close();
+    open("body");
+}
+
+void Html::open(const char *element, Attributes attributes)
+{
+    m_printer.OpenElement(element, true);
+    for (const auto &[name, value] : attributes)
+        m_printer.PushAttribute(name, printable(value).c_str());
+}
+
+void Html::close()
+{
+    m_printer.CloseElement(true);
+}
+
+void Html::text(std::string_view text)
+{
+    m_printer.PushText(printable(text).c_str());
+}
+
+void Html::leaf(const char *element, std::string_view content, Attributes attributes)
+{
+    open(element, attributes);
+    text(content);
+    close();
+}
+
+void Html::empty(const char *element, Attributes attributes)
+{
+    open(element, attributes);
+    close();
+}
+
+std::string Html::finish()
+{
+    close();
+    close();
+    return std::string(m_printer.CStr()) + "\n";
+}
+
+std::string numberText(double value, int digits)
+{
+    const double size = std::abs(value);
+    const int before = size > 0 ? static_cast<int>(std::floor(std::log10(size))) + 1 : 1;
+    const int decimals = std::clamp(digits - before, 0, 6);
+    std::array<char, 400> text{};
+    const int length = std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
+    std::string number(text.data(), static_cast<std::size_t>(length));
+    if (number.find('.') != std::string::npos) {
+        number.erase(number.find_last_not_of('0') + 1);
+        if (number.back() == '.')
+            number.pop_back();
+    }
+    return number == "-0" ? "0" : number;
+}
+
+} // namespace page
