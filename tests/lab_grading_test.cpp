@@ -398,6 +398,22 @@ TEST(Millimetres, AreMeasuredAlongEachAxisByItself)
         << "without a size nothing is guessed";
 }
 
+TEST(Jitter, IsMeasuredAlongEachAxis)
+{
+    Recording recording;
+    recording.add({ReportKind::touch, 2, 4, 2, {4000, 8000}, {4000, 8000}}, [](double share, Point point) {
+        const bool isOdd = std::lround(share * 249) % 2 != 0;
+        return Point{point.x + (isOdd ? 10 : 0), point.y + (isOdd ? 40 : 0)};
+    });
+    const grading::Summary summary = recording.measure();
+    EXPECT_NEAR(figure(summary, "jitter_rms_x_units"), 5, 0.05);
+    EXPECT_NEAR(figure(summary, "jitter_rms_y_units"), 20, 0.1);
+    EXPECT_EQ(figure(summary, "jitter_p2p_x_units"), 10);
+    EXPECT_EQ(figure(summary, "jitter_p2p_y_units"), 40);
+    EXPECT_EQ(figure(summary, "jitter_rms_units"), figure(summary, "jitter_rms_y_units"))
+        << "the larger axis";
+}
+
 TEST(TravelJitter, IsTheSpreadWithinTenMillimetresOfTheLine)
 {
     // Ten millimetres are 100 units: about one step of the stroke, and a tenth of a wave.

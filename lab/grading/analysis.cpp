@@ -207,6 +207,10 @@ void Analysis::measureRest(const Track &track, Open &open)
     };
     const Rest rest = restOf(track.samples);
     note("units", rest);
+    fold(open.figures, "jitter_rms_x_units", rest.rmsX, Fold::highest);
+    fold(open.figures, "jitter_rms_y_units", rest.rmsY, Fold::highest);
+    fold(open.figures, "jitter_p2p_x_units", rest.peakX, Fold::highest);
+    fold(open.figures, "jitter_p2p_y_units", rest.peakY, Fold::highest);
     if (m_size)
         note("mm", restOf(track.samples, m_size->scale()));
     m_summary.maps[track.board].addRest(track, rest);
