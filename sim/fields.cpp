@@ -13,9 +13,14 @@ std::string quoted(const char *name)
     return std::string("\"") + name + "\"";
 }
 
-template <typename Number> std::string rangeText(Number lowest, Number highest)
+std::string rangeText(std::int64_t lowest, std::int64_t highest)
 {
     return std::to_string(lowest) + " to " + std::to_string(highest);
+}
+
+std::string rangeText(double lowest, double highest)
+{
+    return rangeText(static_cast<std::int64_t>(lowest), static_cast<std::int64_t>(highest));
 }
 
 bool isInside(const Json &value, std::int64_t lowest, std::int64_t highest)
@@ -25,6 +30,11 @@ bool isInside(const Json &value, std::int64_t lowest, std::int64_t highest)
         return false;
     const auto number = value.get<std::int64_t>();
     return number >= lowest && number <= highest;
+}
+
+bool isNumberInside(const Json &value, double lowest, double highest)
+{
+    return value.is_number() && value.get<double>() >= lowest && value.get<double>() <= highest;
 }
 
 } // namespace
@@ -83,11 +93,28 @@ double Fields::number(const char *name, double lowest, double highest)
     const Json *const value = find(name);
     if (!value)
         return lowest;
-    if (value->is_number() && value->get<double>() >= lowest && value->get<double>() <= highest)
+    if (isNumberInside(*value, lowest, highest))
         return value->get<double>();
-    fail(quoted(name) + " is not a number from "
-         + rangeText(static_cast<std::int64_t>(lowest), static_cast<std::int64_t>(highest)));
+    fail(quoted(name) + " is not a number from " + rangeText(lowest, highest));
     return lowest;
+}
+
+std::array<double, 2> Fields::pair(const char *name, double lowest, double highest)
+{
+    const Json *const value = find(name);
+    if (!value)
+        return {};
+    return pairFrom(*value, quoted(name), lowest, highest);
+}
+
+std::array<double, 2> Fields::pairFrom(const Json &value, const std::string &what, double lowest,
+                                       double highest)
+{
+    if (value.is_array() && value.size() == 2 && isNumberInside(value[0], lowest, highest)
+        && isNumberInside(value[1], lowest, highest))
+        return {value[0].get<double>(), value[1].get<double>()};
+    fail(what + " is not a pair of numbers from " + rangeText(lowest, highest));
+    return {};
 }
 
 std::string Fields::text(const char *name, std::size_t longest)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -29,6 +30,10 @@ public:
     bool flag(const char *name);
     bool flagOr(const char *name, bool fallback);
     double number(const char *name, double lowest, double highest);
+    /// Returns two numbers, such as a point.
+    std::array<double, 2> pair(const char *name, double lowest, double highest);
+    /// Returns those of @p value, which an error calls @p what.
+    std::array<double, 2> pairFrom(const Json &value, const std::string &what, double lowest, double highest);
     std::string text(const char *name, std::size_t longest);
     /// Returns the items of an array that has at least @p fewest of them.
     std::vector<const Json *> list(const char *name, std::size_t fewest);

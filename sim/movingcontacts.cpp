@@ -6,22 +6,16 @@ namespace {
 
 constexpr double widestAngle = 36'000; // degrees, a hundred turns
 
-Point pointFrom(const Json &value, double highest, Fields &fields, const char *what)
+Point pointOf(const std::array<double, 2> &pair)
 {
-    const auto isCoordinate = [highest](const Json &number) {
-        return number.is_number() && number.get<double>() >= 0 && number.get<double>() <= highest;
-    };
-    if (value.is_array() && value.size() == 2 && isCoordinate(value[0]) && isCoordinate(value[1]))
-        return {value[0].get<double>(), value[1].get<double>()};
-    fields.fail(std::string(what) + " is not a pair of numbers from 0 to " + std::to_string(maxPosition));
-    return {};
+    return {pair[0], pair[1]};
 }
 
 Path lineOf(Fields &fields)
 {
     std::vector<Point> points;
     for (const Json *const item : fields.list("line", 1))
-        points.push_back(pointFrom(*item, maxPosition, fields, "a point of \"line\""));
+        points.push_back(pointOf(fields.pairFrom(*item, "a point of \"line\"", 0, maxPosition)));
     if (points.empty())
         points.emplace_back();
     return linePath(std::move(points));
@@ -29,14 +23,10 @@ Path lineOf(Fields &fields)
 
 Path arcOf(Fields &fields)
 {
-    const Json &object = fields.object("circle");
-    Fields circle(object, fields);
-    const auto pair = [&](const char *name) {
-        circle.list(name, 2);
-        return circle.failed() ? Point() : pointFrom(object[name], maxPosition, circle, name);
-    };
-    const Arc arc{pair("centre"), pair("radius"), circle.number("from", -widestAngle, widestAngle),
-                  circle.number("to", -widestAngle, widestAngle)};
+    Fields circle(fields.object("circle"), fields);
+    const Arc arc{
+        pointOf(circle.pair("centre", 0, maxPosition)), pointOf(circle.pair("radius", 0, maxPosition)),
+        circle.number("from", -widestAngle, widestAngle), circle.number("to", -widestAngle, widestAngle)};
     if (arc.centre.x < arc.radius.x || arc.centre.x + arc.radius.x > maxPosition
         || arc.centre.y < arc.radius.y || arc.centre.y + arc.radius.y > maxPosition)
         circle.fail(R"("circle" leaves the board's range of 0 to )" + std::to_string(maxPosition));

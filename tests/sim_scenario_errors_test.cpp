@@ -194,6 +194,16 @@ INSTANTIATE_TEST_SUITE_P(
                    R"({"kind":"touch","id":0,"circle":{"radius":[1,1],"from":0,"to":360},"extent":0}]})",
                    "field \"centre\" is missing"},
         RefusalRow{
+            "CentreIsNoPair",
+            R"({"type":"move","board":1,"rate":1,"time":1,"contacts":[)"
+            R"({"kind":"touch","id":0,"circle":{"centre":5,"radius":[1,1],"from":0,"to":360},"extent":0}]})",
+            "\"centre\" is not a pair of numbers from 0 to 65535"},
+        RefusalRow{
+            "RadiusOutOfRange",
+            R"({"type":"move","board":1,"rate":1,"time":1,"contacts":[)"
+            R"({"kind":"touch","id":0,"circle":{"centre":[5,5],"radius":[1,-1],"from":0,"to":360},"extent":0}]})",
+            "\"radius\" is not a pair of numbers from 0 to 65535"},
+        RefusalRow{
             "CircleLeavesTheBoard",
             R"({"type":"move","board":1,"rate":1,"time":1,"contacts":[)"
             R"({"kind":"touch","id":0,"circle":{"centre":[5,5],"radius":[1,6],"from":0,"to":360},"extent":0}]})",
