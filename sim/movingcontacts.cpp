@@ -18,7 +18,12 @@ Path lineOf(Fields &fields)
         points.push_back(pointOf(fields.pairFrom(*item, "a point of \"line\"", 0, maxPosition)));
     if (points.empty())
         points.emplace_back();
-    return linePath(std::move(points));
+    const double curve = fields.has("curve") ? fields.number("curve", -maxPosition, maxPosition) : 0;
+    const Point &from = points.front();
+    const Point &to = points.back();
+    if (curve != 0 && from.x == to.x && from.y == to.y)
+        fields.fail("\"curve\" needs a line whose ends differ");
+    return linePath(std::move(points), curve);
 }
 
 Path arcOf(Fields &fields)

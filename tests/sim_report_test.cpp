@@ -83,6 +83,31 @@ TEST(ALine, MayStandStillOrHoldAPointTwice)
     expect_point(pointOn(linePath({{0, 0}, {10, 0}, {10, 0}, {20, 0}}), 0.75), 15, 0);
 }
 
+TEST(ABentLine, IsFarthestFromItsChordAtItsHalfAndKeepsItsEnds)
+{
+    const Path down = linePath({{0, 0}, {100, 0}}, 8);
+
+    expect_point(pointOn(down, 0), 0, 0);
+    expect_point(pointOn(down, 0.25), 25, 6);
+    expect_point(pointOn(down, 0.5), 50, 8);
+    expect_point(pointOn(down, 0.75), 75, 6);
+    expect_point(pointOn(down, 1), 100, 0);
+}
+
+TEST(ABentLine, LeavesItsWayToTheRightOrWithANegativeCurveToTheLeft)
+{
+    expect_point(pointOn(linePath({{0, 0}, {100, 0}}, -8), 0.5), 50, -8);
+    expect_point(pointOn(linePath({{100, 0}, {0, 0}}, 8), 0.5), 50, -8);
+    expect_point(pointOn(linePath({{50, 0}, {50, 100}}, 8), 0.5), 42, 50);
+    expect_point(pointOn(linePath({{0, 0}, {30, 40}}, 10), 0.5), 15 - 8, 20 + 6);
+}
+
+TEST(ABentLine, MayHaveCornersAndEndsThatAlmostCoincide)
+{
+    expect_point(pointOn(linePath({{0, 0}, {50, 50}, {100, 0}}, 8), 0.5), 50, 58);
+    expect_point(pointOn(linePath({{0, 0}, {1e-320, 0}}, 8), 0.5), 0, 8);
+}
+
 TEST(AnArc, StartsOnTheRightAndTurnsDownwards)
 {
     const Path circle = Arc{{100, 200}, {30, 40}, 0, 360};
