@@ -1,5 +1,7 @@
 #include "move.h"
 
+#include "noise.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -15,15 +17,35 @@ int rounded(double position)
     return std::clamp(static_cast<int>(std::lround(position)), 0, maxPosition);
 }
 
-std::vector<Bytes> reportsAt(const Move &move, double fraction, bool down)
+/// Where a board reports a contact with this sample.
+Point placeAt(const Move &move, const MovingContact &contact, std::int64_t sample)
+{
+    const std::int64_t last = sampleCount(move) - 1;
+    const double fraction = last > 0 ? static_cast<double>(sample) / static_cast<double>(last) : 1;
+    const Faults &faults = contact.faults;
+    Point place = pointOn(contact.path, fraction);
+    place.x += faults.offset.x;
+    place.y += faults.offset.y;
+    if (faults.noise > 0) {
+        const auto kind = static_cast<std::uint64_t>(contact.kind);
+        const auto id = static_cast<std::uint64_t>(contact.id);
+        const std::uint64_t stream = streamOf(faults.seed, kind * (maxContactId + 1) + id);
+        const Point noise = normalPair(stream, static_cast<std::uint64_t>(sample));
+        place.x += noise.x * faults.noise;
+        place.y += noise.y * faults.noise;
+    }
+    return place;
+}
+
+std::vector<Bytes> reportsAt(const Move &move, std::int64_t sample, bool down)
 {
     std::vector<Bytes> reports;
     std::vector<TouchContact> touches;
     std::vector<EraseContact> erasers;
     for (const MovingContact &contact : move.contacts) {
-        const Point point = pointOn(contact.path, fraction);
-        const int x = rounded(point.x);
-        const int y = rounded(point.y);
+        const Point place = placeAt(move, contact, sample);
+        const int x = rounded(place.x);
+        const int y = rounded(place.y);
         switch (contact.kind) {
         case MovingContact::Kind::pen:
             reports.push_back(penReport(
@@ -60,13 +82,12 @@ std::chrono::nanoseconds sampleTime(const Move &move, std::int64_t sample)
 
 std::vector<Bytes> sampleReports(const Move &move, std::int64_t sample)
 {
-    const std::int64_t last = sampleCount(move) - 1;
-    return reportsAt(move, last > 0 ? static_cast<double>(sample) / static_cast<double>(last) : 1, true);
+    return reportsAt(move, sample, true);
 }
 
 std::vector<Bytes> liftReports(const Move &move)
 {
-    return reportsAt(move, 1, false);
+    return reportsAt(move, sampleCount(move) - 1, false);
 }
 
 } // namespace boardsim

@@ -16,7 +16,7 @@ std::chrono::nanoseconds sampleTime(const Move &move, std::int64_t sample);
 /// The first sample is at the start of the paths, the last one at their end.
 std::vector<Bytes> sampleReports(const Move &move, std::int64_t sample);
 
-/// Returns the reports that lift all contacts at the end of their paths.
+/// Returns the reports that lift all contacts where the last sample was.
 std::vector<Bytes> liftReports(const Move &move);
 
 } // namespace boardsim

@@ -1,5 +1,8 @@
 #include "movingcontacts.h"
 
+#include <cstdint>
+#include <limits>
+
 namespace boardsim {
 
 namespace {
@@ -46,21 +49,38 @@ Path pathOf(Fields &fields)
     return fields.has("circle") ? arcOf(fields) : lineOf(fields);
 }
 
-} // namespace
-
-MovingContact readMovingContact(Fields &fields)
+void readNoise(Fields &fields, Faults &faults)
 {
-    MovingContact contact;
-    const std::string kind = fields.text("kind", longestText);
-    contact.path = pathOf(fields);
-    if (kind == "pen") {
-        contact.kind = MovingContact::Kind::pen;
-        contact.id = fields.smallInteger("id", 0, maxPen);
-        contact.tip = fields.flag("tip");
-        contact.button = fields.flag("button");
-        contact.bit2 = fields.flagOr("bit2", false);
-        return contact;
-    }
+    if (fields.has("noise"))
+        faults.noise = fields.number("noise", 0, maxPosition);
+    if (!fields.has("seed"))
+        return;
+    constexpr std::int64_t highestSeed = std::numeric_limits<std::uint32_t>::max();
+    faults.seed = static_cast<std::uint32_t>(fields.integer("seed", 0, highestSeed));
+    if (!fields.has("noise"))
+        fields.fail(R"("seed" needs "noise")");
+}
+
+Faults faultsOf(Fields &fields)
+{
+    Faults faults;
+    readNoise(fields, faults);
+    if (fields.has("offset"))
+        faults.offset = pointOf(fields.pair("offset", -maxPosition, maxPosition));
+    return faults;
+}
+
+void readPen(Fields &fields, MovingContact &contact)
+{
+    contact.kind = MovingContact::Kind::pen;
+    contact.id = fields.smallInteger("id", 0, maxPen);
+    contact.tip = fields.flag("tip");
+    contact.button = fields.flag("button");
+    contact.bit2 = fields.flagOr("bit2", false);
+}
+
+void readTouchOrEraser(Fields &fields, const std::string &kind, MovingContact &contact)
+{
     contact.id = fields.smallInteger("id", 0, maxContactId);
     if (kind == "touch") {
         contact.kind = MovingContact::Kind::touch;
@@ -72,6 +92,20 @@ MovingContact readMovingContact(Fields &fields)
     } else {
         fields.fail("unknown kind \"" + kind + "\"");
     }
+}
+
+} // namespace
+
+MovingContact readMovingContact(Fields &fields)
+{
+    MovingContact contact;
+    const std::string kind = fields.text("kind", longestText);
+    contact.path = pathOf(fields);
+    if (kind == "pen")
+        readPen(fields, contact);
+    else
+        readTouchOrEraser(fields, kind, contact);
+    contact.faults = faultsOf(fields);
     return contact;
 }
 

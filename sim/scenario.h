@@ -28,6 +28,14 @@ struct SendReport
     Bytes report;
 };
 
+/// What a board does wrong with the places of a moving contact; nothing by default.
+struct Faults
+{
+    double noise = 0;       ///< raw board units, on each axis: standard deviation of a normal distribution
+    std::uint32_t seed = 1; ///< of the noise
+    Point offset;           ///< raw board units, added to every position
+};
+
 /// One contact of a move. Fields that its kind lacks keep their defaults; sizes are in raw board units.
 struct MovingContact
 {
@@ -42,6 +50,7 @@ struct MovingContact
     int extent = 0;
     int width = 0;
     int height = 0;
+    Faults faults;
 };
 
 /// Moves all its contacts along their paths at the same time.

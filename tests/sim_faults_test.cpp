@@ -104,6 +104,48 @@ INSTANTIATE_TEST_SUITE_P(
                               "0@7,8 | 0@7,8 | 0@7,8 | 0@7,8 | 0@7,8 | -0@7,8"}),
     name_of_row<PlayedRow>);
 
+INSTANTIATE_TEST_SUITE_P(
+    Offset, AFaultyContact,
+    testing::Values(
+        PlayedRow{"OfAPen", pen + line + R"(,"offset":[-7,100])",
+                  "0b@993,1000 | 0b@1993,1000 | 0b@2993,1000 | 0b@3993,1000 | 0b@4993,1000 | -0@4993,1000"},
+        PlayedRow{"OfFractions", touch + R"("line":[[10,10]],"offset":[0.4,0.6])",
+                  "0@10,11 | 0@10,11 | 0@10,11 | 0@10,11 | 0@10,11 | -0@10,11"},
+        PlayedRow{"BeyondTheRange", eraser + line + R"(,"offset":[-2500,65535])",
+                  "0@0,65535 | 0@0,65535 | 0@500,65535 | 0@1500,65535 | 0@2500,65535 | -0@2500,65535"},
+        PlayedRow{"OfABentLine", touch + line + R"(,"offset":[1,2],"curve":100)",
+                  "0@1001,902 | 0@2001,977 | 0@3001,1002 | 0@4001,977 | 0@5001,902 | -0@5001,902"}),
+    name_of_row<PlayedRow>);
+
+// The places are those of SplitMix64 and the Box-Muller transform.
+const std::string rest = R"("line":[[16000,16000]],"noise":100)";
+INSTANTIATE_TEST_SUITE_P(
+    Noise, AFaultyContact,
+    testing::Values(PlayedRow{"OfNothing", touch + R"("line":[[7,8]],"noise":0,"seed":5)",
+                              "0@7,8 | 0@7,8 | 0@7,8 | 0@7,8 | 0@7,8 | -0@7,8"},
+                    PlayedRow{"WithoutASeed", touch + rest,
+                              "0@16110,16005 | 0@15980,16029 | 0@16201,15876 | 0@15883,16004 | "
+                              "0@16129,15840 | -0@16129,15840"},
+                    PlayedRow{"WithTheSeedThatIsMeant", touch + rest + R"(,"seed":1)",
+                              "0@16110,16005 | 0@15980,16029 | 0@16201,15876 | 0@15883,16004 | "
+                              "0@16129,15840 | -0@16129,15840"},
+                    PlayedRow{"WithTheLowestSeed", touch + rest + R"(,"seed":0)",
+                              "0@16009,16021 | 0@16052,16094 | 0@16024,16069 | 0@15902,15945 | "
+                              "0@16179,15837 | -0@16179,15837"},
+                    PlayedRow{"WithTheHighestSeed", touch + rest + R"(,"seed":4294967295)",
+                              "0@15999,15928 | 0@16135,16138 | 0@16052,15954 | 0@15999,15985 | "
+                              "0@16087,15952 | -0@16087,15952"},
+                    PlayedRow{"OfAPen", pen + rest,
+                              "0b@15861,15943 | 0b@15933,15981 | 0b@16095,15926 | 0b@15792,16041 | "
+                              "0b@16032,16100 | -0@16032,16100"},
+                    PlayedRow{"OfAnEraser", eraser + rest,
+                              "0@16029,16084 | 0@15888,15891 | 0@16112,16040 | 0@15964,15972 | "
+                              "0@16043,15995 | -0@16043,15995"},
+                    PlayedRow{"OfAnotherIdentifier", R"("kind":"touch","id":1,"extent":1,)" + rest,
+                              "1@16055,16020 | 1@15969,16093 | 1@16014,16031 | 1@16095,15788 | "
+                              "1@16129,15944 | -1@16129,15944"}),
+    name_of_row<PlayedRow>);
+
 struct FaultRow
 {
     const char *name;
@@ -135,4 +177,30 @@ INSTANTIATE_TEST_SUITE_P(
                              "\"curve\" needs a line whose ends differ"},
                     FaultRow{"OfALineThatReturns", touch + R"("line":[[1,1],[9,9],[1,1]],"curve":1)",
                              "\"curve\" needs a line whose ends differ"}),
+    name_of_row<FaultRow>);
+
+INSTANTIATE_TEST_SUITE_P(Offset, AWrongFault,
+                         testing::Values(FaultRow{"NoPair", touch + line + R"(,"offset":5)",
+                                                  "\"offset\" is not a pair of numbers from -65535 to 65535"},
+                                         FaultRow{"OfThreeNumbers", touch + line + R"(,"offset":[1,2,3])",
+                                                  "\"offset\" is not a pair of numbers from -65535 to 65535"},
+                                         FaultRow{"OutOfRange", pen + line + R"(,"offset":[0,-65535.5])",
+                                                  "\"offset\" is not a pair of numbers from -65535 to 65535"},
+                                         FaultRow{
+                                             "NoNumbers", touch + line + R"(,"offset":[0,"1"])",
+                                             "\"offset\" is not a pair of numbers from -65535 to 65535"}),
+                         name_of_row<FaultRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    Noise, AWrongFault,
+    testing::Values(
+        FaultRow{"Negative", touch + line + R"(,"noise":-1)", "\"noise\" is not a number from 0 to 65535"},
+        FaultRow{"OutOfRange", eraser + line + R"(,"noise":65535.5)",
+                 "\"noise\" is not a number from 0 to 65535"},
+        FaultRow{"NoNumber", pen + line + R"(,"noise":true)", "\"noise\" is not a number from 0 to 65535"},
+        FaultRow{"SeedIsNotWhole", touch + line + R"(,"noise":1,"seed":1.5)",
+                 "\"seed\" is not a whole number from 0 to 4294967295"},
+        FaultRow{"SeedOutOfRange", touch + line + R"(,"noise":1,"seed":4294967296)",
+                 "\"seed\" is not a whole number from 0 to 4294967295"},
+        FaultRow{"SeedAlone", touch + line + R"(,"seed":1)", "\"seed\" needs \"noise\""}),
     name_of_row<FaultRow>);
