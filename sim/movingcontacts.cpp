@@ -61,12 +61,35 @@ void readNoise(Fields &fields, Faults &faults)
         fields.fail(R"("seed" needs "noise")");
 }
 
+std::vector<Dropout> dropoutsOf(Fields &fields)
+{
+    std::vector<Dropout> dropouts;
+    for (const Json *const item : fields.list("dropouts", 1)) {
+        Fields dropout(*item, fields);
+        dropouts.push_back({dropout.number("after", 0, 1), dropout.integer("time", 1, longestTime)});
+        dropout.refuseOthers();
+    }
+    return dropouts;
+}
+
+Swap swapOf(Fields &fields, int id)
+{
+    Fields object(fields.object("swap"), fields);
+    const Swap swap{object.number("after", 0, 1), object.smallInteger("id", 0, maxContactId)};
+    if (swap.id == id)
+        object.fail(R"("swap" needs another "id" than the contact's)");
+    object.refuseOthers();
+    return swap;
+}
+
 Faults faultsOf(Fields &fields)
 {
     Faults faults;
     readNoise(fields, faults);
     if (fields.has("offset"))
         faults.offset = pointOf(fields.pair("offset", -maxPosition, maxPosition));
+    if (fields.has("dropouts"))
+        faults.dropouts = dropoutsOf(fields);
     return faults;
 }
 
@@ -77,6 +100,9 @@ void readPen(Fields &fields, MovingContact &contact)
     contact.tip = fields.flag("tip");
     contact.button = fields.flag("button");
     contact.bit2 = fields.flagOr("bit2", false);
+    contact.faults = faultsOf(fields);
+    if (!contact.tip && !contact.faults.dropouts.empty())
+        fields.fail(R"("dropouts" of a pen need its "tip" to be true)");
 }
 
 void readTouchOrEraser(Fields &fields, const std::string &kind, MovingContact &contact)
@@ -92,6 +118,9 @@ void readTouchOrEraser(Fields &fields, const std::string &kind, MovingContact &c
     } else {
         fields.fail("unknown kind \"" + kind + "\"");
     }
+    contact.faults = faultsOf(fields);
+    if (fields.has("swap"))
+        contact.faults.swap = swapOf(fields, contact.id);
 }
 
 } // namespace
@@ -105,7 +134,6 @@ MovingContact readMovingContact(Fields &fields)
         readPen(fields, contact);
     else
         readTouchOrEraser(fields, kind, contact);
-    contact.faults = faultsOf(fields);
     return contact;
 }
 

@@ -28,12 +28,30 @@ struct SendReport
     Bytes report;
 };
 
-/// What a board does wrong with the places of a moving contact; nothing by default.
+constexpr std::int64_t longestTime = 1'000'000'000'000; ///< microseconds, 11 days; times rate it fits 64 bits
+
+/// Lifts a moving contact for a while.
+struct Dropout
+{
+    double after = 0;      ///< share of the way, 0 to 1
+    std::int64_t time = 0; ///< microseconds
+};
+
+/// Lets a moving contact go on under another identifier.
+struct Swap
+{
+    double after = 0; ///< share of the way, 0 to 1
+    int id = 0;
+};
+
+/// What a board does wrong with a moving contact; nothing by default.
 struct Faults
 {
     double noise = 0;       ///< raw board units, on each axis: standard deviation of a normal distribution
     std::uint32_t seed = 1; ///< of the noise
     Point offset;           ///< raw board units, added to every position
+    std::vector<Dropout> dropouts;
+    std::optional<Swap> swap; ///< none for a pen
 };
 
 /// One contact of a move. Fields that its kind lacks keep their defaults; sizes are in raw board units.

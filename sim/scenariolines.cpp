@@ -18,7 +18,6 @@ namespace boardsim {
 namespace {
 
 constexpr int newestVersion = 2;
-constexpr std::int64_t longestTime = 1'000'000'000'000; // microseconds, 11 days; times rate it fits 64 bits
 constexpr std::int64_t highestRate = 1'000'000;
 constexpr std::int64_t highestCount = 1'000'000'000'000;
 

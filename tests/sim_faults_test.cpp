@@ -117,6 +117,80 @@ INSTANTIATE_TEST_SUITE_P(
                   "0@1001,902 | 0@2001,977 | 0@3001,1002 | 0@4001,977 | 0@5001,902 | -0@5001,902"}),
     name_of_row<PlayedRow>);
 
+INSTANTIATE_TEST_SUITE_P(
+    Dropouts, AFaultyContact,
+    testing::Values(
+        PlayedRow{"OfOneSample", touch + line + R"(,"dropouts":[{"after":0.25,"time":200000}])",
+                  "0@1000,900 | 0@2000,900 | -0@2000,900 | 0@4000,900 | 0@5000,900 | -0@5000,900"},
+        PlayedRow{"ShorterThanASample", touch + line + R"(,"dropouts":[{"after":0.25,"time":1}])",
+                  "0@1000,900 | 0@2000,900 | -0@2000,900 | 0@4000,900 | 0@5000,900 | -0@5000,900"},
+        PlayedRow{"OfTwoSamples", eraser + line + R"(,"dropouts":[{"after":0.25,"time":599999}])",
+                  "0@1000,900 | 0@2000,900 | -0@2000,900 |  | 0@5000,900 | -0@5000,900"},
+        PlayedRow{"OfAPenThatIsReportedInTheAir",
+                  pen + line + R"(,"dropouts":[{"after":0.25,"time":400000}])",
+                  "0b@1000,900 | 0b@2000,900 | -0b@3000,900 | -0b@4000,900 | 0b@5000,900 | -0@5000,900"},
+        PlayedRow{"AtTheStart", touch + line + R"(,"dropouts":[{"after":0,"time":200000}])",
+                  "0@1000,900 | -0@1000,900 | 0@3000,900 | 0@4000,900 | 0@5000,900 | -0@5000,900"},
+        PlayedRow{"AtTheEnd", touch + line + R"(,"dropouts":[{"after":1,"time":200000}])",
+                  "0@1000,900 | 0@2000,900 | 0@3000,900 | 0@4000,900 | -0@4000,900 | "},
+        PlayedRow{"BeyondTheEnd", touch + line + R"(,"dropouts":[{"after":0.5,"time":1000000000000}])",
+                  "0@1000,900 | 0@2000,900 | 0@3000,900 | -0@3000,900 |  | "},
+        PlayedRow{"Twice",
+                  touch + line + R"(,"dropouts":[{"after":0.5,"time":200000},{"after":0,"time":200000}])",
+                  "0@1000,900 | -0@1000,900 | 0@3000,900 | -0@3000,900 | 0@5000,900 | -0@5000,900"},
+        PlayedRow{"ThatOverlap",
+                  touch + line + R"(,"dropouts":[{"after":0,"time":400000},{"after":0.25,"time":400000}])",
+                  "0@1000,900 | -0@1000,900 |  |  | 0@5000,900 | -0@5000,900"},
+        PlayedRow{"BesideAnotherTouch",
+                  touch + line + R"(,"dropouts":[{"after":0.25,"time":400000}]},{)"
+                      + R"("kind":"touch","id":1,"extent":1,"line":[[7,8]])",
+                  "0@1000,900 1@7,8 | 0@2000,900 1@7,8 | -0@2000,900 1@7,8 | 1@7,8 | 0@5000,900 1@7,8 | "
+                  "-0@5000,900 -1@7,8"}),
+    name_of_row<PlayedRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    Swap, AFaultyContact,
+    testing::Values(
+        PlayedRow{"OfATouch", touch + line + R"(,"swap":{"after":0.5,"id":7})",
+                  "0@1000,900 | 0@2000,900 | 0@3000,900 | -0@3000,900 7@4000,900 | 7@5000,900 | -7@5000,900"},
+        PlayedRow{"AtTheStart", touch + line + R"(,"swap":{"after":0,"id":127})",
+                  "0@1000,900 | -0@1000,900 127@2000,900 | 127@3000,900 | 127@4000,900 | 127@5000,900 | "
+                  "-127@5000,900"},
+        PlayedRow{"OfAnEraserAtTheEnd", eraser + line + R"(,"swap":{"after":1,"id":7})",
+                  "0@1000,900 | 0@2000,900 | 0@3000,900 | 0@4000,900 | -0@4000,900 7@5000,900 | -7@5000,900"},
+        PlayedRow{"WithADropout",
+                  touch + line + R"(,"swap":{"after":0.25,"id":7},"dropouts":[{"after":0.25,"time":400000}])",
+                  "0@1000,900 | 0@2000,900 | -0@2000,900 |  | 7@5000,900 | -7@5000,900"},
+        PlayedRow{"InADropout",
+                  touch + line + R"(,"swap":{"after":0.5,"id":7},"dropouts":[{"after":0.25,"time":400000}])",
+                  "0@1000,900 | 0@2000,900 | -0@2000,900 |  | 7@5000,900 | -7@5000,900"},
+        PlayedRow{"ThatKeepsTheNoise",
+                  touch + R"("line":[[16000,16000]],"noise":100,"swap":{"after":0.5,"id":7})",
+                  "0@16110,16005 | 0@15980,16029 | 0@16201,15876 | -0@16201,15876 7@15883,16004 | "
+                  "7@16129,15840 | -7@16129,15840"}),
+    name_of_row<PlayedRow>);
+
+TEST(AMoveOfOneSample, NeitherDropsOutNorChangesItsIdentifier)
+{
+    Move move =
+        move_of(touch + line + R"(,"swap":{"after":0.5,"id":7},"dropouts":[{"after":0,"time":400000}])");
+    move.time = 0;
+
+    EXPECT_EQ(text_of(sampleReports(move, 0)), "0@5000,900");
+    EXPECT_EQ(text_of(liftReports(move)), "-0@5000,900");
+}
+
+TEST(AMoveOfElevenDays, MayDropOutAllTheTime)
+{
+    Move move = move_of(touch + line + R"(,"dropouts":[{"after":0.5,"time":1000000000000}])");
+    move.rate = 1'000'000;
+    move.time = longestTime;
+
+    EXPECT_EQ(text_of(sampleReports(move, 500'000'000'000)), "0@3000,900");
+    EXPECT_EQ(text_of(sampleReports(move, 500'000'000'001)), "-0@3000,900");
+    EXPECT_EQ(text_of(sampleReports(move, 999'999'999'999)), "");
+}
+
 // The places are those of SplitMix64 and the Box-Muller transform.
 const std::string rest = R"("line":[[16000,16000]],"noise":100)";
 INSTANTIATE_TEST_SUITE_P(
@@ -203,4 +277,48 @@ INSTANTIATE_TEST_SUITE_P(
         FaultRow{"SeedOutOfRange", touch + line + R"(,"noise":1,"seed":4294967296)",
                  "\"seed\" is not a whole number from 0 to 4294967295"},
         FaultRow{"SeedAlone", touch + line + R"(,"seed":1)", "\"seed\" needs \"noise\""}),
+    name_of_row<FaultRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    Dropouts, AWrongFault,
+    testing::Values(
+        FaultRow{"NoList", touch + line + R"(,"dropouts":{"after":0.5,"time":1})",
+                 "\"dropouts\" is not a list with 1 or more items"},
+        FaultRow{"None", touch + line + R"(,"dropouts":[])",
+                 "\"dropouts\" is not a list with 1 or more items"},
+        FaultRow{"NoObject", touch + line + R"(,"dropouts":[0.5])", "not a JSON object"},
+        FaultRow{"WithoutAPlace", touch + line + R"(,"dropouts":[{"time":1}])", "field \"after\" is missing"},
+        FaultRow{"WithoutATime", touch + line + R"(,"dropouts":[{"after":0.5}])",
+                 "field \"time\" is missing"},
+        FaultRow{"AfterTheEnd", touch + line + R"(,"dropouts":[{"after":1.01,"time":1}])",
+                 "\"after\" is not a number from 0 to 1"},
+        FaultRow{"BeforeTheStart", pen + line + R"(,"dropouts":[{"after":-0.01,"time":1}])",
+                 "\"after\" is not a number from 0 to 1"},
+        FaultRow{"OfNoTime", eraser + line + R"(,"dropouts":[{"after":0.5,"time":0}])",
+                 "\"time\" is not a whole number from 1 to 1000000000000"},
+        FaultRow{"OfTooLongATime", touch + line + R"(,"dropouts":[{"after":0.5,"time":1000000000001}])",
+                 "\"time\" is not a whole number from 1 to 1000000000000"},
+        FaultRow{"WithAnUnknownField", touch + line + R"(,"dropouts":[{"after":0.5,"time":1,"at":1}])",
+                 "unknown field \"at\""},
+        FaultRow{"OfAPenInTheAir",
+                 R"("kind":"pen","id":0,"tip":false,"button":false,)" + line
+                     + R"(,"dropouts":[{"after":0.5,"time":1}])",
+                 "\"dropouts\" of a pen need its \"tip\" to be true"}),
+    name_of_row<FaultRow>);
+
+INSTANTIATE_TEST_SUITE_P(
+    Swap, AWrongFault,
+    testing::Values(
+        FaultRow{"NoObject", touch + line + R"(,"swap":7)", "\"swap\" is not a JSON object"},
+        FaultRow{"WithoutAPlace", touch + line + R"(,"swap":{"id":7})", "field \"after\" is missing"},
+        FaultRow{"WithoutAnIdentifier", touch + line + R"(,"swap":{"after":0.5})", "field \"id\" is missing"},
+        FaultRow{"AfterTheEnd", eraser + line + R"(,"swap":{"after":2,"id":7})",
+                 "\"after\" is not a number from 0 to 1"},
+        FaultRow{"IdentifierOutOfRange", touch + line + R"(,"swap":{"after":0.5,"id":128})",
+                 "\"id\" is not a whole number from 0 to 127"},
+        FaultRow{"ToItsOwnIdentifier", touch + line + R"(,"swap":{"after":0.5,"id":0})",
+                 "\"swap\" needs another \"id\" than the contact's"},
+        FaultRow{"WithAnUnknownField", touch + line + R"(,"swap":{"after":0.5,"id":7,"time":1})",
+                 "unknown field \"time\""},
+        FaultRow{"OfAPen", pen + line + R"(,"swap":{"after":0.5,"id":7})", "unknown field \"swap\""}),
     name_of_row<FaultRow>);
