@@ -44,7 +44,8 @@ protected:
         for (int i = 1; i <= 6; ++i) {
             synthetic::Recording recording = synthetic::cleanRecording(unsigned(i));
             if (i == 4)
-                recording.lose(1, 1.1);
+                for (int gap = 0; gap < 40; ++gap)
+                    recording.lose(0.6 + 0.1 * gap, 0.615 + 0.1 * gap);
             QFile file(m_folder.filePath("line/lanternix-2026-11-0" + QString::number(i) + "-080000.jsonl"));
             EXPECT_TRUE(file.open(QIODevice::WriteOnly));
             file.write(QByteArray::fromStdString(recording.text()));
@@ -75,7 +76,7 @@ TEST_F(Fleet, IsMeasuredGatheredAndAsked)
     run(command("sqlite3 fleet.db 'CREATE"));
     const std::string worst = run(command("sqlite3 -box fleet.db 'SELECT * FROM worst_boards"));
     EXPECT_NE(worst.find("lanternix-2026-11-04-080000.jsonl"), std::string::npos) << worst;
-    EXPECT_NE(worst.find("gap_count"), std::string::npos) << worst;
+    EXPECT_NE(worst.find("gap_percent"), std::string::npos) << worst;
     EXPECT_EQ(worst.find("2026-11-03"), std::string::npos) << "a good board does not fail";
     EXPECT_NE(run(command("sqlite3 -box fleet.db 'SELECT * FROM failing_figures")).find("16.7"),
               std::string::npos);

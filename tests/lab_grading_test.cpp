@@ -127,6 +127,17 @@ Fault gaps(int count)
             "gap_count", double(count)};
 }
 
+Fault gapPercent(int count)
+{
+    // The stroke has 250 samples; of each gap two are lost.
+    Fault fault = gaps(count);
+    fault.name += ", as a share";
+    fault.key = "gap_percent";
+    fault.expected = 100.0 * count / (249 - 2 * count);
+    fault.tolerance = 0.001;
+    return fault;
+}
+
 Fault worstGap(int lost)
 {
     return {"a gap of " + std::to_string(lost) + " reports",
@@ -291,6 +302,7 @@ const std::vector<Fault> faults{
     gaps(1),
     gaps(3),
     gaps(7),
+    gapPercent(5),
     worstGap(1),
     worstGap(5),
     worstGap(20),

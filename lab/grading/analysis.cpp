@@ -317,6 +317,11 @@ void Analysis::foldFindings()
     note("dropout_count", findings.dropouts.count());
     note("merge_count", findings.merges.count());
     note("handback_violation_count", m_handbacks.violations());
+    std::uint64_t intervals = 0;
+    for (const std::uint64_t count : m_summary.intervals)
+        intervals += count;
+    if (intervals > 0)
+        figures["gap_percent"] = figures["gap_count"] / static_cast<double>(intervals) * 100;
     // What was never found was found no time.
     for (const char *const key :
          {"gap_count", "jump_count", "stuck_count", "orphan_lift_count", "undecodable_count", "lost_count"})
