@@ -31,6 +31,7 @@ void CellMap::add(int x, int y, double value)
     if (const auto cell = cellOf(x, y)) {
         m_squares.at(*cell) += value * value;
         ++m_counts.at(*cell);
+        m_isEmpty = false;
     }
 }
 

@@ -26,10 +26,12 @@ public:
     void add(int x, int y, double value);
     /// Nothing where nothing was measured.
     std::optional<double> at(std::size_t cell) const;
+    bool isEmpty() const { return m_isEmpty; }
 
 private:
     std::array<double, cells> m_squares{};
     std::array<std::uint32_t, cells> m_counts{};
+    bool m_isEmpty = true;
 };
 
 /// The ways of contacts, thinned to what a picture can show: its memory is bounded. Used on one thread.

@@ -97,7 +97,7 @@ BoardSize Parser::size(value &held, Place place) const
         fail(place, "the size is [width, height] in millimetres");
     for (auto next : list) {
         value side;
-        if (std::move(next).get(side))
+        if (next.get(side))
             fail(place, "the size is [width, height] in millimetres");
         sides.push_back(number(side, place));
     }
@@ -137,9 +137,9 @@ Limit Parser::limit(object &held, Place place)
     if (unit != info->unit)
         fail(place, "the unit of " + limit.key + " is \"" + std::string(info->unit) + "\"");
     if (bounds != 1)
-        fail(place, "a limit has either \"most\" or \"least\"");
+        fail(place, R"(a limit has either "most" or "least")");
     if (limit.soft < 0)
-        fail(place, "\"soft\" is a width, 0 or more");
+        fail(place, R"("soft" is a width, 0 or more)");
     return limit;
 }
 
@@ -150,7 +150,7 @@ void Parser::limits(value &held, Place place, Profile &profile)
         fail(place, "the limits are a list");
     for (auto next : list) {
         object inner;
-        if (std::move(next).get_object().get(inner))
+        if (next.get_object().get(inner))
             fail(place, "a limit is an object");
         const std::string_view token = inner.raw_json().value();
         if (inner.reset().error())
@@ -198,9 +198,9 @@ Profile Parser::parse()
         return true;
     });
     if (profile.name.empty())
-        fail(nullptr, "the profile has no \"name\"");
+        fail(nullptr, R"(the profile has no "name")");
     if (profile.limits.empty())
-        fail(nullptr, "the profile has no \"limits\"");
+        fail(nullptr, R"(the profile has no "limits")");
     return profile;
 }
 

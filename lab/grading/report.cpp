@@ -5,7 +5,7 @@
 
 namespace grading {
 
-std::string limitText(const Limit &limit)
+std::string boundText(const Limit &limit)
 {
     const FigureInfo *const info = figureInfo(limit.key);
     std::array<char, 128> text{};
@@ -13,11 +13,15 @@ std::string limitText(const Limit &limit)
     std::string whole = text.data();
     if (info && !info->unit.empty())
         whole += " " + std::string(info->unit);
-    if (limit.soft > 0) {
-        std::snprintf(text.data(), text.size(), ", falling over %g more", limit.soft);
-        whole += text.data();
-    }
     return whole;
+}
+
+std::string limitText(const Limit &limit)
+{
+    std::array<char, 64> soft{};
+    if (limit.soft > 0)
+        std::snprintf(soft.data(), soft.size(), ", falling over %g more", limit.soft);
+    return boundText(limit) + soft.data();
 }
 
 } // namespace grading

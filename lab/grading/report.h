@@ -20,7 +20,9 @@ struct Report
     Total total() const { return totalOf(summary.figures, profile); }
 };
 
-/// "at most 1.5 mm" or "at least 100 Hz, falling over 20 more": what a limit asks for.
+/// "at most 1.5 mm": what a limit asks for.
+std::string boundText(const Limit &limit);
+/// The same with its soft edge: "at least 100 Hz, falling over 20 more".
 std::string limitText(const Limit &limit);
 
 } // namespace grading

@@ -8,7 +8,6 @@ namespace page {
 
 namespace {
 
-using capture::ReportKind;
 using grading::boardWidth;
 
 std::string whole(double value)
@@ -21,11 +20,11 @@ class Picture
 {
 public:
     Picture(Html &html, const Aspect &aspect, const std::string &title, const std::string &description)
-        : m_html(html), m_caption(description), m_figure(html, "figure"),
+        : m_html(html), m_caption(title + ". " + description), m_figure(html, "figure"),
           m_svg(std::in_place, html, "svg",
                 Html::Attributes{{"viewBox", "0 0 " + whole(aspect.width) + " " + whole(aspect.height)},
                                  {"role", "img"},
-                                 {"aria-label", title + ". " + description}})
+                                 {"aria-label", m_caption}})
     {
         html.leaf("title", title);
     }
@@ -104,7 +103,7 @@ void shade(Html &html, const CellArea &area, double opacity)
 void strokeMap(Html &html, int board, const grading::BoardMap &map, const std::vector<Marks> &marks,
                const Aspect &aspect)
 {
-    std::string caption = "Strokes of board " + std::to_string(board)
+    std::string caption = "Contacts of board " + std::to_string(board)
         + " over its area: pens solid, touches dashed, erasers dotted.";
     for (const Marks &each : marks) {
         if (each.places->count() > 0)
@@ -147,6 +146,8 @@ void coverageMap(Html &html, int board, const grading::BoardMap &map, const Aspe
 void cellMap(Html &html, const std::string &title, const std::string &caption, const grading::CellMap &map,
              const Aspect &aspect)
 {
+    if (map.isEmpty())
+        return;
     double highest = 0;
     for (std::size_t cell = 0; cell < grading::cells; ++cell)
         highest = std::max(highest, map.at(cell).value_or(0));
@@ -194,11 +195,12 @@ void intervalHistogram(Html &html, const std::vector<std::uint64_t> &counts)
                         {"height", numberText(height, 5)}});
         }
         if (i % 5 == 0) {
-            html.leaf("text", std::to_string(i) + (i == last ? "+" : ""),
-                      {{"x", whole(x + step / 2)},
+            const bool isLast = i == last;
+            html.leaf("text", std::to_string(i) + (isLast ? "+" : ""),
+                      {{"x", whole(isLast ? aspect.width - 4 : x + step / 2)},
                        {"y", whole(bottom + 36)},
                        {"font-size", "26"},
-                       {"text-anchor", "middle"}});
+                       {"text-anchor", isLast ? "end" : "middle"}});
         }
     }
 }

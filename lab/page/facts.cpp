@@ -100,7 +100,7 @@ void writeSource(Html &html, const grading::Report &report)
     const Json first = Json::parse(summary.firstLine, nullptr, false);
     const Json driver = first.is_object() ? first.value("driver", Json()) : Json();
     const Json program = first.is_object() ? first.value("program", Json()) : Json();
-    const Element table(html, "table");
+    const Element table(html, "table", {{"class", "facts"}});
     const Element body(html, "tbody");
     fact(html, "Duration", numberText(static_cast<double>(summary.duration) / 1e6, 6) + " s");
     for (const auto &[number, device] : summary.devices) {

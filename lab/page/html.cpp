@@ -50,9 +50,9 @@ void Html::close()
     m_printer.CloseElement(true);
 }
 
-void Html::text(std::string_view text)
+void Html::text(std::string_view content)
 {
-    m_printer.PushText(printable(text).c_str());
+    m_printer.PushText(printable(content).c_str());
 }
 
 void Html::leaf(const char *element, std::string_view content, Attributes attributes)

@@ -22,9 +22,9 @@ public:
 
     void open(const char *element, Attributes attributes = {});
     void close();
-    void text(std::string_view text);
+    void text(std::string_view content);
     /// An element with nothing but text.
-    void leaf(const char *element, std::string_view text, Attributes attributes = {});
+    void leaf(const char *element, std::string_view content, Attributes attributes = {});
     /// An element that can have no content, such as br or an SVG's line.
     void empty(const char *element, Attributes attributes = {});
 

@@ -10,7 +10,6 @@ namespace page {
 namespace {
 
 using grading::Difference;
-using grading::FigureInfo;
 
 std::string intervalText(const Difference &difference)
 {

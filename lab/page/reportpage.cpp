@@ -51,6 +51,21 @@ void writeFigure(Html &html, const Report &report, const FigureInfo &info)
               {{"class", grade.verdict == Verdict::fail ? "fail" : "grade"}});
 }
 
+/// Which limits are not kept, in short.
+void writeFailures(Html &html, const Report &report)
+{
+    if (report.total().failed == 0)
+        return;
+    const Element list(html, "ul");
+    for (const grading::Limit &limit : report.profile->limits) {
+        if (report.grade(limit.key).verdict != Verdict::fail)
+            continue;
+        html.leaf("li",
+                  std::string(grading::figureInfo(limit.key)->title) + ": "
+                      + valueText(report.summary.figures, limit.key) + "; " + boundText(limit));
+    }
+}
+
 void writeFigures(Html &html, const Report &report)
 {
     html.leaf("h2", "Figures");
@@ -169,6 +184,7 @@ void writeMaps(Html &html, const Report &report)
     for (const auto &[board, map] : report.summary.maps) {
         const std::string of =
             " of board " + std::to_string(board) + ", in board units, by cells of a grid of 32 x 18.";
+        html.leaf("h3", "Board " + std::to_string(board));
         strokeMap(html, board, map, marks, aspect);
         coverageMap(html, board, map, aspect);
         cellMap(html, "Jitter", "Standard deviation of resting contacts" + of, map.jitter(), aspect);
@@ -213,10 +229,11 @@ void writeVerdict(Html &html, const grading::Total &total, const grading::Profil
 
 void writeSections(Html &html, const Report &report)
 {
+    writeFailures(html, report);
     writeFacts(html, report);
+    writeMaps(html, report);
     writeFigures(html, report);
     writeRates(html, report.summary);
-    writeMaps(html, report);
     writeFindings(html, report.summary);
 }
 

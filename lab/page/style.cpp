@@ -9,7 +9,7 @@ const char *const style = R"css(
 }
 * { box-sizing: border-box; }
 body { margin: 0 auto; padding: 1.5rem; max-width: 62rem; background: var(--paper); color: var(--ink);
-  font: 1rem/1.45 system-ui, "DejaVu Sans", sans-serif; overflow-wrap: anywhere; }
+  font: 1rem/1.45 system-ui, "DejaVu Sans", sans-serif; overflow-wrap: break-word; }
 h1 { font-size: 1.6rem; margin: 0 0 .25rem; }
 h2 { font-size: 1.2rem; margin: 2rem 0 .5rem; border-bottom: 1px solid var(--rule); padding-bottom: .2rem; }
 h3 { font-size: 1rem; margin: 1.2rem 0 .4rem; }
@@ -24,6 +24,7 @@ th, td { text-align: left; vertical-align: top; padding: .35rem .6rem .35rem 0; 
 th { font-weight: 600; }
 td.number, th.number { text-align: right; white-space: nowrap; }
 td p { margin: .15rem 0 0; }
+.facts td { overflow-wrap: anywhere; }
 code { font-family: "DejaVu Sans Mono", monospace; font-size: .85rem; }
 figure { margin: 1rem 0; break-inside: avoid; }
 figcaption { color: var(--faint); font-size: .85rem; }
