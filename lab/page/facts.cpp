@@ -129,6 +129,7 @@ void writeCounts(Html &html, const grading::Summary &summary)
         html.leaf("p", "No report came.");
         return;
     }
+    const Element scroll(html, "div", {{"class", "scroll"}});
     const Element table(html, "table");
     {
         const Element head(html, "thead");

@@ -11,7 +11,6 @@ namespace page {
 
 namespace {
 
-using capture::ReportKind;
 using grading::Activity;
 using grading::FigureInfo;
 using grading::Report;

@@ -44,7 +44,7 @@ svg .bar { fill: var(--mark); }
 .signature div { border-top: 1px solid currentColor; padding-top: .3rem; }
 @media screen and (max-width: 40rem) {
   .figures thead { position: absolute; clip-path: inset(50%); }
-  .figures tr { display: grid; grid-template-columns: 1fr 1fr 1fr; border-bottom: 1px solid var(--rule); }
+  .figures tr { display: grid; grid-template-columns: repeat(3, minmax(0, 1fr)); border-bottom: 1px solid var(--rule); }
   .figures td { border: 0; padding-bottom: .1rem; }
   .figures td:first-child { grid-column: 1 / -1; }
   .figures td.number { text-align: left; }
