@@ -1,5 +1,6 @@
 // Reads any text as a recording, as the commands do: it is read to its end, or one line says what is wrong
-// with it, as the simulated board would say; both find the same reports; and every line can be told.
+// with it, as the simulated board would say; both find the same reports; every line can be told; and what was
+// read is measured and becomes a page.
 
 #include "fuzzing.h"
 
@@ -7,6 +8,10 @@
 #include "commands/figures.h"
 #include "commands/motion.h"
 #include "commands/watchtext.h"
+
+#include "page/reportpage.h"
+
+#include "grading/report.h"
 
 #include "capture/boards.h"
 #include "capture/reader.h"
@@ -40,6 +45,7 @@ public:
     void follow(const capture::Line &line)
     {
         m_figures.follow(line);
+        m_analysis.follow(line);
         m_boards.follow(line);
         if (line.type == capture::Line::Type::report)
             capture::decode(line.bytes.data(), line.bytes.size(), m_report);
@@ -57,10 +63,15 @@ public:
         capture::Writer writer;
         m_boards.restore(0, writer);
         m_boards.lift(0, writer);
+        const grading::Report report{"name", m_analysis.finish(), size, nullptr};
+        require(!page::reportPage(report).empty());
     }
 
 private:
+    static constexpr grading::BoardSize size{1660, 934};
+
     lab::Figures m_figures;
+    grading::Analysis m_analysis{size};
     lab::Motion m_motion;
     capture::Boards m_boards;
     capture::Report m_report;
