@@ -1,5 +1,7 @@
 #include "testpatterns.h"
 
+#include "patterngeometry.h"
+
 #include <QFont>
 #include <QFontMetrics>
 #include <QPainter>
@@ -11,8 +13,8 @@
 
 namespace {
 
-constexpr int cell = 32; // pixels: mesh of the grid, side of a cell of the colour field, smallest target
-constexpr int bar_columns = 17;    // eight black ones between nine white ones
+using pattern::cell;
+
 constexpr int help_text_size = 32; // pixels
 
 void set_outline_pen(QPainter &painter, Qt::PenStyle style)
@@ -48,23 +50,19 @@ void draw_targets(QPainter &painter, QSize size)
     set_outline_pen(painter, Qt::SolidLine);
     const int cx = size.width() / 2;
     const int cy = size.height() / 2;
-    int diameter = cell;
-    for (int offset = 0; offset < cx;) {
-        const int across = offset + diameter / 2; // from the centre to the ring
-        const int end = diameter / 2 + std::max(cx, cy);
-        const auto draw = [&](int x, int y) { target(painter, float(x), float(y), float(diameter)); };
-        for (int along = across; along < end; along += diameter) {
-            draw(cx + along, cy + across);
-            draw(cx + along, cy - across);
-            draw(cx - along, cy + across);
-            draw(cx - along, cy - across);
-            draw(cx + across, cy + along);
-            draw(cx + across, cy - along);
-            draw(cx - across, cy + along);
-            draw(cx - across, cy - along);
+    for (const pattern::Ring &ring : pattern::rings(size.width())) {
+        const int end = ring.diameter / 2 + std::max(cx, cy);
+        const auto draw = [&](int x, int y) { target(painter, float(x), float(y), float(ring.diameter)); };
+        for (int along = ring.across; along < end; along += ring.diameter) {
+            draw(cx + along, cy + ring.across);
+            draw(cx + along, cy - ring.across);
+            draw(cx - along, cy + ring.across);
+            draw(cx - along, cy - ring.across);
+            draw(cx + ring.across, cy + along);
+            draw(cx + ring.across, cy - along);
+            draw(cx - ring.across, cy + along);
+            draw(cx - ring.across, cy - along);
         }
-        offset += diameter;
-        diameter = diameter * 3 / 2;
     }
 }
 
@@ -76,16 +74,16 @@ void draw_black(QPainter &painter, QSize size)
 void draw_vertical_bars(QPainter &painter, QSize size)
 {
     painter.fillRect(QRect(QPoint(), size), Qt::white);
-    const int step = size.width() / bar_columns;
-    for (int i = 1; i < bar_columns; i += 2)
+    const int step = pattern::bar_width(size.width());
+    for (int i = 1; i < pattern::bars; i += 2)
         painter.fillRect(step * i, 0, step, size.height(), Qt::black);
 }
 
 void draw_horizontal_bars(QPainter &painter, QSize size)
 {
     painter.fillRect(QRect(QPoint(), size), Qt::white);
-    const int step = size.height() / bar_columns;
-    for (int i = 1; i < bar_columns; i += 2)
+    const int step = pattern::bar_width(size.height());
+    for (int i = 1; i < pattern::bars; i += 2)
         painter.fillRect(0, step * i, size.width(), step, Qt::black);
 }
 
