@@ -2,15 +2,13 @@
 #include "commands/files.h"
 #include "commands/input.h"
 #include "commands/launch.h"
-#include "commands/lock.h"
-#include "commands/recordingsocket.h"
+#include "commands/recording.h"
 
 #include "capture/contacts.h"
 #include "capture/parts.h"
 
 #include <cinttypes>
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -28,25 +26,11 @@ using Json = nlohmann::ordered_json;
 
 struct Options
 {
-    std::string output;
-    std::string scenario;
-    std::string driver;
+    Recording::Choice recording;
     double keep = 0; ///< seconds; 0: all is kept
-    bool identify = false;
     bool json = false;
     std::vector<std::string> program;
 };
-
-/// "lanternix-2026-11-22-153012.jsonl": the time tells recordings of a day apart.
-std::string newName()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    char name[64];
-    std::strftime(name, sizeof name, "lanternix-%Y-%m-%d-%H%M%S.jsonl", &local);
-    return name;
-}
 
 /// Makes one recording of what a rolling one has kept, and deletes its parts. False if that fails, which one
 /// line on standard error then tells.
@@ -128,38 +112,27 @@ void tellEnd(const Options &options, const Totals &totals)
 
 int record(const Options &options)
 {
-    const std::string recorder = findRecorder();
-    const std::string driver = options.scenario.empty() ? findDriver(options.driver) : findSimulatedDriver();
-    if (recorder.empty() || driver.empty())
+    Recording::Choice choice = options.recording;
+    if (choice.file.empty())
+        choice.file = nameByTime("lanternix", ".jsonl");
+    const Recording recording(choice);
+    if (!recording.isReady())
         return unreadable;
-    const std::string file = absolute(options.output.empty() ? newName() : options.output);
-    const Lock lock("recording", driver);
-    if (!lock.isHeld()) {
-        std::fprintf(stderr, "lanternix-lab: the board of %s is being recorded already\n", driver.c_str());
-        return unreadable;
-    }
-    tellBeginning(options, driver, file);
+    tellBeginning(options, recording.driver(), recording.file());
 
     Launch launch(options.program.empty() ? std::vector<std::string>{findProgram()} : options.program);
-    launch.prependPath("LD_LIBRARY_PATH", folderOf(recorder));
-    launch.set("BOARDREC_DRIVER", driver);
-    launch.set("BOARDREC_CAPTURE", file);
-    launch.set("BOARDREC_SOCKET", nameOfRecordingSocket());
+    recording.prepare(launch);
     if (options.keep > 0)
         launch.set("BOARDREC_KEEP", nlohmann::json(options.keep).dump());
     if (options.json)
         launch.keepOffOutput();
-    if (options.identify)
-        launch.set("BOARDREC_IDENTIFY", "1");
-    if (!options.scenario.empty())
-        launch.set("BOARDSIM_SCENARIO", absolute(options.scenario));
     const int ended = launch.run();
     if (ended < 0)
         return unreadable;
 
-    if (options.keep > 0 && !joinKept(file))
+    if (options.keep > 0 && !joinKept(recording.file()))
         return unreadable;
-    tellEnd(options, totalsOf(file));
+    tellEnd(options, totalsOf(recording.file()));
     return ended == 0 ? success : findings;
 }
 
@@ -171,21 +144,14 @@ void addRecord(CLI::App &lab, int &status)
         "record", "Start lanternix, or another program, and record what happens at the board");
     const auto options = std::make_shared<Options>();
     command
-        .add_option("-o,--output", options->output, "The file to write; by default one named after the time")
+        .add_option("-o,--output", options->recording.file,
+                    "The file to write; by default one named after the time")
         ->type_name("FILE");
-    CLI::Option *const scenario =
-        command.add_option("--sim", options->scenario, "Use the simulated board, which plays this scenario")
-            ->type_name("SCENARIO")
-            ->check(CLI::ExistingFile);
-    command
-        .add_option("--driver", options->driver, "Use this driver instead of the one that the loader finds")
-        ->type_name("PATH")
-        ->check(CLI::ExistingFile)
-        ->excludes(scenario);
+    addBoardOptions(command, options->recording);
     command.add_option("--keep", options->keep, "Keep the last seconds only; lanternix-lab keep saves them")
         ->type_name("SECONDS")
         ->check(CLI::Range(1e-6, 1e6));
-    command.add_flag("--identify", options->identify,
+    command.add_flag("--identify", options->recording.identify,
                      "Also write user, host and serial numbers into the recording");
     command.add_flag("--json", options->json,
                      "Print JSON objects, and what the program prints to standard error");

@@ -1,0 +1,60 @@
+#include "commands/recording.h"
+
+#include "commands/files.h"
+#include "commands/recordingsocket.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+
+#include <CLI/CLI.hpp>
+
+namespace lab {
+
+Recording::Recording(const Choice &choice)
+    : m_choice(choice), m_recorder(findRecorder()),
+      m_driver(choice.scenario.empty() ? findDriver(choice.driver) : findSimulatedDriver()),
+      m_file(absolute(choice.file))
+{
+    if (m_recorder.empty() || m_driver.empty())
+        return;
+    m_lock = std::make_unique<Lock>("recording", m_driver);
+    if (!m_lock->isHeld())
+        std::fprintf(stderr, "lanternix-lab: the board of %s is being recorded already\n", m_driver.c_str());
+}
+
+void Recording::prepare(Launch &launch) const
+{
+    launch.prependPath("LD_LIBRARY_PATH", folderOf(m_recorder));
+    launch.set("BOARDREC_DRIVER", m_driver);
+    launch.set("BOARDREC_CAPTURE", m_file);
+    launch.set("BOARDREC_SOCKET", nameOfRecordingSocket());
+    if (m_choice.identify)
+        launch.set("BOARDREC_IDENTIFY", "1");
+    if (!m_choice.scenario.empty())
+        launch.set("BOARDSIM_SCENARIO", absolute(m_choice.scenario));
+}
+
+void addBoardOptions(CLI::App &command, Recording::Choice &choice)
+{
+    CLI::Option *const scenario =
+        command.add_option("--sim", choice.scenario, "Use the simulated board, which plays this scenario")
+            ->type_name("SCENARIO")
+            ->check(CLI::ExistingFile);
+    command.add_option("--driver", choice.driver, "Use this driver instead of the one that the loader finds")
+        ->type_name("PATH")
+        ->check(CLI::ExistingFile)
+        ->excludes(scenario);
+}
+
+std::string nameByTime(const std::string &begin, const std::string &end)
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::array<char, 64> time{};
+    std::strftime(time.data(), time.size(), "-%Y-%m-%d-%H%M%S", &local);
+    return begin + time.data() + end;
+}
+
+} // namespace lab

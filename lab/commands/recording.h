@@ -1,0 +1,52 @@
+#pragma once
+
+#include "commands/launch.h"
+#include "commands/lock.h"
+
+#include <memory>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace lab {
+
+/// What a recording takes beside the program: the recorder, the driver, and the lock that keeps a second
+/// recording from the same board.
+class Recording
+{
+public:
+    struct Choice
+    {
+        std::string scenario; ///< for the simulated board; empty: a real one
+        std::string driver;   ///< empty: the one that the loader finds
+        std::string file;
+        bool identify = false;
+    };
+
+    /// If something is missing, or the board is being recorded already, one line on standard error says so.
+    explicit Recording(const Choice &choice);
+
+    bool isReady() const { return m_lock && m_lock->isHeld(); }
+    const std::string &driver() const { return m_driver; }
+    /// An absolute path.
+    const std::string &file() const { return m_file; }
+    /// Lets the program be recorded when it starts.
+    void prepare(Launch &launch) const;
+
+private:
+    const Choice m_choice;
+    const std::string m_recorder;
+    const std::string m_driver;
+    const std::string m_file;
+    std::unique_ptr<Lock> m_lock; ///< if recorder and driver are there
+};
+
+/// Adds the options that choose the board, --sim and --driver.
+void addBoardOptions(CLI::App &command, Recording::Choice &choice);
+
+/// "lanternix-2026-11-22-153012.jsonl" for "lanternix" and ".jsonl": the time tells files of a day apart.
+std::string nameByTime(const std::string &begin, const std::string &end);
+
+} // namespace lab
