@@ -31,7 +31,7 @@ _lanternix_lab()
         compopt -o nospace
         ;;
     NAME*) words='board robot touchpad touchscreen' files=yes ;;
-    WIDTH*) return ;;
+    WIDTH* | AREA*) return ;;
     NUMBER* | SECONDS* | US*) return ;;
     '')
         if [[ -z $subcommand ]]; then

@@ -204,5 +204,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueRow{"Figures", {"watch", "--fail-on", "lost"}, {"lost_count>"}},
                     ValueRow{"FiguresOfAReport", {"report", "--fail-on", "ghost"}, {"ghost_count>"}},
                     ValueRow{"Profiles", {"report", "--profile", "b"}, {"board"}},
-                    ValueRow{"NothingForANumber", {"cut", "--from", ""}, {}}),
+                    ValueRow{"NothingForANumber", {"cut", "--from", ""}, {}},
+                    ValueRow{"NothingForAnArea", {"accept", "--window", ""}, {}},
+                    ValueRow{"NothingForASize", {"accept", "--size", ""}, {}}),
     [](const auto &row) { return std::string(row.param.name); });

@@ -11,6 +11,7 @@ constexpr int unreadable = 2; ///< the command line or an input makes no sense
 
 // Each adds one subcommand. If that is chosen, it runs while the command line is parsed, and leaves in @p
 // status what the command is to return.
+void addAccept(CLI::App &lab, int &status);
 void addAnonymise(CLI::App &lab, int &status);
 void addCheck(CLI::App &lab, int &status);
 void addCut(CLI::App &lab, int &status);

@@ -33,6 +33,8 @@ public:
     /// A descriptor for poll(), which can be read when the program has ended. -1 before start().
     int ending() const { return m_ending; }
     bool hasEnded() const;
+    /// The number of the running process; 0 if none runs.
+    pid_t process() const { return m_process; }
     /// Asks the program to end, with SIGTERM.
     void end() const;
     /// Waits for the end. Returns the exit status, or 128 and the number of the signal that has ended the

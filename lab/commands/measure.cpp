@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include <CLI/CLI.hpp>
+
 namespace lab {
 
 namespace {
@@ -31,6 +33,16 @@ std::optional<grading::BoardSize> sizeOf(const std::string &text)
 }
 
 } // namespace
+
+void addGradingOptions(CLI::App &command, std::string &size, std::string &profile)
+{
+    command.add_option("--size", size, "The size of the board's area in millimetres, such as 1660x934")
+        ->type_name("WIDTHxHEIGHT");
+    command
+        .add_option("--profile", profile,
+                    "What the figures are held against: board, touchscreen, touchpad, robot, or a file")
+        ->type_name("NAME|FILE");
+}
 
 bool Grading::read(const std::string &sizeText, const std::string &profileName)
 {

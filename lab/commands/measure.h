@@ -6,7 +6,14 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace lab {
+
+/// Adds --size and --profile.
+void addGradingOptions(CLI::App &command, std::string &size, std::string &profile);
 
 /// What a recording is held against, as the command line says.
 struct Grading

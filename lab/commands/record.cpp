@@ -151,8 +151,6 @@ void addRecord(CLI::App &lab, int &status)
     command.add_option("--keep", options->keep, "Keep the last seconds only; lanternix-lab keep saves them")
         ->type_name("SECONDS")
         ->check(CLI::Range(1e-6, 1e6));
-    command.add_flag("--identify", options->recording.identify,
-                     "Also write user, host and serial numbers into the recording");
     command.add_flag("--json", options->json,
                      "Print JSON objects, and what the program prints to standard error");
     command.add_option("PROGRAM", options->program, "The program to start, and its arguments, behind --");

@@ -45,6 +45,8 @@ void addBoardOptions(CLI::App &command, Recording::Choice &choice)
         ->type_name("PATH")
         ->check(CLI::ExistingFile)
         ->excludes(scenario);
+    command.add_flag("--identify", choice.identify,
+                     "Also write user, host and serial numbers into the recording");
 }
 
 std::string nameByTime(const std::string &begin, const std::string &end)

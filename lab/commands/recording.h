@@ -43,7 +43,7 @@ private:
     std::unique_ptr<Lock> m_lock; ///< if recorder and driver are there
 };
 
-/// Adds the options that choose the board, --sim and --driver.
+/// Adds --sim and --driver, which choose the board, and --identify.
 void addBoardOptions(CLI::App &command, Recording::Choice &choice);
 
 /// "lanternix-2026-11-22-153012.jsonl" for "lanternix" and ".jsonl": the time tells files of a day apart.

@@ -1,5 +1,6 @@
 #include "commands/recordingsocket.h"
 
+#include "commands/launch.h"
 #include "commands/lock.h"
 
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <functional>
 #include <map>
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -72,6 +74,18 @@ int connectToRecording(const std::string &name)
     if (connection < 0)
         std::fprintf(stderr, "%s:0: no recording answers: %s\n", name.c_str(), std::strerror(errno));
     return connection;
+}
+
+int awaitRecording(const std::string &name, const Launch &program)
+{
+    constexpr int look = 20; // milliseconds, between two looks at the socket
+    for (;;) {
+        if (const int connection = connectTo(name); connection >= 0)
+            return connection;
+        pollfd ending{program.ending(), POLLIN, 0};
+        if (poll(&ending, 1, look) > 0)
+            return -1;
+    }
 }
 
 } // namespace lab

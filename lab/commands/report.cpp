@@ -247,13 +247,7 @@ void addReport(CLI::App &lab, int &status)
     command
         .add_option("-o,--output", options->output, "The HTML page to write; without it, print the figures")
         ->type_name("FILE");
-    command
-        .add_option("--size", options->size, "The size of the board's area in millimetres, such as 1660x934")
-        ->type_name("WIDTHxHEIGHT");
-    command
-        .add_option("--profile", options->profile,
-                    "What the figures are held against: board, touchscreen, touchpad, robot, or a file")
-        ->type_name("NAME|FILE");
+    addGradingOptions(command, options->size, options->profile);
     command
         .add_option("--fail-on", options->failOn,
                     "End with status 1 if a figure passes a limit, such as \"gap_count>0\"")

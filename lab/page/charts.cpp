@@ -10,39 +10,6 @@ namespace {
 
 using grading::boardWidth;
 
-std::string whole(double value)
-{
-    return std::to_string(std::lround(value));
-}
-
-/// A figure with a drawing, a title that is read out, and a caption.
-class Picture
-{
-public:
-    Picture(Html &html, const Aspect &aspect, const std::string &title, const std::string &description)
-        : m_html(html), m_caption(title + ". " + description), m_figure(html, "figure"),
-          m_svg(std::in_place, html, "svg",
-                Html::Attributes{{"viewBox", "0 0 " + whole(aspect.width) + " " + whole(aspect.height)},
-                                 {"role", "img"},
-                                 {"aria-label", m_caption}})
-    {
-        html.leaf("title", title);
-    }
-    ~Picture()
-    {
-        m_svg.reset();
-        m_html.leaf("figcaption", m_caption);
-    }
-    Picture(const Picture &) = delete;
-    Picture &operator=(const Picture &) = delete;
-
-private:
-    Html &m_html;
-    const std::string m_caption;
-    const Element m_figure;
-    std::optional<Element> m_svg;
-};
-
 std::string pathOf(const grading::Drawing::Stroke &stroke, const Aspect &aspect)
 {
     std::string path;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "page/html.h"
+#include "page/picture.h"
 
 #include "grading/maps.h"
 #include "grading/neighbours.h"
@@ -21,13 +22,6 @@ struct Marks
     char letter; ///< that stands at each place
     std::string name;
     const grading::Places *places;
-};
-
-/// How wide a picture of the board is for its height.
-struct Aspect
-{
-    double width = 1600;
-    double height = 900;
 };
 
 /// All strokes of one board over its area, with what was found.

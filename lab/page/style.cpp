@@ -22,6 +22,7 @@ p, ul { margin: .4rem 0; }
 table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nums; }
 th, td { text-align: left; vertical-align: top; padding: .35rem .6rem .35rem 0; border-bottom: 1px solid var(--rule); }
 th { font-weight: 600; }
+.result { overflow-wrap: normal; }
 td.number, th.number { text-align: right; white-space: nowrap; }
 td p { margin: .15rem 0 0; }
 .facts td { overflow-wrap: anywhere; }

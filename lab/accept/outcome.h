@@ -1,0 +1,12 @@
+#pragma once
+
+#include "accept/dialogue.h"
+
+#include <nlohmann/json.hpp>
+
+namespace accept {
+
+/// An outcome for programs: verdict, steps with their figures, and each target.
+nlohmann::ordered_json jsonOf(const Outcome &outcome);
+
+} // namespace accept

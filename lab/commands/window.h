@@ -1,0 +1,18 @@
+#pragma once
+
+#include "accept/geometry.h"
+
+#include <optional>
+
+#include <sys/types.h>
+
+namespace lab {
+
+/// Whether there is an X server, which knows where windows are.
+bool knowsWindows();
+
+/// Where the content of the largest visible window of @p process is, in pixels of the X server's root window.
+/// Nothing if there is no such window, or no X server.
+std::optional<accept::Area> windowOf(pid_t process);
+
+} // namespace lab

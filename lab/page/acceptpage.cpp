@@ -1,0 +1,167 @@
+#include "page/acceptpage.h"
+
+#include "page/distortion.h"
+#include "page/html.h"
+#include "page/reportpage.h"
+#include "page/style.h"
+
+#include "accept/judges.h"
+
+namespace page {
+
+namespace {
+
+using accept::lengthText;
+using accept::Result;
+
+/// The heads of a column with names, and of those with numbers.
+void writeHead(Html &html, const char *names, std::initializer_list<const char *> numbers)
+{
+    const Element head(html, "thead");
+    const Element row(html, "tr");
+    html.leaf("th", names, {{"scope", "col"}});
+    for (const char *const title : numbers)
+        html.leaf("th", title, {{"scope", "col"}, {"class", "number"}});
+}
+
+void writeLength(Html &html, double length, const accept::Setting &setting)
+{
+    html.leaf("td", lengthText(length, setting), {{"class", "number"}});
+}
+
+void writeStep(Html &html, const accept::StepOutcome &outcome)
+{
+    const Element row(html, "tr");
+    html.leaf("td", outcome.step->title);
+    const bool isWrong = outcome.result == Result::wrong;
+    html.leaf("td", accept::nameOf(outcome.result), {{"class", isWrong ? "result fail" : "result"}});
+    const Element cell(html, "td");
+    for (const std::string &line : outcome.finding.lines)
+        html.leaf("p", line);
+    for (const std::string &fault : outcome.finding.faults)
+        html.leaf("p", "Not right: " + fault);
+    if (outcome.tries > 1)
+        html.leaf("p", "Tried " + std::to_string(outcome.tries) + " times; this is the last one.",
+                  {{"class", "note"}});
+}
+
+void writeSteps(Html &html, const accept::Outcome &outcome)
+{
+    html.leaf("h2", "Steps");
+    const Element table(html, "table");
+    {
+        const Element head(html, "thead");
+        const Element row(html, "tr");
+        html.leaf("th", "Step", {{"scope", "col"}});
+        html.leaf("th", "Result", {{"scope", "col"}, {"class", "result"}});
+        html.leaf("th", "What was seen", {{"scope", "col"}});
+    }
+    const Element body(html, "tbody");
+    for (const accept::StepOutcome &step : outcome.steps)
+        writeStep(html, step);
+}
+
+void writeErrors(Html &html, const std::string &what, double mean, double worst,
+                 const accept::Setting &setting)
+{
+    const Element row(html, "tr");
+    html.leaf("td", what);
+    writeLength(html, mean, setting);
+    writeLength(html, worst, setting);
+}
+
+std::string adviceText(accept::Advice advice)
+{
+    switch (advice) {
+    case accept::Advice::good:
+        return "Good: the board reports where it is touched.";
+    case accept::Advice::calibrate:
+        return "Calibrate: the errors are too large, but calibrating leaves little of them.";
+    case accept::Advice::replace:
+        break;
+    }
+    return "Replace: the errors are too large, and calibrating leaves too much of them.";
+}
+
+void writeCalibration(Html &html, const accept::Calibration &calibration, const accept::Setting &setting)
+{
+    html.leaf("p", adviceText(calibration.advice), {{"class", "verdict"}});
+    {
+        const Element table(html, "table");
+        writeHead(html, "Errors", {"Mean", "Worst"});
+        const Element body(html, "tbody");
+        const accept::Errors &errors = calibration.errors;
+        const accept::Errors &left = calibration.left;
+        writeErrors(html, "as the board is", errors.mean, errors.worst, setting);
+        writeErrors(html, "behind the best calibration", left.mean, left.worst, setting);
+        writeErrors(html, "limit", setting.targets.mean, setting.targets.worst, setting);
+    }
+    html.leaf("p", accept::mappingText(calibration.mapping, setting));
+    html.leaf("p",
+              "The axes are " + accept::decimal(calibration.mapping.shear) + " degrees off the right angle.");
+}
+
+void writeTargets(Html &html, const accept::Finding &targets, const accept::Setting &setting)
+{
+    html.leaf("h2", "Targets");
+    if (targets.calibration)
+        writeCalibration(html, *targets.calibration, setting);
+    distortionMap(html, targets, setting);
+}
+
+void writeEachTarget(Html &html, const accept::Finding &targets, const accept::Setting &setting)
+{
+    html.leaf("h2", "Each target");
+    const Element table(html, "table");
+    writeHead(html, "Target", {"To the right", "Down", "Distance"});
+    const Element body(html, "tbody");
+    const accept::Errors errors = accept::errorsOf(targets.touched, setting.scale);
+    for (std::size_t i = 0; i < targets.touched.size(); ++i) {
+        const accept::Touched &touched = targets.touched[i];
+        const Element row(html, "tr");
+        html.leaf("td", touched.name);
+        writeLength(html, (touched.at.x - touched.target.x) * setting.scale.x, setting);
+        writeLength(html, (touched.at.y - touched.target.y) * setting.scale.y, setting);
+        writeLength(html, errors.each[i], setting);
+    }
+    for (const std::string &missed : targets.missed) {
+        const Element row(html, "tr");
+        html.leaf("td", missed);
+        html.leaf("td", "not tapped", {{"class", "number"}, {"colspan", "3"}});
+    }
+}
+
+void writeSignature(Html &html)
+{
+    html.leaf("h2", "Signature");
+    const Element place(html, "div", {{"class", "signature"}});
+    for (const char *const line : {"Name", "Date", "Signature"})
+        html.leaf("div", line);
+}
+
+} // namespace
+
+std::string acceptPage(const accept::Outcome &outcome, const grading::Report &report)
+{
+    Html html("Acceptance test: " + report.file, style);
+    {
+        const Element main(html, "main");
+        html.leaf("h1", "Acceptance test");
+        html.leaf("p", report.file, {{"class", "note"}});
+        const bool keepsLimits = report.total().verdict() != grading::Verdict::fail;
+        html.leaf("p", accept::verdictText(outcome, keepsLimits), {{"class", "verdict"}});
+        if (report.profile)
+            writeVerdict(html, report.total(), report.profile);
+        writeSteps(html, outcome);
+        const accept::Finding *const targets = outcome.targets();
+        if (targets)
+            writeTargets(html, *targets, outcome.setting);
+        writeSignature(html);
+        if (targets)
+            writeEachTarget(html, *targets, outcome.setting);
+        writeSections(html, report);
+    }
+    return html.finish();
+}
+
+} // namespace page
