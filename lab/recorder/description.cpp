@@ -1,7 +1,7 @@
 #include "recorder/description.h"
 
-#include <QCryptographicHash>
-#include <QFile>
+#include "recorder/fileidentity.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -44,12 +44,10 @@ Json versionOf(const RealDriver &driver)
 Json describeDriver(const RealDriver &driver, bool identify)
 {
     Json json{{"path", masked(driver.path(), identify)}};
-    QFile file(QString::fromStdString(driver.path()));
-    if (file.open(QIODevice::ReadOnly)) {
-        QCryptographicHash hash(QCryptographicHash::Sha256);
-        json["size"] = file.size();
-        if (hash.addData(&file))
-            json["sha256"] = hash.result().toHex().toStdString();
+    const FileIdentity file = recorder::identify(driver.path());
+    if (!file.sha256.empty()) {
+        json["size"] = file.size;
+        json["sha256"] = file.sha256;
     }
     json["version"] = versionOf(driver);
     Json exports = Json::array();
