@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,25 @@ protected:
 const std::string three_reports =
     raw(1, "0821000102030405") + raw(1, "0045830100020003 00") + raw(1, "ff") + mark("sent");
 
+/// One that goes on and has had three reports.
+class ARollingRecordingOfThreeReports : public ARollingRecording
+{
+protected:
+    ARollingRecordingOfThreeReports()
+    {
+        use(gate() + three_reports);
+        keep("60");
+        m_attached.emplace(*this);
+        receive(1, m_receiver);
+        open_gate();
+        EXPECT_TRUE(m_receiver.has(3));
+    }
+
+private:
+    Receiver m_receiver;
+    std::optional<Attached> m_attached;
+};
+
 } // namespace
 
 TEST_F(ARollingRecording, IsSavedWithSigusr1)
@@ -111,16 +131,8 @@ TEST_F(ARollingRecording, LeavesTheSignalAsItWas)
     EXPECT_EQ(std::signal(SIGUSR1, SIG_DFL), SIG_DFL);
 }
 
-TEST_F(ARollingRecording, IsSavedByTheCommand)
+TEST_F(ARollingRecordingOfThreeReports, IsSavedByTheCommand)
 {
-    use(gate() + three_reports);
-    Receiver receiver;
-    keep("60");
-    const Attached attached(*this);
-    receive(1, receiver);
-    open_gate();
-    EXPECT_TRUE(receiver.has(3));
-
     const Outcome outcome = lab({"keep", "--json", "-o", text(path("kept.jsonl"))});
 
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
@@ -128,6 +140,20 @@ TEST_F(ARollingRecording, IsSavedByTheCommand)
     EXPECT_EQ(answer["file"], path("kept.jsonl"));
     EXPECT_EQ(answer["reports"], 3);
     EXPECT_EQ(lab({"check", text(path("kept.jsonl"))}).status, 0);
+}
+
+TEST_F(ARollingRecordingOfThreeReports, IsPutIntoABundle)
+{
+    const QString bundle = text(path("bundle.tar.zst"));
+
+    EXPECT_EQ(lab({"bundle", "--yes", "--seconds", "0", "-o", bundle}).status, 0);
+
+    QProcess tar;
+    tar.start("tar", {"--zstd", "-xOf", bundle, "lanternix-bundle/recording.jsonl"});
+    ASSERT_TRUE(tar.waitForFinished());
+    const Outcome outcome = lab({"check", "--json", "-"}, tar.readAllStandardOutput());
+    EXPECT_EQ(nlohmann::json::parse(outcome.output)["reports"],
+              nlohmann::json::parse(R"({"pen":1,"touch":1,"erase":0,"status":0,"other":1})"));
 }
 
 TEST_F(ARollingRecording, IsNamedAfterTheRecordingAndTheTimeByDefault)

@@ -257,7 +257,7 @@ Files filesOf(const Options &options)
 {
     Files files{options.output, options.recording.file};
     if (files.page.empty())
-        files.page = nameByTime("lanternix-acceptance", ".html");
+        files.page = namedAfterTime("lanternix-acceptance-", ".html");
     if (files.recording.empty())
         files.recording = std::filesystem::path(files.page).replace_extension(".jsonl").string();
     files.page = absolute(files.page);

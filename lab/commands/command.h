@@ -13,12 +13,14 @@ constexpr int unreadable = 2; ///< the command line or an input makes no sense
 // status what the command is to return.
 void addAccept(CLI::App &lab, int &status);
 void addAnonymise(CLI::App &lab, int &status);
+void addBundle(CLI::App &lab, int &status);
 void addCheck(CLI::App &lab, int &status);
 void addCut(CLI::App &lab, int &status);
 void addDiff(CLI::App &lab, int &status);
 void addExport(CLI::App &lab, int &status);
 void addJoin(CLI::App &lab, int &status);
 void addKeep(CLI::App &lab, int &status);
+void addProbe(CLI::App &lab, int &status);
 void addRecord(CLI::App &lab, int &status);
 void addReplay(CLI::App &lab, int &status);
 void addReport(CLI::App &lab, int &status);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <string_view>
 #include <vector>
@@ -72,6 +73,16 @@ std::string folderOf(const std::string &path)
     return fs::path(path).parent_path().string();
 }
 
+std::string namedAfterTime(const std::string &before, const std::string &after)
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::array<char, 32> time{};
+    std::strftime(time.data(), time.size(), "%Y-%m-%d-%H%M%S", &local);
+    return before + time.data() + after;
+}
+
 std::string findRecorder()
 {
     return firstOf(
@@ -89,6 +100,11 @@ std::string findSimulatedDriver()
 std::string findProgram()
 {
     return firstOf({"lanternix", "../src/lanternix"}, "lanternix");
+}
+
+std::string findDriverProbe()
+{
+    return firstOf({LANTERNIX_DRIVER_PROBE_FROM_BIN, "driver-probe"}, "driver-probe");
 }
 
 std::string findProfile(const std::string &name)

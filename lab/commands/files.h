@@ -7,6 +7,9 @@ namespace lab {
 /// @p path from the root, whether the file exists or not.
 std::string absolute(const std::string &path);
 std::string folderOf(const std::string &path);
+/// @p before, the local time, @p after: "lanternix-2026-11-22-153012.jsonl". The time tells files of a day
+/// apart.
+std::string namedAfterTime(const std::string &before, const std::string &after);
 
 // Where the parts of the project are: beside the command if that is installed, else in its build folder. Each
 // returns an absolute path, or says in one line on standard error what is missing, and returns nothing.
@@ -17,6 +20,8 @@ std::string findRecorder();
 std::string findSimulatedDriver();
 /// The board maker's driver: @p given if that is not empty, else the one that the loader finds.
 std::string findDriver(const std::string &given);
+/// The part of the command probe that opens a driver.
+std::string findDriverProbe();
 /// lanternix.
 std::string findProgram();
 /// The file of a profile: @p name itself if it is a path, else the installed one of that name.

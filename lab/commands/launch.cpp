@@ -142,7 +142,13 @@ bool Launch::hasEnded() const
 void Launch::end() const
 {
     if (m_process != 0)
-        kill(m_process, SIGTERM);
+        ::kill(m_process, SIGTERM);
+}
+
+void Launch::kill() const
+{
+    if (m_process != 0)
+        ::kill(m_process, SIGKILL);
 }
 
 int Launch::wait()

@@ -37,6 +37,8 @@ public:
     pid_t process() const { return m_process; }
     /// Asks the program to end, with SIGTERM.
     void end() const;
+    /// Ends the program at once, with SIGKILL.
+    void kill() const;
     /// Waits for the end. Returns the exit status, or 128 and the number of the signal that has ended the
     /// program, or -1 if it has not been started.
     int wait();

@@ -114,7 +114,7 @@ int record(const Options &options)
 {
     Recording::Choice choice = options.recording;
     if (choice.file.empty())
-        choice.file = nameByTime("lanternix", ".jsonl");
+        choice.file = namedAfterTime("lanternix-", ".jsonl");
     const Recording recording(choice);
     if (!recording.isReady())
         return unreadable;

@@ -3,9 +3,7 @@
 #include "commands/files.h"
 #include "commands/recordingsocket.h"
 
-#include <array>
 #include <cstdio>
-#include <ctime>
 
 #include <CLI/CLI.hpp>
 
@@ -47,16 +45,6 @@ void addBoardOptions(CLI::App &command, Recording::Choice &choice)
         ->excludes(scenario);
     command.add_flag("--identify", choice.identify,
                      "Also write user, host and serial numbers into the recording");
-}
-
-std::string nameByTime(const std::string &begin, const std::string &end)
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    std::array<char, 64> time{};
-    std::strftime(time.data(), time.size(), "-%Y-%m-%d-%H%M%S", &local);
-    return begin + time.data() + end;
 }
 
 } // namespace lab

@@ -46,7 +46,4 @@ private:
 /// Adds --sim and --driver, which choose the board, and --identify.
 void addBoardOptions(CLI::App &command, Recording::Choice &choice);
 
-/// "lanternix-2026-11-22-153012.jsonl" for "lanternix" and ".jsonl": the time tells files of a day apart.
-std::string nameByTime(const std::string &begin, const std::string &end);
-
 } // namespace lab

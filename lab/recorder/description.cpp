@@ -1,9 +1,9 @@
 #include "recorder/description.h"
 
 #include "recorder/fileidentity.h"
+#include "recorder/screens.h"
 
-#include <QGuiApplication>
-#include <QScreen>
+#include <QCoreApplication>
 
 #include <array>
 #include <clocale>
@@ -57,23 +57,6 @@ Json describeDriver(const RealDriver &driver, bool identify)
     }
     json["exports"] = exports;
     return json;
-}
-
-Json describeScreens()
-{
-    Json screens = Json::array();
-    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-        return screens;
-    for (const QScreen *const screen : QGuiApplication::screens()) {
-        const QRect area = screen->geometry();
-        screens.push_back({{"x", area.x()},
-                           {"y", area.y()},
-                           {"width", area.width()},
-                           {"height", area.height()},
-                           {"scale", screen->devicePixelRatio()},
-                           {"primary", screen == QGuiApplication::primaryScreen()}});
-    }
-    return screens;
 }
 
 } // namespace

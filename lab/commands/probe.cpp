@@ -1,0 +1,69 @@
+#include "commands/command.h"
+#include "commands/files.h"
+#include "commands/probeoptions.h"
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include <unistd.h>
+
+namespace lab {
+
+namespace {
+
+struct Options
+{
+    probe::Wish wish;
+    bool json = false;
+};
+
+int run(Options options)
+{
+    probe::Wish &wish = options.wish;
+    wish.helper = findDriverProbe();
+    if (wish.helper.empty())
+        return unreadable;
+    if (!wish.driver.empty())
+        wish.driver = absolute(wish.driver);
+    const probe::Answer answer = probe::find(wish, [&wish] { askToTouch(wish.seconds); });
+    if (options.json)
+        std::printf("%s\n", probe::answerJson(answer).c_str());
+    else
+        std::fputs(probe::answerText(answer).c_str(), stdout);
+    return probe::verdictOf(answer).isReady ? success : findings;
+}
+
+} // namespace
+
+void addProbeOptions(CLI::App &command, probe::Wish &wish)
+{
+    command.add_option("--driver", wish.driver, "Try this driver instead of the one that the loader finds")
+        ->type_name("PATH")
+        ->check(CLI::ExistingFile);
+    command.add_option("--seconds", wish.seconds, "How long to wait for a report; by default 5")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 86400.0));
+    command
+        .add_option("--patience", wish.patience, "How long the driver may take for one step; by default 10")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 3600.0));
+}
+
+void askToTouch(double seconds)
+{
+    if (isatty(STDERR_FILENO) != 0)
+        std::fprintf(stderr, "touch the board: listening for %g s\n", seconds);
+}
+
+void addProbe(CLI::App &lab, int &status)
+{
+    CLI::App &command = *lab.add_subcommand(
+        "probe", "Say whether driver and board are ready for lanternix, or the one thing to do");
+    const auto options = std::make_shared<Options>();
+    addProbeOptions(command, options->wish);
+    command.add_flag("--json", options->json, "Print one JSON object");
+    command.callback([options, &status] { status = run(*options); });
+}
+
+} // namespace lab
