@@ -139,6 +139,7 @@ struct Row
     const char *verdict; ///< DRIVER stands for the driver's path
     const char *step;    ///< in which the driver was asked last
     const char *ended;
+    const char *patience = "10";
 };
 
 void break_(Probe &probe, const char *fault)
@@ -158,8 +159,8 @@ TEST_P(AnUnusableDriver, IsToldWithTheOneThingToDo)
     Probe probe;
     GetParam().prepare(probe);
 
-    const Outcome outcome = probe.run({"--patience", "0.5", "--seconds", "0.1"});
-    const Json answer = probe.json({"--patience", "0.5", "--seconds", "0.1"});
+    const Outcome outcome = probe.run({"--patience", GetParam().patience, "--seconds", "0.1"});
+    const Json answer = probe.json({"--patience", GetParam().patience, "--seconds", "0.1"});
 
     const std::string verdict =
         std::regex_replace(GetParam().verdict, std::regex("DRIVER"), probe.driver().toStdString());
@@ -199,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
             "unplug the board and plug it in again, and if that does not help, ask the board's maker for "
             "another "
             "version of the driver: it does not return from zorvicAttach",
-            "zorvicAttach", "hung"},
+            "zorvicAttach", "hung", "1"},
         Row{"WithoutFunctions", [](Probe &probe) { probe.installSimulated("variants/without_anything"); },
             "install another version of the driver: this one lacks zorvicGetDeviceCount, without which there "
             "are no devices, and 46 more",

@@ -54,8 +54,8 @@ Child::~Child()
 Ending Child::run(const std::function<void(const Json &)> &take)
 {
     m_take = take;
-    m_deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(m_patience));
+    // The process has to start before it can begin a step.
+    m_deadline = Clock::now() + std::chrono::seconds(30);
     m_ending.kind = Ending::Kind::exited;
     if (!m_launch.start())
         return m_ending;

@@ -61,7 +61,8 @@ std::string open(const Wish &wish, Answer &answer)
 
 void describeFile(const Wish &wish, Answer &answer)
 {
-    Child child({wish.helper, "identify", answer.path}, wish.patience);
+    constexpr double patience = 60; // no driver runs meanwhile
+    Child child({wish.helper, "identify", answer.path}, patience);
     child.run([&answer](const Json &line) {
         answer.size = line.value("size", answer.size);
         answer.sha256 = line.value("sha256", answer.sha256);
