@@ -39,7 +39,7 @@ private:
     Child(std::vector<std::string> command, double patience, std::array<int, 2> ends);
 
     bool receive();
-    void takeLine(const std::string &line);
+    void takeLine(const std::string &text);
     bool waitForMore();
     void finish();
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <set>
 #include <type_traits>
@@ -64,10 +65,18 @@ public:
         return *listener;
     }
 
-    /// A PacketCallback; its context is the board's number.
+    /// What hear() takes as context for reports of @p board; always the same one.
+    void *contextOf(int board)
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto known = std::find(m_contexts.begin(), m_contexts.end(), board);
+        return known != m_contexts.end() ? &*known : &m_contexts.emplace_back(board);
+    }
+
+    /// A PacketCallback.
     static void hear(int, const unsigned char *data, unsigned int length, void *context)
     {
-        instance().add(static_cast<int>(reinterpret_cast<std::intptr_t>(context)), data, length);
+        instance().add(*static_cast<const int *>(context), data, length);
     }
     /// A PnpCallback. What comes and goes meanwhile is not followed.
     static void ignoreChange(void *) { }
@@ -122,7 +131,8 @@ private:
     std::int64_t m_count = 0;
     int m_board = 0;
     std::string m_bytes;
-    std::set<int> m_boards; ///< that have reported
+    std::set<int> m_boards;     ///< that have reported
+    std::deque<int> m_contexts; ///< numbers of boards, at places that last
 };
 
 /// The driver, and what the program would tell it.
@@ -215,7 +225,7 @@ void Conversation::enumerate()
             continue;
         m_boards.push_back(info.board);
         call<Function::SetCallback>(0, info.board, &Listener::hear,
-                                    reinterpret_cast<void *>(static_cast<std::intptr_t>(info.board)));
+                                    Listener::instance().contextOf(info.board));
         call<Function::SetXferMask>(0, info.board, allTransfers);
     }
 }
@@ -275,7 +285,7 @@ void Conversation::withdraw()
     setModes(false);
     for (const int board : m_boards)
         call<Function::ClearCallback>(0, board, reinterpret_cast<void *>(&Listener::hear),
-                                      reinterpret_cast<void *>(static_cast<std::intptr_t>(board)));
+                                      Listener::instance().contextOf(board));
     call<Function::ClearCallback>(0, 0, reinterpret_cast<void *>(&Listener::ignoreChange), nullptr);
     call<Function::Detach>(0);
     call<Function::Detach>(0);

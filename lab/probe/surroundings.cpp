@@ -8,8 +8,8 @@
 #include <fstream>
 #include <memory>
 
-#include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <spawn.h>
 #include <sys/auxv.h>
 #include <sys/wait.h>
@@ -113,9 +113,15 @@ void addUsbNode(Permissions &permissions, const std::string &root, const fs::pat
 /// The loader of this process.
 std::string ownLoader()
 {
-    Dl_info info{};
-    const auto base = getauxval(AT_BASE);
-    return base != 0 && dladdr(reinterpret_cast<void *>(base), &info) != 0 ? info.dli_fname : "";
+    std::string name;
+    dl_iterate_phdr(
+        [](dl_phdr_info *info, std::size_t, void *found) {
+            if (info->dlpi_addr == getauxval(AT_BASE))
+                *static_cast<std::string *>(found) = info->dlpi_name;
+            return 0;
+        },
+        &name);
+    return name;
 }
 
 /// Lets the loader list what it would load for @p library to @p output, without loading it. Returns the
