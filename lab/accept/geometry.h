@@ -1,11 +1,13 @@
 #pragma once
 
+#include "capture/contacts.h"
+
 #include <string>
 #include <vector>
 
 namespace accept {
 
-constexpr double boardWidth = 32768; ///< board units across the screen, in either direction
+using capture::boardWidth;
 
 /// A place in board units, or a way from one place to another.
 struct Place

@@ -7,6 +7,8 @@
 
 namespace capture {
 
+constexpr double boardWidth = 32768; ///< board units across the screen, in either direction
+
 /// What a report is about. A status is a board's answer to a question, other is what the program drops.
 enum class ReportKind { pen, touch, erase, status, other };
 

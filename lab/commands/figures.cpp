@@ -12,6 +12,7 @@ namespace lab {
 
 namespace {
 
+using capture::boardWidth;
 using capture::Contact;
 using capture::Line;
 using capture::ReportKind;
@@ -19,7 +20,6 @@ using Json = nlohmann::json;
 
 constexpr std::int64_t second = 1'000'000;   // microseconds
 constexpr std::int64_t dropoutTime = 50'000; // microseconds in which a contact is down again
-constexpr double boardWidth = 32768;         // board units
 constexpr double dropoutWay = 0.02 * boardWidth;
 
 double distance(const Contact &a, const Contact &b)

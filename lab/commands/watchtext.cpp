@@ -21,8 +21,7 @@ template <typename... Arguments> std::string format(const char *pattern, Argumen
 /// Raw units to pixels of a screen that is @p size pixels wide or high.
 int pixels(int units, int size)
 {
-    constexpr int screenUnits = 32768;
-    return static_cast<int>(static_cast<std::int64_t>(units) * size / screenUnits);
+    return static_cast<int>(units * size / capture::boardWidth);
 }
 
 std::string optionalText(const char *pattern, const std::optional<double> &value)

@@ -7,8 +7,7 @@
 
 namespace grading {
 
-/// Board units across the screen, in either direction.
-constexpr double boardWidth = 32768;
+using capture::boardWidth;
 constexpr std::int64_t second = 1'000'000; ///< microseconds
 
 /// One report of a contact that is down. Small, since a long contact has many.
