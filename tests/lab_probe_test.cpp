@@ -3,6 +3,7 @@
 
 #include "commands/lock.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -184,6 +185,15 @@ INSTANTIATE_TEST_SUITE_P(
             "install the driver again: DRIVER is not a library", "dlopen", "refused"},
         Row{"For32Bit", [](Probe &probe) { probe.write("libzorvicboardex.so.1", header32()); },
             "install the 64-bit driver: DRIVER is for 32-bit programs", "dlopen", "refused"},
+        Row{"BehindOneFor32Bit",
+            [](Probe &probe) {
+                QDir(probe.folder()).mkdir("first");
+                probe.write("first/libzorvicboardex.so.1", header32());
+                probe.set("LD_LIBRARY_PATH", probe.folder() + "/first:" + probe.folder());
+                break_(probe, "crashes-when-opened");
+            },
+            "ask the board's maker for another version of the driver: it crashes in dlopen (Aborted)",
+            "dlopen", "crashed"},
         Row{"WithoutALibraryThatItNeeds", [](Probe &probe) { probe.install(NEEDY_DRIVER); },
             "install libabsent_library.so, which the driver needs", "dlopen", "refused"},
         Row{"CrashesWhenOpened", [](Probe &probe) { break_(probe, "crashes-when-opened"); },

@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr const char *variable = "LD_LIBRARY_PATH";
 constexpr const char *absent = "not there";
+constexpr const char *unnamed = "does not name it"; ///< of the list of libraries
 
 /// What stands behind @p mark in @p line, if it is there.
 bool takeBehind(const std::string &line, std::string_view mark, std::string &rest)
@@ -52,9 +53,9 @@ std::vector<Place> triedIn(std::string_view trace)
             reason = reasonIn(rest);
         } else if (takeBehind(line, "search cache=", rest)) {
             reason = "list of ldconfig";
-            places.push_back({rest, reason, "does not name it"});
+            places.push_back({rest, reason, unnamed});
         } else if (takeBehind(line, "trying file=", rest)) {
-            if (!places.empty() && places.back().found == "does not name it" && reason == places.back().why)
+            if (!places.empty() && places.back().found == unnamed && reason == places.back().why)
                 places.pop_back(); // the list has named this file
             if (std::none_of(places.begin(), places.end(),
                              [&rest](const Place &place) { return place.path == rest; }))
@@ -129,13 +130,12 @@ std::string driverAt(const std::vector<Place> &places, const std::string &taken)
 {
     if (!taken.empty())
         return taken;
-    for (const Place &place : places) {
+    // The loader goes on behind a file that it skips, and ends at one that it cannot open.
+    const auto last = std::find_if(places.rbegin(), places.rend(), [](const Place &place) {
         std::error_code ignored;
-        if (place.found != absent && fs::is_regular_file(place.path, ignored)
-            && fs::path(place.path).filename() == driverName)
-            return place.path;
-    }
-    return {};
+        return fs::is_regular_file(place.path, ignored) && place.found != unnamed;
+    });
+    return last == places.rend() ? "" : last->path;
 }
 
 } // namespace probe

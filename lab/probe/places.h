@@ -19,8 +19,8 @@ std::vector<Place> placesIn(std::string_view trace, std::string_view folders);
 /// Fills in what is at each place. @p taken: the file that was opened, or is empty.
 void lookAt(std::vector<Place> &places, const std::string &taken);
 
-/// The file that the driver is: @p taken, or the first of @p places that a person has to look after; empty if
-/// there is nothing at any of them.
+/// The file that the driver is: @p taken, or the one of @p places with which the loader ended; empty if there
+/// is nothing at any of them.
 std::string driverAt(const std::vector<Place> &places, const std::string &taken);
 
 } // namespace probe

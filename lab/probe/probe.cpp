@@ -168,8 +168,6 @@ Answer find(const Wish &wish, const std::function<void()> &onListen)
     const std::string opened = open(wish, answer);
     lookAt(answer.places, opened);
     answer.path = driverAt(answer.places, opened);
-    if (answer.path.empty() && !wish.driver.empty())
-        answer.path = wish.driver;
     describeFile(wish, answer);
     if (answer.ending.kind == Ending::Kind::whole)
         ask(wish, onListen, answer);
