@@ -79,14 +79,33 @@ TEST(TheVerdict, NamesAFileThatMayNotBeRead)
     EXPECT_FALSE(probe::verdictOf(answer).isReady);
 }
 
-TEST(TheVerdict, NamesANodeThatMayNotBeOpened)
+TEST(TheVerdict, NamesANodeThatMayNotBeOpenedIfThereIsNoBoard)
 {
     probe::Answer answer;
     answer.ending.kind = probe::Ending::Kind::whole;
     answer.permissions = {{"/dev/hidraw0", "A Board: may not be opened by you"}};
 
     EXPECT_EQ(probe::verdictOf(answer).text,
-              "let your user open /dev/hidraw0, as the maker's instructions say: the driver sees no board");
+              "check the board's cable and power: the driver sees no board; if that does not help, your user "
+              "may lack the permission for /dev/hidraw0");
+}
+
+TEST(TheVerdict, NamesANodeThatMayNotBeOpenedIfTheBoardIsSilent)
+{
+    probe::Answer answer;
+    answer.ending.kind = probe::Ending::Kind::whole;
+    answer.permissions = {{"/dev/hidraw0", "A Board: may not be opened by you"}};
+    probe::Device device;
+    device.kind = 1;
+    device.board = 7;
+    answer.devices = {device};
+    answer.reports.listened = 5;
+
+    EXPECT_EQ(
+        probe::verdictOf(answer).text,
+        "ready, but no report of board 7 came in 5.0 s: touch the board; if that does not help, your user "
+        "may lack the permission for /dev/hidraw0");
+    EXPECT_TRUE(probe::verdictOf(answer).isReady);
 }
 
 TEST(AMissingFunction, HasTheConsequenceThatTheDocumentTells)

@@ -105,19 +105,24 @@ std::string adviceOnFunctions(const Answer &answer)
     return {};
 }
 
+/// What may be the cause as well if devices may not be opened, which is usual for those that are no boards.
+std::string doubtOn(const Answer &answer)
+{
+    for (const auto &[node, state] : answer.permissions) {
+        if (state.find("may not be opened by you") != std::string::npos)
+            return "; if that does not help, your user may lack the permission for " + node;
+    }
+    return {};
+}
+
 std::string adviceOnDevices(const Answer &answer)
 {
     const auto isBoard = [](const Device &device) { return device.kind == 1; };
     if (std::any_of(answer.devices.begin(), answer.devices.end(), isBoard))
         return {};
-    for (const auto &[node, state] : answer.permissions) {
-        if (state.find("may not be opened by you") != std::string::npos)
-            return "let your user open " + node
-                + ", as the maker's instructions say: the driver sees no board";
-    }
     if (!answer.devices.empty())
-        return "switch on the board, or pair it: the driver sees a hub, but no board";
-    return "check the board's cable and power: the driver sees no board";
+        return "switch on the board, or pair it: the driver sees a hub, but no board" + doubtOn(answer);
+    return "check the board's cable and power: the driver sees no board" + doubtOn(answer);
 }
 
 std::vector<int> silentBoards(const Answer &answer)
@@ -149,7 +154,7 @@ Verdict verdictOf(const Answer &answer)
         names += (names.empty() ? "board " : " and board ") + std::to_string(board);
     return {true,
             "ready, but no report of " + names + " came in " + number(answer.reports.listened)
-                + " s: touch the board"};
+                + " s: touch the board" + doubtOn(answer)};
 }
 
 std::string kindName(int kind)
