@@ -49,8 +49,38 @@ std::vector<std::string> changed(const std::map<std::string, std::string> &chang
     return variables;
 }
 
-/// Starts the program with the signals as a shell leaves them. @p output becomes its standard output.
-int spawn(std::vector<std::string> program, std::vector<std::string> variables, int output, pid_t &process)
+sigset_t passedOn()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+/// Holds up what is passed on to a program from before its start until there is somebody to pass it on to.
+class HeldSignals
+{
+public:
+    HeldSignals()
+    {
+        const sigset_t held = passedOn();
+        pthread_sigmask(SIG_BLOCK, &held, &m_former);
+    }
+    ~HeldSignals() { pthread_sigmask(SIG_SETMASK, &m_former, nullptr); }
+    HeldSignals(const HeldSignals &) = delete;
+    HeldSignals &operator=(const HeldSignals &) = delete;
+
+    const sigset_t &former() const { return m_former; }
+
+private:
+    sigset_t m_former{};
+};
+
+/// Starts the program with the signals as a shell leaves them, and @p mask. @p output becomes its standard
+/// output.
+int spawn(std::vector<std::string> program, std::vector<std::string> variables, int output,
+          const sigset_t &mask, pid_t &process)
 {
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
@@ -58,12 +88,10 @@ int spawn(std::vector<std::string> program, std::vector<std::string> variables, 
         posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    sigset_t usual;
-    sigemptyset(&usual);
-    sigaddset(&usual, SIGINT);
-    sigaddset(&usual, SIGTERM);
+    const sigset_t usual = passedOn();
     posix_spawnattr_setsigdefault(&attributes, &usual);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigmask(&attributes, &mask);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     const int error = posix_spawnp(&process, program.front().c_str(), &files, &attributes,
                                    pointersTo(program).data(), pointersTo(variables).data());
     posix_spawnattr_destroy(&attributes);
@@ -123,7 +151,8 @@ bool Launch::start()
     if (m_program.front().empty())
         return false;
     const int output = m_isKeptOffOutput ? STDERR_FILENO : STDOUT_FILENO;
-    if (const int error = spawn(m_program, changed(m_changes), output, m_process)) {
+    const HeldSignals held;
+    if (const int error = spawn(m_program, changed(m_changes), output, held.former(), m_process)) {
         std::fprintf(stderr, "lanternix-lab: %s: %s\n", m_program.front().c_str(), std::strerror(error));
         m_process = 0;
         return false;
