@@ -187,6 +187,15 @@ TEST_F(ABundle, TellsARecordingThatCannotBeRead)
     EXPECT_TRUE(contents.contains("recording.jsonl: left out: ~/bad.jsonl:1: ")) << contents.toStdString();
 }
 
+TEST_F(ABundle, RefusesARecordingThatIsNotThere)
+{
+    const Outcome outcome = run({"--yes", "/nowhere/a.jsonl"});
+
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.errors.contains("/nowhere/a.jsonl")) << outcome.errors.toStdString();
+    EXPECT_FALSE(QFile::exists(bundle()));
+}
+
 struct AnswerRow
 {
     const char *name;

@@ -110,9 +110,12 @@ void addBundle(CLI::App &lab, int &status)
     CLI::App &command = *lab.add_subcommand(
         "bundle", "Pack what whoever looks for the fault needs to know into one file, after asking");
     const auto options = std::make_shared<Options>();
-    command.add_option("RECORDING", options->recording,
-                       "A recording to put in, or a folder with its parts; by default what a rolling "
-                       "recording that goes on has kept");
+    command
+        .add_option(
+            "RECORDING", options->recording,
+            "A recording to put in, or a folder with its parts; by default what a rolling recording that "
+            "goes on has kept")
+        ->check(CLI::ExistingPath);
     command
         .add_option("-o,--output", options->output, "The file to write; by default one named after the time")
         ->type_name("FILE");
