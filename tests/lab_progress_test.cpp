@@ -39,7 +39,7 @@ const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment()
 
 TEST(AProgressBar, IsDrawnWhenASecondIsNotEnoughAndIsGoneAtTheEnd)
 {
-    const Recording recording(40);
+    const Recording recording(LONG_RECORDING);
     Terminal terminal({LANTERNIX_LAB, "check", recording.name()}, environment, {200, 10});
 
     EXPECT_TRUE(terminal.shows("..] ")) << terminal.picture();
@@ -74,7 +74,7 @@ class WhileLinesArePrinted : public testing::TestWithParam<CommandRow>
 
 TEST_P(WhileLinesArePrinted, TheBarIsDrawnUnlessItWouldStandBetweenThem)
 {
-    const Recording recording(40);
+    const Recording recording(LONG_RECORDING);
     Terminal terminal({"sh", "-c", QStringLiteral("%1; echo has ended").arg(GetParam().command),
                        LANTERNIX_LAB, recording.name()},
                       environment, {200, 10});
