@@ -171,6 +171,12 @@ grading::Summary measureText(const std::string &text, std::optional<grading::Boa
     return analysis.finish();
 }
 
+double figure(const grading::Summary &summary, const std::string &key)
+{
+    const auto found = summary.figures.find(key);
+    return found == summary.figures.end() ? std::nan("") : found->second;
+}
+
 Recording cleanRecording(unsigned seed)
 {
     Recording recording(seed);

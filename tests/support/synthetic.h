@@ -93,6 +93,9 @@ boardsim::Bytes reportOf(capture::ReportKind kind, int id, Point point, bool dow
 grading::Summary measureText(const std::string &text, std::optional<grading::BoardSize> size = {},
                              grading::Analysis::ContactSink sink = {});
 
+/// A figure; NaN if it was not measured.
+double figure(const grading::Summary &summary, const std::string &key);
+
 /// Two seconds' worth each of pens and touches that write, rest and tap as they should, with a little noise.
 Recording cleanRecording(unsigned seed);
 
