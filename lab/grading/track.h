@@ -48,7 +48,6 @@ struct Track
     int lowestY = 65535;
     int highestY = 0;
 
-    double seconds() const { return static_cast<double>(to - from) / 1e6; }
     /// Whether its samples span more than 1 percent of the board's width in a direction.
     bool isMoving() const;
     /// Whether it stayed in place for a second or more.

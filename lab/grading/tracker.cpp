@@ -79,10 +79,4 @@ void Tracker::finish()
     m_down.clear();
 }
 
-int Tracker::down(int board) const
-{
-    const auto found = m_down.find(board);
-    return found == m_down.end() ? 0 : found->second;
-}
-
 } // namespace grading

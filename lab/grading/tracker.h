@@ -49,10 +49,6 @@ public:
     /// The recording has ended.
     void finish();
 
-    /// Contacts that are down, of one board.
-    int down(int board) const;
-    int down() const { return static_cast<int>(m_tracks.size()); }
-
 private:
     using Key = std::tuple<int, capture::ReportKind, int>; ///< board, kind, identifier
 
