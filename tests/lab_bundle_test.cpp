@@ -27,10 +27,11 @@ namespace {
 using Json = nlohmann::json;
 using Names = std::set<std::string>;
 
-const QByteArray recording = "{\"type\":\"scenario\",\"version\":2,\"host\":\"desk-9\"}\n"
-                             R"({"type":"device","kind":1,"board":7,"info":"xp<4>serial<A77>"})"
-                             "\n"
-    + pen(5, 1) + pen(9, 2, false) + end(10);
+/// A board that never reports.
+const QByteArray board = "{\"type\":\"scenario\",\"version\":2,\"host\":\"desk-9\"}\n"
+                         R"({"type":"device","kind":1,"board":7,"info":"xp<4>serial<A77>"})"
+                         "\n";
+const QByteArray recording = board + pen(5, 1) + pen(9, 2, false) + end(10);
 
 struct Outcome
 {
@@ -52,7 +53,8 @@ protected:
         m_environment.insert("LD_LIBRARY_PATH", path("driver"));
         m_environment.insert("XDG_RUNTIME_DIR", m_home.path());
         m_environment.insert("QT_QPA_PLATFORM", "offscreen");
-        m_environment.insert("BOARDSIM_SCENARIO", write("recording.jsonl", recording));
+        m_environment.insert("BOARDSIM_SCENARIO", write("board.jsonl", board));
+        write("recording.jsonl", recording);
     }
 
     QString path(const QString &name) const { return m_home.filePath(name); }
