@@ -29,6 +29,8 @@ public:
     /// Detaches.
     ~Driver() override;
 
+    /// Runs before each function that the program calls. Does nothing: this driver answers at once.
+    virtual void delayCall() { }
     /// Loads the scenario that BOARDSIM_SCENARIO names and starts to play it, unless one is being played. If
     /// it cannot be loaded, a line on standard error says so, and there are no devices. Always returns true.
     virtual bool attach();

@@ -81,6 +81,7 @@ template <typename Call> auto logged(const char *name, const CallLog::Record &ar
 {
     CallLog &log = session().log;
     log.openOnce();
+    driver().delayCall();
     if constexpr (std::is_void_v<decltype(call())>) {
         call();
         log.addCall(name, arguments, nullptr);

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <tuple>
 
@@ -98,6 +99,12 @@ HostileDriver::~HostileDriver()
 {
     Driver::detach(); // ends the thread that calls the functions of this class
     stopRepeating();
+}
+
+void HostileDriver::delayCall()
+{
+    if (is(Kind::slowCalls))
+        std::this_thread::sleep_for(std::chrono::milliseconds(m_misbehaviour.value));
 }
 
 bool HostileDriver::attach()
@@ -245,7 +252,11 @@ void HostileDriver::startOutlastingCallback()
 
 int HostileDriver::deviceCount()
 {
-    return is(Kind::deviceCount) ? m_misbehaviour.value : Driver::deviceCount();
+    constexpr int errors[] = {2, -1, 0};
+    const int count = Driver::deviceCount();
+    if (is(Kind::deviceCount))
+        return m_misbehaviour.value;
+    return is(Kind::wrongDeviceCounts) ? count + errors[m_counts++ % std::size(errors)] : count;
 }
 
 bool HostileDriver::deniesDevices()

@@ -17,6 +17,7 @@ public:
     explicit HostileDriver(CallLog &log);
     ~HostileDriver() override;
 
+    void delayCall() override;
     bool attach() override;
     void detach() override;
     void setCallback(int board, PacketCallback callback, void *context) override;
@@ -78,6 +79,7 @@ private:
     std::atomic<bool> m_insideCallback = false; ///< one that this class has added
     std::atomic<bool> m_hasBlocked = false;
     std::atomic<int> m_reports = 0; ///< made by this class so far
+    std::atomic<int> m_counts = 0;  ///< of devices, told so far
 
     std::mutex m_registrationMutex;              ///< guards the next two; never held while a callback runs
     std::map<int, PacketRegistration> m_packets; ///< per board; stay when withdrawn

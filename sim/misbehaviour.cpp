@@ -44,6 +44,8 @@ constexpr Entry entries[] = {
     {"second-thread", Misbehaviour::Kind::secondThread, true, 0},
     {"callbacks-after-detach", Misbehaviour::Kind::callbacksAfterDetach, true, 1},
     {"callback-outlasts-detach", Misbehaviour::Kind::callbackOutlastsDetach, true, 1},
+    {"slow-calls", Misbehaviour::Kind::slowCalls, true, 1},
+    {"wrong-device-counts", Misbehaviour::Kind::wrongDeviceCounts, false},
 };
 
 [[noreturn]] void fail(const char *cause)

@@ -24,7 +24,9 @@ struct Misbehaviour
         prints,
         secondThread,
         callbacksAfterDetach,
-        callbackOutlastsDetach
+        callbackOutlastsDetach,
+        slowCalls,
+        wrongDeviceCounts
     };
 
     Kind kind = Kind::none;

@@ -66,6 +66,43 @@ INSTANTIATE_TEST_SUITE_P(, ADeviceCountThatIsNotTrue,
                          testing::Values(Count{"BelowZero", "-1"}, Count{"AMillion", "1000000"}),
                          [](const auto &row) { return row.param.name; });
 
+TEST(ADeviceCountThatChanges, ListsTheDevicesThatThereAre)
+{
+    const SimulatedDriver driver = SimulatedDriver::hostile(
+        "wrong-device-counts",
+        {R"({"type":"device","kind":1,"board":7,"info":""})",
+         R"({"type":"device","kind":1,"board":3,"info":""})", SimulatedDriver::gate("one more"),
+         R"({"type":"unplug","board":3})", R"({"type":"plug","board":3})"});
+    ZorvicHardware hardware(nullptr);
+    const BoardSignals emitted(hardware);
+
+    hardware.init();
+    driver.open_gate("one more");
+
+    EXPECT_TRUE(QTest::qWaitFor([&] { return driver.has_mark("scenario ends"); }));
+    hardware.uninit();
+    EXPECT_EQ(driver.calls("GetDeviceCount").size(), 3U);
+    std::vector<int> counts;
+    for (const DriverCall &call : driver.calls("GetDeviceCount"))
+        counts.push_back(call.result.get<int>());
+    EXPECT_EQ(counts, (std::vector<int>{4, 0, 2}));
+    EXPECT_EQ(driver.calls("SetCallback").size(), 4U) << "two boards, none, two boards";
+}
+
+TEST(ADriverWithSlowCalls, IsWaitedForInEachOfThem)
+{
+    constexpr int slowness_ms = 20;
+    const SimulatedDriver driver = SimulatedDriver::hostile("slow-calls=20");
+    QElapsedTimer time;
+    time.start();
+
+    ZorvicHardware hardware(nullptr);
+    hardware.init();
+    hardware.uninit();
+
+    EXPECT_GE(time.elapsed(), slowness_ms * static_cast<qint64>(driver.calls().size()));
+}
+
 TEST(TwoBoardsWithOneNumber, AreBothListedAndBothWrittenTo)
 {
     const SimulatedDriver driver = SimulatedDriver::hostile("same-number");
