@@ -1,13 +1,12 @@
 #pragma once
 
+#include "commands/junitprinter.h"
 #include "commands/limits.h"
 
 #include "grading/report.h"
 
 #include <string>
 #include <vector>
-
-#include <tinyxml2.h>
 
 namespace lab {
 
@@ -16,18 +15,14 @@ namespace lab {
 class JUnit
 {
 public:
-    JUnit();
-
     void add(const grading::Report &report, const std::vector<Limit> &limits);
     /// A recording that could not be read.
     void addUnreadable(const std::string &file);
     /// Ends the document. To be called once.
-    std::string finish();
+    std::string finish() { return m_printer.finish(); }
 
 private:
-    void addCase(const std::string &name, const char *outcome, const std::string &message);
-
-    tinyxml2::XMLPrinter m_printer;
+    JUnitPrinter m_printer{"lanternix-lab report"};
 };
 
 } // namespace lab
