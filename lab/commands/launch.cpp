@@ -7,6 +7,7 @@
 #include <cstring>
 #include <utility>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/syscall.h>
@@ -77,25 +78,40 @@ private:
     sigset_t m_former{};
 };
 
-/// Starts the program with the signals as a shell leaves them, and @p mask. @p output becomes its standard
-/// output.
-int spawn(std::vector<std::string> program, std::vector<std::string> variables, int output,
+/// Where a program prints.
+class Streams
+{
+public:
+    Streams() { posix_spawn_file_actions_init(&m_actions); }
+    ~Streams() { posix_spawn_file_actions_destroy(&m_actions); }
+    Streams(const Streams &) = delete;
+    Streams &operator=(const Streams &) = delete;
+
+    void join(int stream, int other) { posix_spawn_file_actions_adddup2(&m_actions, other, stream); }
+    void open(int stream, const std::string &file)
+    {
+        posix_spawn_file_actions_addopen(&m_actions, stream, file.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                         0600);
+    }
+    const posix_spawn_file_actions_t *actions() const { return &m_actions; }
+
+private:
+    posix_spawn_file_actions_t m_actions{};
+};
+
+/// Starts the program with the signals as a shell leaves them, and @p mask.
+int spawn(std::vector<std::string> program, std::vector<std::string> variables, const Streams &streams,
           const sigset_t &mask, pid_t &process)
 {
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    if (output != STDOUT_FILENO)
-        posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     const sigset_t usual = passedOn();
     posix_spawnattr_setsigdefault(&attributes, &usual);
     posix_spawnattr_setsigmask(&attributes, &mask);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    const int error = posix_spawnp(&process, program.front().c_str(), &files, &attributes,
+    const int error = posix_spawnp(&process, program.front().c_str(), streams.actions(), &attributes,
                                    pointersTo(program).data(), pointersTo(variables).data());
     posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&files);
     return error;
 }
 
@@ -146,13 +162,25 @@ void Launch::prependPath(const std::string &name, const std::string &folder)
     set(name, former && *former ? folder + ":" + former : folder);
 }
 
+void Launch::printTo(const std::string &output, const std::string &errors)
+{
+    m_output = output;
+    m_errors = errors;
+}
+
 bool Launch::start()
 {
     if (m_program.front().empty())
         return false;
-    const int output = m_isKeptOffOutput ? STDERR_FILENO : STDOUT_FILENO;
+    Streams streams;
+    if (m_isKeptOffOutput)
+        streams.join(STDOUT_FILENO, STDERR_FILENO);
+    if (!m_output.empty()) {
+        streams.open(STDOUT_FILENO, m_output);
+        streams.open(STDERR_FILENO, m_errors);
+    }
     const HeldSignals held;
-    if (const int error = spawn(m_program, changed(m_changes), output, held.former(), m_process)) {
+    if (const int error = spawn(m_program, changed(m_changes), streams, held.former(), m_process)) {
         std::fprintf(stderr, "lanternix-lab: %s: %s\n", m_program.front().c_str(), std::strerror(error));
         m_process = 0;
         return false;

@@ -27,6 +27,8 @@ public:
 
     /// Lets the program print to standard error what it would print to standard output.
     void keepOffOutput() { m_isKeptOffOutput = true; }
+    /// Lets the program print to new files, @p output for standard output and @p errors for standard error.
+    void printTo(const std::string &output, const std::string &errors);
 
     /// False if the program could not be started, which one line on standard error then tells.
     bool start();
@@ -51,6 +53,8 @@ private:
     const std::vector<std::string> m_program;
     std::map<std::string, std::string> m_changes;
     bool m_isKeptOffOutput = false;
+    std::string m_output; ///< files that take what the program prints; empty for none
+    std::string m_errors;
     pid_t m_process = 0; ///< 0 if none runs that has not been waited for
     int m_ending = -1;
     std::unique_ptr<Signals> m_signals; ///< while it runs

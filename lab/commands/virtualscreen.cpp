@@ -135,8 +135,9 @@ VirtualScreen::VirtualScreen()
     // Otherwise it begins again when the last client has gone, such as one that looks for the window manager
     // before that has come, which it then throws out.
     constexpr const char *stay = "-noreset";
+    const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
     m_server = start(
-        {"Xvfb", "-displayfd", end.c_str(), "-screen", "0", "1920x1080x24", "-nolisten", "tcp", stay}, {});
+        {"Xvfb", "-displayfd", end.c_str(), "-screen", "0", size.c_str(), "-nolisten", "tcp", stay}, {});
     close(ends[1]);
     const std::string number = readNumber(ends[0]);
     close(ends[0]);
@@ -169,6 +170,11 @@ bool VirtualScreen::awaitWindow(const Launch &program) const
         std::this_thread::sleep_for(look);
     }
     return !pictureAtRest(m_display).empty();
+}
+
+bool VirtualScreen::press(const std::string &key) const
+{
+    return succeeds({"xdotool", "key", key.c_str()}, m_display);
 }
 
 bool VirtualScreen::save(const std::string &name) const

@@ -12,6 +12,9 @@ namespace lab {
 class VirtualScreen
 {
 public:
+    static constexpr int width = 1920; // pixels
+    static constexpr int height = 1080;
+
     /// If they cannot be started, one line on standard error says why.
     VirtualScreen();
     ~VirtualScreen();
@@ -24,6 +27,9 @@ public:
     /// Waits until the program has its window and the screen rests. If that does not come, one line on
     /// standard error says so.
     bool awaitWindow(const Launch &program) const;
+    /// Presses and releases a key in the active window, named as X names it, e.g. "Escape". False if that
+    /// fails.
+    bool press(const std::string &key) const;
     /// Writes what is on the screen as a PNG, once two pictures in a row are equal. If that fails, one line
     /// on standard error says why, and what was in the file before stays.
     bool save(const std::string &name) const;
