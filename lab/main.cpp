@@ -31,9 +31,10 @@ int run(int argc, char *argv[])
     });
 
     int status = lab::success;
-    for (const auto add : {lab::addProbe, lab::addBundle, lab::addRecord, lab::addKeep, lab::addReplay,
-                           lab::addWatch, lab::addAccept, lab::addShow, lab::addCheck, lab::addDiff,
-                           lab::addReport, lab::addCut, lab::addJoin, lab::addAnonymise, lab::addExport})
+    for (const auto add :
+         {lab::addProbe, lab::addBundle, lab::addTorture, lab::addRecord, lab::addKeep, lab::addReplay,
+          lab::addWatch, lab::addAccept, lab::addShow, lab::addCheck, lab::addDiff, lab::addReport,
+          lab::addCut, lab::addJoin, lab::addAnonymise, lab::addExport})
         add(lab, status);
     try {
         if (argc > 1 && !isKnown(lab, argv[1]))

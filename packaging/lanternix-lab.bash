@@ -30,7 +30,13 @@ _lanternix_lab()
         fi
         compopt -o nospace
         ;;
-    NAME*) words='board robot touchpad touchscreen' files=yes ;;
+    NAME*)
+        if [[ $subcommand == torture ]]; then
+            words=$("$1" torture --list | awk '{ print $2 }')
+        else
+            words='board robot touchpad touchscreen' files=yes
+        fi
+        ;;
     WIDTH* | AREA*) return ;;
     NUMBER* | SECONDS* | US*) return ;;
     '')

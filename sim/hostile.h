@@ -78,8 +78,8 @@ private:
     const Misbehaviour m_misbehaviour;
     std::atomic<bool> m_insideCallback = false; ///< one that this class has added
     std::atomic<bool> m_hasBlocked = false;
-    std::atomic<int> m_reports = 0; ///< made by this class so far
-    std::atomic<int> m_counts = 0;  ///< of devices, told so far
+    std::atomic<int> m_reports = 0;     ///< made by this class so far
+    std::atomic<unsigned> m_counts = 0; ///< of devices, told so far
 
     std::mutex m_registrationMutex;              ///< guards the next two; never held while a callback runs
     std::map<int, PacketRegistration> m_packets; ///< per board; stay when withdrawn

@@ -203,6 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueRow{"Speeds", {"replay", "--speed", "m"}, {"max"}},
                     ValueRow{"Figures", {"watch", "--fail-on", "lost"}, {"lost_count>"}},
                     ValueRow{"FiguresOfAReport", {"report", "--fail-on", "ghost"}, {"ghost_count>"}},
+                    ValueRow{"Faults", {"torture", "--run", "flo"}, {"flood"}},
                     ValueRow{"Profiles", {"report", "--profile", "b"}, {"board"}},
                     ValueRow{"NothingForANumber", {"cut", "--from", ""}, {}},
                     ValueRow{"NothingForAnArea", {"accept", "--window", ""}, {}},

@@ -97,6 +97,13 @@ std::string findSimulatedDriver()
         "the simulated board (package lanternix-sim)");
 }
 
+std::string findHostileDriver()
+{
+    return firstOf(
+        {LANTERNIX_HOSTILE_DRIVER_FROM_BIN "/libzorvicboardex.so.1", "../sim/hostile/libzorvicboardex.so.1"},
+        "the board that misbehaves (package lanternix-sim)");
+}
+
 std::string findProgram()
 {
     return firstOf({"lanternix", "../src/lanternix"}, "lanternix");

@@ -18,6 +18,8 @@ std::string namedAfterTime(const std::string &before, const std::string &after);
 std::string findRecorder();
 /// The driver that plays scenarios.
 std::string findSimulatedDriver();
+/// The driver that plays scenarios and misbehaves on request.
+std::string findHostileDriver();
 /// The board maker's driver: @p given if that is not empty, else the one that the loader finds.
 std::string findDriver(const std::string &given);
 /// The part of the command probe that opens a driver.

@@ -1,0 +1,238 @@
+#include "commands/command.h"
+#include "commands/files.h"
+#include "commands/junitprinter.h"
+#include "commands/virtualscreen.h"
+
+#include "capture/newfile.h"
+
+#include "probe/probe.h"
+
+#include "torture/trial.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace lab {
+
+namespace {
+
+struct Options
+{
+    std::string program;
+    std::string driver; ///< of the board maker; empty for the simulated one
+    std::vector<std::string> names;
+    std::string junit;
+    bool lists = false;
+    bool json = false;
+};
+
+/// A fault with its number, and how it went.
+struct Row
+{
+    std::size_t number = 0;
+    const torture::Fault *fault = nullptr;
+    torture::Outcome outcome;
+
+    bool isHeld() const { return outcome.complaints.empty(); }
+    std::string complaints() const
+    {
+        std::string text;
+        for (const std::string &complaint : outcome.complaints)
+            text += (text.empty() ? "" : "; ") + complaint;
+        return text;
+    }
+};
+
+/// The chosen faults, by name or number; empty if one is not known, which one line on standard error tells.
+std::vector<Row> chosen(const std::vector<torture::Fault> &faults, const std::vector<std::string> &names)
+{
+    std::vector<Row> rows;
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+        if (names.empty())
+            rows.push_back({i + 1, &faults[i], {}});
+    }
+    for (const std::string &name : names) {
+        const auto isNamed = [&](const torture::Fault &fault) {
+            const auto number = static_cast<std::size_t>(&fault - faults.data()) + 1;
+            return name == fault.name || name == std::to_string(number);
+        };
+        const auto found = std::find_if(faults.begin(), faults.end(), isNamed);
+        if (found == faults.end()) {
+            std::fprintf(stderr,
+                         "lanternix-lab: there is no fault \"%s\"; see lanternix-lab torture --list\n",
+                         name.c_str());
+            return {};
+        }
+        rows.push_back({static_cast<std::size_t>(found - faults.begin()) + 1, &*found, {}});
+    }
+    return rows;
+}
+
+void list(const std::vector<Row> &rows)
+{
+    for (const Row &row : rows)
+        std::printf("%3zu  %-42s %s\n", row.number, row.fault->name.c_str(), row.fault->what.c_str());
+}
+
+void tell(const Row &row)
+{
+    std::printf("%3zu  %-42s %5.1f s  %s\n", row.number, row.fault->name.c_str(), row.outcome.seconds,
+                row.isHeld() ? "held" : ("failed: " + row.complaints()).c_str());
+    std::fflush(stdout); // a person watches
+}
+
+int failuresAmong(const std::vector<Row> &rows)
+{
+    return static_cast<int>(
+        std::count_if(rows.begin(), rows.end(), [](const Row &row) { return !row.isHeld(); }));
+}
+
+std::string junitOf(const std::vector<Row> &rows)
+{
+    JUnitPrinter printer("lanternix-lab torture");
+    printer.beginSuite("torture", {static_cast<int>(rows.size()), failuresAmong(rows), 0, 0});
+    for (const Row &row : rows)
+        printer.addCase("lanternix", row.fault->name, row.isHeld() ? nullptr : "failure", row.complaints(),
+                        row.outcome.seconds);
+    printer.endSuite();
+    return printer.finish();
+}
+
+void printJson(const std::vector<Row> &rows)
+{
+    using Json = nlohmann::ordered_json;
+    Json faults = Json::array();
+    for (const Row &row : rows)
+        faults.push_back({{"number", row.number},
+                          {"name", row.fault->name},
+                          {"what", row.fault->what},
+                          {"held", row.isHeld()},
+                          {"complaints", row.outcome.complaints},
+                          {"seconds", row.outcome.seconds}});
+    const Json json{{"version", 1}, {"held", failuresAmong(rows) == 0}, {"faults", faults}};
+    std::printf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+}
+
+/// Whether the loader takes the driver; if not, one line on standard error says what to do.
+bool canBeLoaded(const std::string &driver)
+{
+    probe::Wish wish;
+    wish.helper = findDriverProbe();
+    wish.driver = driver;
+    wish.seconds = 0;
+    if (wish.helper.empty())
+        return false;
+    const probe::Answer answer = probe::find(wish, [] {});
+    using Kind = probe::Ending::Kind;
+    if (answer.ending.kind != Kind::refused && answer.ending.kind != Kind::notRun)
+        return true;
+    std::fprintf(stderr, "lanternix-lab: %s\n", probe::verdictOf(answer).text.c_str());
+    return false;
+}
+
+/// Fills in what the options leave open; false if something is missing, which one line on standard error has
+/// told.
+bool prepare(const Options &options, torture::Setting &setting)
+{
+    setting.program = options.program.empty() ? findProgram() : absolute(options.program);
+    setting.isSimulated = options.driver.empty();
+    setting.driver = setting.isSimulated ? findHostileDriver() : absolute(options.driver);
+    if (setting.program.empty() || setting.driver.empty())
+        return false;
+    return setting.isSimulated || canBeLoaded(setting.driver);
+}
+
+/// Tries the faults one by one. False if a signal has ended that.
+bool tryAll(const Options &options, const torture::Setting &setting, std::vector<Row> &rows)
+{
+    for (Row &row : rows) {
+        row.outcome = torture::tryFault(setting, *row.fault);
+        if (row.outcome.isInterrupted)
+            return false;
+        if (!options.json)
+            tell(row);
+    }
+    return true;
+}
+
+/// A program behind the names of faults was taken for one of them.
+void findProgramAmongNames(const std::vector<torture::Fault> &faults, Options &options)
+{
+    if (options.names.empty() || !options.program.empty())
+        return;
+    const std::string &last = options.names.back();
+    const bool isFault = std::any_of(faults.begin(), faults.end(),
+                                     [&last](const torture::Fault &fault) { return fault.name == last; });
+    if (isFault || last.find('/') == std::string::npos)
+        return;
+    options.program = last;
+    options.names.pop_back();
+}
+
+int tortureProgram(Options options)
+{
+    const auto &faults = options.driver.empty() ? torture::catalogue() : torture::catalogueForAnyDriver();
+    findProgramAmongNames(faults, options);
+    std::vector<Row> rows = chosen(faults, options.names);
+    if (rows.empty())
+        return unreadable;
+    if (options.lists) {
+        list(rows);
+        return success;
+    }
+    torture::Setting setting;
+    if (!prepare(options, setting))
+        return unreadable;
+    const VirtualScreen screen;
+    if (!screen.isThere())
+        return unreadable;
+    setting.screen = &screen;
+    if (!tryAll(options, setting, rows)) {
+        std::fprintf(stderr, "lanternix-lab: interrupted\n");
+        return unreadable;
+    }
+    const int failures = failuresAmong(rows);
+    if (options.json)
+        printJson(rows);
+    else
+        std::printf("%zu faults, %d failed\n", rows.size(), failures);
+    if (!options.junit.empty()) {
+        capture::NewFile file(options.junit);
+        file.write(junitOf(rows));
+        if (!file.finish())
+            return unreadable;
+    }
+    return failures == 0 ? success : findings;
+}
+
+} // namespace
+
+void addTorture(CLI::App &lab, int &status)
+{
+    CLI::App &command = *lab.add_subcommand(
+        "torture", "Do to lanternix what boards and drivers do wrong, on a screen of its own");
+    const auto options = std::make_shared<Options>();
+    command.add_option("PROGRAM", options->program, "The program; by default the installed lanternix")
+        ->check(CLI::ExistingFile);
+    CLI::Option *const lists =
+        command.add_flag("--list", options->lists, "List the faults with their numbers, and try none");
+    command.add_option("--run", options->names, "Try only these faults, by their names or numbers")
+        ->type_name("NAME")
+        ->excludes(lists);
+    command
+        .add_option("--driver", options->driver,
+                    "Try a board maker's driver, as it is and without each of its functions")
+        ->type_name("PATH")
+        ->check(CLI::ExistingFile);
+    command.add_option("--junit", options->junit, "Also write the result as JUnit does")
+        ->type_name("OUT.xml");
+    command.add_flag("--json", options->json, "Print one JSON object");
+    command.callback([options, &status] { status = tortureProgram(*options); });
+}
+
+} // namespace lab
