@@ -1,9 +1,10 @@
 #include "support/lab.h"
 #include "support/simulated_driver.h"
 
-#include "torture/driverlog.h"
+#include "stage/driverlog.h"
+#include "stage/lines.h"
+#include "torture/fault.h"
 #include "torture/lackingdriver.h"
-#include "torture/scene.h"
 
 #include "recorder/function.h"
 #include "scenarioreader.h"
@@ -140,7 +141,7 @@ TEST(ADriversLog, IsReadAsItGrows)
 {
     const QTemporaryDir folder;
     const std::string file = folder.filePath("log.jsonl").toStdString();
-    torture::DriverLog log(file);
+    stage::DriverLog log(file);
     log.read();
     EXPECT_EQ(log.lastCall(), "") << "there is no file yet";
     std::ofstream stream(file);

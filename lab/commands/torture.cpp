@@ -137,21 +137,21 @@ bool canBeLoaded(const std::string &driver)
 
 /// Fills in what the options leave open; false if something is missing, which one line on standard error has
 /// told.
-bool prepare(const Options &options, torture::Setting &setting)
+bool prepare(const Options &options, stage::Setting &setting)
 {
     setting.program = options.program.empty() ? findProgram() : absolute(options.program);
-    setting.isSimulated = options.driver.empty();
-    setting.driver = setting.isSimulated ? findHostileDriver() : absolute(options.driver);
+    const bool isSimulated = options.driver.empty();
+    setting.driver = isSimulated ? findHostileDriver() : absolute(options.driver);
     if (setting.program.empty() || setting.driver.empty())
         return false;
-    return setting.isSimulated || canBeLoaded(setting.driver);
+    return isSimulated || canBeLoaded(setting.driver);
 }
 
 /// Tries the faults one by one. False if a signal has ended that.
-bool tryAll(const Options &options, const torture::Setting &setting, std::vector<Row> &rows)
+bool tryAll(const Options &options, const stage::Setting &setting, std::vector<Row> &rows)
 {
     for (Row &row : rows) {
-        row.outcome = torture::tryFault(setting, *row.fault);
+        row.outcome = torture::tryFault(setting, options.driver.empty(), *row.fault);
         if (row.outcome.isInterrupted)
             return false;
         if (!options.json)
@@ -185,7 +185,7 @@ int tortureProgram(Options options)
         list(rows);
         return success;
     }
-    torture::Setting setting;
+    stage::Setting setting;
     if (!prepare(options, setting))
         return unreadable;
     const VirtualScreen screen;

@@ -1,9 +1,12 @@
 #include "torture/catalogue.h"
-#include "torture/scene.h"
+
+#include "stage/scene.h"
 
 // Callbacks at the wrong time, in the wrong place and with the wrong arguments.
 
 namespace torture {
+
+using namespace stage;
 
 void addCallbacks(std::vector<Fault> &faults)
 {

@@ -1,5 +1,6 @@
 #include "torture/catalogue.h"
-#include "torture/scene.h"
+
+#include "stage/scene.h"
 
 #include "recorder/function.h"
 
@@ -9,6 +10,8 @@
 // What the driver does in the program's own calls, and functions that it lacks.
 
 namespace torture {
+
+using namespace stage;
 
 namespace {
 

@@ -1,9 +1,12 @@
 #include "torture/catalogue.h"
-#include "torture/scene.h"
+
+#include "stage/scene.h"
 
 // Faults of contacts in reports that are well formed.
 
 namespace torture {
+
+using namespace stage;
 
 namespace {
 

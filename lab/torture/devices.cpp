@@ -1,9 +1,12 @@
 #include "torture/catalogue.h"
-#include "torture/scene.h"
+
+#include "stage/scene.h"
 
 // Boards that come and go, and lists of them that are not true.
 
 namespace torture {
+
+using namespace stage;
 
 namespace {
 

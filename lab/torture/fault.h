@@ -1,12 +1,14 @@
 #pragma once
 
+#include "stage/lines.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace torture {
 
-using Lines = std::vector<std::string>;
+using stage::Lines;
 
 /// One thing that boards and drivers do wrong, and what the program must do all the same: show its window,
 /// draw and hand back a contact that comes after the fault, grow no more, withdraw what it has set, and end

@@ -1,9 +1,12 @@
 #include "torture/catalogue.h"
-#include "torture/scene.h"
+
+#include "stage/scene.h"
 
 // Faults in the bytes of reports.
 
 namespace torture {
+
+using namespace stage;
 
 namespace {
 

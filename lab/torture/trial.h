@@ -2,12 +2,7 @@
 
 #include "torture/fault.h"
 
-#include <string>
-#include <vector>
-
-namespace lab {
-class VirtualScreen;
-}
+#include "stage/session.h"
 
 namespace torture {
 
@@ -19,17 +14,8 @@ struct Outcome
     bool isInterrupted = false; ///< by Ctrl-C or SIGTERM: nothing is known of the fault
 };
 
-/// What a trial needs.
-struct Setting
-{
-    std::string program;     ///< the file of lanternix
-    std::string driver;      ///< the file of the driver library
-    bool isSimulated = true; ///< whether that driver plays scenarios and keeps a log
-    const lab::VirtualScreen *screen = nullptr;
-    double patience = 30; ///< seconds for one step, on a busy machine
-};
-
-/// Starts the program with the fault, looks at what it does, and ends it with Escape.
-Outcome tryFault(const Setting &setting, const Fault &fault);
+/// Starts the program with the fault, looks at what it does, and ends it with Escape. A driver that is not
+/// @p isSimulated plays no scenario and keeps no log.
+Outcome tryFault(const stage::Setting &setting, bool isSimulated, const Fault &fault);
 
 } // namespace torture

@@ -2,7 +2,7 @@
 #include "support/simulated_driver.h"
 
 #include "commands/virtualscreen.h"
-#include "torture/scene.h"
+#include "stage/scene.h"
 #include "torture/trial.h"
 
 #include <QFile>
@@ -59,17 +59,17 @@ private:
 torture::Lines complaints_about(const torture::Fault &fault)
 {
     const lab::VirtualScreen screen;
-    torture::Setting setting;
+    stage::Setting setting;
     setting.program = LANTERNIX_PROGRAM;
     setting.driver = SimulatedDriver::hostile_folder().toStdString() + "/libzorvicboardex.so.1";
     setting.screen = &screen;
     setting.patience = 5; // is used up by what never comes
-    return torture::tryFault(setting, fault).complaints;
+    return torture::tryFault(setting, true, fault).complaints;
 }
 
 torture::Fault harmless()
 {
-    return {"harmless", "nothing", {torture::board(1)}, {torture::pen(1, 9000, 9000, false)}, 1};
+    return {"harmless", "nothing", {stage::board(1)}, {stage::pen(1, 9000, 9000, false)}, 1};
 }
 
 } // namespace
@@ -80,7 +80,7 @@ TEST(TheProgram, BearsTheFaults)
     const QString junit = folder.filePath("torture.xml");
 
     const Result run = torture_with({"--json", "--junit", junit, "--run", "every-length", "5",
-                                  "unplug-in-a-stroke", "prints", "without-SetCallback", "without-all"});
+                                     "unplug-in-a-stroke", "prints", "without-SetCallback", "without-all"});
 
     EXPECT_EQ(run.status, 0) << run.errors.toStdString();
     const auto json = nlohmann::json::parse(run.output.toStdString());
@@ -97,8 +97,8 @@ TEST(TheProgram, BearsTheFaults)
 
 TEST(TheProgram, BearsAnyDriverAsItIsAndWithoutAFunction)
 {
-    const Result run = torture_with({"--driver", SimulatedDriver::folder() + "/libzorvicboardex.so.1", "--run",
-                                  "as-it-is", "without-EnumDeviceInfo"});
+    const Result run = torture_with({"--driver", SimulatedDriver::folder() + "/libzorvicboardex.so.1",
+                                     "--run", "as-it-is", "without-EnumDeviceInfo"});
 
     EXPECT_EQ(run.status, 0) << run.output.toStdString();
     EXPECT_TRUE(run.output.endsWith("2 faults, 0 failed\n")) << run.output.toStdString();
@@ -181,6 +181,6 @@ INSTANTIATE_TEST_SUITE_P(
                      [](torture::Fault &fault) { fault.misbehaviour = "callbacks-in-detach"; },
                      "touches are still reported to the program"},
         ComplaintRow{"AScenarioThatDoesNotGoOn",
-                     [](torture::Fault &fault) { fault.round = {torture::waitForFile("/nowhere/never")}; },
+                     [](torture::Fault &fault) { fault.round = {stage::waitForFile("/nowhere/never")}; },
                      "the driver does not get through the first rounds"}),
     [](const auto &row) { return std::string(row.param.name); });

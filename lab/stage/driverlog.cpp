@@ -1,8 +1,8 @@
-#include "torture/driverlog.h"
+#include "stage/driverlog.h"
 
 #include <nlohmann/json.hpp>
 
-namespace torture {
+namespace stage {
 
 void DriverLog::read()
 {
@@ -44,4 +44,4 @@ void DriverLog::take(const std::string &line)
         m_destinations[json["arguments"].value("board", 0)] = json["arguments"].value("destination", 0);
 }
 
-} // namespace torture
+} // namespace stage

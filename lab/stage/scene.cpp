@@ -1,9 +1,9 @@
-#include "torture/scene.h"
+#include "stage/scene.h"
 
 #include <array>
 #include <cstdio>
 
-namespace torture {
+namespace stage {
 
 namespace {
 
@@ -97,4 +97,4 @@ std::string hex(int byte)
     return digits.data();
 }
 
-} // namespace torture
+} // namespace stage

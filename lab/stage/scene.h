@@ -1,10 +1,10 @@
 #pragma once
 
-#include "torture/fault.h"
+#include "stage/lines.h"
 
 #include <string>
 
-namespace torture {
+namespace stage {
 
 // Lines of scenarios, of board 1 if nothing else is said. Positions and sizes are board units.
 
@@ -27,4 +27,4 @@ std::string repeated(const std::string &text, int count);
 /// The byte as two hexadecimal digits.
 std::string hex(int byte);
 
-} // namespace torture
+} // namespace stage

@@ -1,4 +1,4 @@
-#include "torture/display.h"
+#include "stage/display.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -6,13 +6,23 @@
 
 #include <xcb/xcb.h>
 
-namespace torture {
+namespace stage {
 
 Display::Display(const std::string &name) : m_server(xcb_connect(name.c_str(), nullptr)) { }
 
 Display::~Display()
 {
     xcb_disconnect(m_server);
+}
+
+Display::Size Display::size() const
+{
+    if (xcb_connection_has_error(m_server) != 0)
+        return {};
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_server)).data->root;
+    const std::unique_ptr<xcb_get_geometry_reply_t, decltype(&std::free)> answer(
+        xcb_get_geometry_reply(m_server, xcb_get_geometry(m_server, root), nullptr), &std::free);
+    return answer ? Size{answer->width, answer->height} : Size{};
 }
 
 std::optional<std::uint32_t> Display::pixel(int x, int y) const
@@ -32,4 +42,4 @@ std::optional<std::uint32_t> Display::pixel(int x, int y) const
     return value & rgb;
 }
 
-} // namespace torture
+} // namespace stage

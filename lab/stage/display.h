@@ -6,18 +6,27 @@
 
 struct xcb_connection_t;
 
-namespace torture {
+namespace stage {
 
 /// What an X server shows. Used on one thread.
 class Display
 {
 public:
+    /// In pixels.
+    struct Size
+    {
+        int width = 0;
+        int height = 0;
+    };
+
     /// @p name as in DISPLAY.
     explicit Display(const std::string &name);
     ~Display();
     Display(const Display &) = delete;
     Display &operator=(const Display &) = delete;
 
+    /// Of all screens together; nothing if there is no server.
+    Size size() const;
     /// The colour of a pixel of the screen: 0xRRGGBB. Nothing if the server has gone.
     std::optional<std::uint32_t> pixel(int x, int y) const;
 
@@ -25,4 +34,4 @@ private:
     xcb_connection_t *const m_server;
 };
 
-} // namespace torture
+} // namespace stage

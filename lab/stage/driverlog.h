@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-namespace torture {
+namespace stage {
 
 /// What the simulated driver has logged (BOARDSIM_LOG), read as it grows. Used on one thread.
 class DriverLog
@@ -36,4 +36,4 @@ private:
     std::string m_lastCall;
 };
 
-} // namespace torture
+} // namespace stage
