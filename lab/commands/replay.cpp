@@ -152,6 +152,7 @@ int replay(const Options &options)
         if (!screen->isThere())
             return unreadable;
         launch.set("DISPLAY", screen->display());
+        launch.set("QT_QPA_PLATFORM", "xcb"); // a desktop may ask for another one
     }
     if (!options.output.empty()) {
         launch.set("BOARDREC_DRIVER", driver);
