@@ -33,6 +33,8 @@ _lanternix_lab()
     NAME*)
         if [[ $subcommand == torture ]]; then
             words=$("$1" torture --list | awk '{ print $2 }')
+        elif [[ $subcommand == selftest ]]; then
+            words='patterns contacts tags resize mapping scales screens text torture tools'
         else
             words='board robot touchpad touchscreen' files=yes
         fi

@@ -204,6 +204,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueRow{"Figures", {"watch", "--fail-on", "lost"}, {"lost_count>"}},
                     ValueRow{"FiguresOfAReport", {"report", "--fail-on", "ghost"}, {"ghost_count>"}},
                     ValueRow{"Faults", {"torture", "--run", "flo"}, {"flood"}},
+                    ValueRow{"Requirements", {"selftest", "--run", "ta"}, {"tags"}},
                     ValueRow{"Profiles", {"report", "--profile", "b"}, {"board"}},
                     ValueRow{"NothingForANumber", {"cut", "--from", ""}, {}},
                     ValueRow{"NothingForAnArea", {"accept", "--window", ""}, {}},

@@ -24,6 +24,7 @@ void addProbe(CLI::App &lab, int &status);
 void addRecord(CLI::App &lab, int &status);
 void addReplay(CLI::App &lab, int &status);
 void addReport(CLI::App &lab, int &status);
+void addSelftest(CLI::App &lab, int &status);
 void addShow(CLI::App &lab, int &status);
 void addTorture(CLI::App &lab, int &status);
 void addWatch(CLI::App &lab, int &status);

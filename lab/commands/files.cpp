@@ -23,8 +23,7 @@ constexpr const char *driverName = "libzorvicboardex.so.1";
 /// The folder of this command, behind links.
 fs::path ownFolder()
 {
-    std::error_code ignored;
-    return fs::read_symlink("/proc/self/exe", ignored).parent_path();
+    return fs::path(ownPath()).parent_path();
 }
 
 /// The first of @p candidates, relative to the command, that exists.
@@ -107,6 +106,18 @@ std::string findHostileDriver()
 std::string findProgram()
 {
     return firstOf({"lanternix", "../src/lanternix"}, "lanternix");
+}
+
+std::string findScenario(const std::string &name)
+{
+    return firstOf({LANTERNIX_SCENARIOS_FROM_BIN "/" + name, "scenarios/" + name},
+                   ("the scenario " + name + " (package lanternix-sim)").c_str());
+}
+
+std::string ownPath()
+{
+    std::error_code ignored;
+    return fs::read_symlink("/proc/self/exe", ignored).string();
 }
 
 std::string findDriverProbe()

@@ -26,6 +26,10 @@ std::string findDriver(const std::string &given);
 std::string findDriverProbe();
 /// lanternix.
 std::string findProgram();
+/// A scenario of the simulated board by its file's name.
+std::string findScenario(const std::string &name);
+/// This command itself, which there always is.
+std::string ownPath();
 /// The file of a profile: @p name itself if it is a path, else the installed one of that name.
 std::string findProfile(const std::string &name);
 

@@ -31,13 +31,6 @@ std::string contentsOf(const fs::path &name)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// This command's own file.
-std::string self()
-{
-    std::error_code ignored;
-    return fs::read_symlink("/proc/self/exe", ignored).string();
-}
-
 /// "NAME=value", or that there is none.
 std::string variable(const char *name)
 {
@@ -192,7 +185,7 @@ void Gathering::addLoader()
 /// Runs a subcommand of this command that writes the piece. False if it fails, which the piece then tells.
 bool Gathering::runSelf(std::vector<std::string> arguments, const std::string &name, const std::string &what)
 {
-    arguments.insert(arguments.begin(), self());
+    arguments.insert(arguments.begin(), ownPath());
     std::error_code ignored;
     const Errand errand = run(std::move(arguments), m_folder.path(), patience);
     if (errand.status != 0 || !fs::exists(m_folder.path() + "/" + name, ignored)) {
@@ -210,7 +203,7 @@ void Gathering::addRecording(const std::string &recording)
     const std::string kept = m_private.path() + "/kept.jsonl";
     std::error_code ignored;
     if (recording.empty()) {
-        const Errand errand = run({self(), "keep", "-o", kept}, m_private.path(), patience);
+        const Errand errand = run({ownPath(), "keep", "-o", kept}, m_private.path(), patience);
         if (errand.status != 0)
             return addFailure(name, what, failureOf(errand));
     } else if (fs::is_directory(recording, ignored)) {
@@ -229,7 +222,7 @@ void Gathering::addReports()
 {
     runSelf({"report", "recording.jsonl", "-o", "report.html"}, "report.html",
             "figures of the recording, as a page");
-    const Errand text = run({self(), "report", "recording.jsonl"}, m_folder.path(), patience);
+    const Errand text = run({ownPath(), "report", "recording.jsonl"}, m_folder.path(), patience);
     if (text.status == 0)
         add("report.txt", "the same as text", text.output);
     else

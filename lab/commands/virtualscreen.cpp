@@ -127,22 +127,30 @@ std::string pictureAtRest(const std::string &display)
 } // namespace
 
 VirtualScreen::VirtualScreen()
+    : VirtualScreen({"Xvfb", "-screen", "0", std::to_string(width) + "x" + std::to_string(height) + "x24"},
+                    "xvfb")
+{
+}
+
+VirtualScreen::VirtualScreen(std::vector<std::string> server, const std::string &package)
 {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0)
         return;
-    const std::string end = std::to_string(ends[1]);
-    // Otherwise it begins again when the last client has gone, such as one that looks for the window manager
-    // before that has come, which it then throws out.
-    constexpr const char *stay = "-noreset";
-    const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
-    m_server = start(
-        {"Xvfb", "-displayfd", end.c_str(), "-screen", "0", size.c_str(), "-nolisten", "tcp", stay}, {});
+    // Without -noreset, it begins again when the last client has gone, such as one that looks for the window
+    // manager before that has come, which it then throws out.
+    server.insert(server.end(), {"-displayfd", std::to_string(ends[1]), "-nolisten", "tcp", "-noreset"});
+    std::vector<const char *> arguments;
+    arguments.reserve(server.size());
+    for (const std::string &argument : server)
+        arguments.push_back(argument.c_str());
+    m_server = start(arguments, {});
     close(ends[1]);
     const std::string number = readNumber(ends[0]);
     close(ends[0]);
     if (number.empty()) {
-        std::fprintf(stderr, "lanternix-lab: Xvfb does not start (package xvfb)\n");
+        std::fprintf(stderr, "lanternix-lab: %s does not start (package %s)\n", arguments.front(),
+                     package.c_str());
         return;
     }
     m_display = ":" + number;

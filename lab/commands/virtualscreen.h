@@ -3,12 +3,13 @@
 #include "commands/launch.h"
 
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 
 namespace lab {
 
-/// An X server without a screen (Xvfb), with a window manager (openbox), as long as it lives.
+/// An X server without a screen, by default Xvfb, with a window manager (openbox), as long as it lives.
 class VirtualScreen
 {
 public:
@@ -33,6 +34,10 @@ public:
     /// Writes what is on the screen as a PNG, once two pictures in a row are equal. If that fails, one line
     /// on standard error says why, and what was in the file before stays.
     bool save(const std::string &name) const;
+
+protected:
+    /// Starts another server; @p package is what it is installed with.
+    VirtualScreen(std::vector<std::string> server, const std::string &package);
 
 private:
     pid_t m_server = 0;

@@ -25,8 +25,8 @@ template <typename Reply> using Answer = std::unique_ptr<Reply, Free>;
 class Search
 {
 public:
-    explicit Search(pid_t process)
-        : m_process(static_cast<std::uint32_t>(process)), m_server(xcb_connect(nullptr, nullptr))
+    Search(pid_t process, const char *display)
+        : m_process(static_cast<std::uint32_t>(process)), m_server(xcb_connect(display, nullptr))
     {
         if (xcb_connection_has_error(m_server) != 0)
             return;
@@ -107,9 +107,9 @@ bool knowsWindows()
     return isThere;
 }
 
-std::optional<accept::Area> windowOf(pid_t process)
+std::optional<accept::Area> windowOf(pid_t process, const char *display)
 {
-    return Search(process).found();
+    return Search(process, display).found();
 }
 
 } // namespace lab

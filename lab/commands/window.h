@@ -12,7 +12,8 @@ namespace lab {
 bool knowsWindows();
 
 /// Where the content of the largest visible window of @p process is, in pixels of the X server's root window.
-/// Nothing if there is no such window, or no X server.
-std::optional<accept::Area> windowOf(pid_t process);
+/// @p display names that server; null for the one that DISPLAY names. Nothing if there is no such window, or
+/// no X server.
+std::optional<accept::Area> windowOf(pid_t process, const char *display = nullptr);
 
 } // namespace lab

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,7 +31,15 @@ public:
     /// The colour of a pixel of the screen: 0xRRGGBB. Nothing if the server has gone.
     std::optional<std::uint32_t> pixel(int x, int y) const;
 
+    /// A number that is another one for another picture of all screens; 0 if the server has gone.
+    std::size_t fingerprint() const;
+
 private:
+    struct Image;
+
+    /// A part of the screen, with 4 bytes for each pixel.
+    Image image(int x, int y, int width, int height) const;
+
     xcb_connection_t *const m_server;
 };
 

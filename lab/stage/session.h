@@ -59,6 +59,8 @@ public:
     const DriverLog &log();
     /// The colour at a place in board units: 0xRRGGBB.
     std::optional<std::uint32_t> colourAt(int x, int y) const;
+    /// A number that stands for what the screen shows.
+    std::size_t picture() const { return m_display.fingerprint(); }
     pid_t process() const { return m_program.process(); }
     /// What the program has printed to standard output or standard error.
     std::string output() const;
