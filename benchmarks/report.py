@@ -232,7 +232,7 @@ class Run:
     def probe(self):
         folder = self.build / "benchmarks" / "probe"
         command = [folder / "program_probe", self.build / "src" / "lanternix", folder / "bare_window",
-                   (folder / "driver").resolve(), self.build / "lab" / "recorder-driver"]
+                   (self.build / "lab" / "latency-driver").resolve(), self.build / "lab" / "recorder-driver"]
         self.cases(command, ["--before", self.before] if self.before else [])
 
     def recordings(self):

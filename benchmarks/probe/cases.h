@@ -1,7 +1,7 @@
 #pragma once
 
-#include "program.h"
-#include "screen.h"
+#include "latency/program.h"
+#include "latency/screen.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,10 +12,10 @@
 /// The arguments of a case.
 struct Setting
 {
-    Paths paths;
-    Paths bare_window; ///< a program that does nothing, for floors
-    Paths recorded;    ///< the program behind the recorder
-    Screen &screen;
+    latency::Paths paths;
+    latency::Paths bare_window; ///< a program that does nothing, for floors
+    latency::Paths recorded;    ///< the program behind the recorder
+    latency::Screen &screen;
     std::string program_before; ///< the build to compare pictures with; may be empty
     bool quick = false;         ///< whether to repeat less often
 };

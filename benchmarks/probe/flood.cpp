@@ -2,12 +2,14 @@
 // long the last one takes.
 
 #include "cases.h"
-#include "contacts.h"
+#include "latency/contacts.h"
 #include "places.h"
 
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+
+using namespace latency;
 
 namespace {
 
@@ -104,8 +106,8 @@ std::vector<Nanoseconds> watch(Program &program, Screen &screen, const Plan &pla
     std::vector<Nanoseconds> changes;
     const std::vector<Colour> empty(plan.last_proofs.size(), white);
     for (const Nanoseconds deadline = end + 10 * patience; now() < deadline;) {
-        const Nanoseconds processor = program.processor_time();
-        if (const auto change = screen.wait_for_change(std::max(now(), end) + rest)) {
+        const Nanoseconds processor = program.processorTime();
+        if (const auto change = screen.waitForChange(std::max(now(), end) + rest)) {
             changes.push_back(*change);
             continue;
         }
@@ -113,7 +115,7 @@ std::vector<Nanoseconds> watch(Program &program, Screen &screen, const Plan &pla
         const std::vector<Colour> colours = screen.colours(plan.last_proofs);
         if (std::equal(colours.begin(), colours.end(), empty.begin(), differs))
             return changes;
-        if (program.processor_time() - processor < rest / 8)
+        if (program.processorTime() - processor < rest / 8)
             return changes;
     }
     throw std::runtime_error("the program does not catch up with the reports");
@@ -131,14 +133,14 @@ Result run(const Setting &setting, const Flood &flood)
         reports.push_back(flood.contacts.report(places, screen));
 
     const Nanoseconds interval = second / flood.rate;
-    const Nanoseconds processor = program.processor_time();
-    screen.forget_changes();
-    program.begin_delivery(reports, interval);
+    const Nanoseconds processor = program.processorTime();
+    screen.forgetChanges();
+    program.beginDelivery(reports, interval);
     const std::vector<Nanoseconds> changes = watch(program, screen, planned, now() + count * interval);
-    const Delivery *const deliveries = program.await_delivery();
+    const Delivery *const deliveries = program.awaitDelivery();
     const Nanoseconds last_report = deliveries[count - 1].called;
     const Nanoseconds last_change = changes.empty() ? last_report : changes.back();
-    const auto taken = static_cast<double>(program.processor_time() - processor);
+    const auto taken = static_cast<double>(program.processorTime() - processor);
 
     Result result;
     const std::vector<double> intervals = ticks(changes);
@@ -158,7 +160,7 @@ Result run(const Setting &setting, const Flood &flood)
     program.deliver({flood.contacts.report(planned.walk.back(), screen, false)});
     long lost = missing(planned, screen.picture());
     for (const Nanoseconds deadline = now() + 4 * second; lost > 0 && now() < deadline;) {
-        screen.wait_for_change(now() + rest);
+        screen.waitForChange(now() + rest);
         lost = missing(planned, screen.picture());
     }
     result["values"]["segments looked for"] = planned.proofs.size();
@@ -177,11 +179,11 @@ Result run_resting(const Setting &setting, int rate)
     const Point middle{setting.screen.width() / 2, setting.screen.height() / 2};
     const std::vector<boardsim::Bytes> reports(static_cast<std::size_t>(count),
                                                Contacts{}.report({middle}, setting.screen));
-    const Nanoseconds processor = program.processor_time();
+    const Nanoseconds processor = program.processorTime();
     program.deliver(reports, second / rate);
     Result result;
     result["values"]["processor time per report [µs]"] =
-        static_cast<double>(program.processor_time() - processor) / count / 1000;
+        static_cast<double>(program.processorTime() - processor) / count / 1000;
     return result;
 }
 

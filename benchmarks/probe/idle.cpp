@@ -7,6 +7,8 @@
 
 #include <poll.h>
 
+using namespace latency;
+
 namespace {
 
 Result run_start(const Setting &setting)
@@ -17,7 +19,7 @@ Result run_start(const Setting &setting)
         for (const auto &[paths, found] :
              {std::pair(&setting.paths, &times), {&setting.bare_window, &floors}}) {
             const Program program(*paths, setting.screen);
-            found->push_back(static_cast<double>(program.time_to_first_picture()) / millisecond);
+            found->push_back(static_cast<double>(program.timeToFirstPicture()) / millisecond);
         }
     }
     Result result;
@@ -31,10 +33,10 @@ double share_of_bare_ticks(int ticks)
 {
     constexpr int tick_ms = 8;
     const Nanoseconds start = now();
-    const Nanoseconds processor = read_clock(CLOCK_THREAD_CPUTIME_ID);
+    const Nanoseconds processor = readClock(CLOCK_THREAD_CPUTIME_ID);
     for (int i = 0; i < ticks; ++i)
         poll(nullptr, 0, tick_ms);
-    return static_cast<double>(read_clock(CLOCK_THREAD_CPUTIME_ID) - processor) * 100
+    return static_cast<double>(readClock(CLOCK_THREAD_CPUTIME_ID) - processor) * 100
         / static_cast<double>(now() - start);
 }
 
@@ -53,16 +55,16 @@ void watch_idle(const Paths &paths, Screen &screen, Idle &idle)
     const Program program(paths, screen);
     screen.settle(second, now() + patience);
     const Nanoseconds start = now();
-    const Nanoseconds processor = program.processor_time();
-    const long earlier = program.wake_ups();
-    while (screen.wait_for_change(start + second))
+    const Nanoseconds processor = program.processorTime();
+    const long earlier = program.wakeUps();
+    while (screen.waitForChange(start + second))
         ++idle.changes;
     const double seconds = static_cast<double>(now() - start) / static_cast<double>(second);
-    const long later = program.wake_ups();
-    idle.shares.push_back(static_cast<double>(program.processor_time() - processor) * 100
+    const long later = program.wakeUps();
+    idle.shares.push_back(static_cast<double>(program.processorTime() - processor) * 100
                           / static_cast<double>(now() - start));
     idle.wake_ups.push_back(static_cast<double>(later - earlier) / seconds);
-    idle.resident_bytes = program.resident_bytes();
+    idle.resident_bytes = program.residentBytes();
 }
 
 Result run_idle(const Setting &setting)

@@ -2,20 +2,18 @@
 // program's tick.
 
 #include "cases.h"
-#include "contacts.h"
+#include "latency/measurement.h"
 
 #include <algorithm>
 #include <numeric>
 #include <random>
 
+using namespace latency;
+
 namespace {
 
 constexpr int warm_up = 5; // reports; the first one makes the contact
-constexpr Nanoseconds resting = 1'500 * millisecond;
-constexpr Nanoseconds shortest_pause = 10 * millisecond;
-constexpr Nanoseconds longest_pause = 50 * millisecond;
-// Reports in these steps come at all times between two ticks in turn: four ticks and the golden ratio of one.
-constexpr Nanoseconds even_step = 36'944'272;
+constexpr Nanoseconds warm_up_interval = 50 * millisecond;
 
 // Steps are longer than the circles of the info tags, so that a place is untouched until its report.
 constexpr int pen_step = 32; // pixels, as are all below
@@ -26,14 +24,6 @@ constexpr Area whole{40, 60, 1880};
 constexpr int scribbles_height = 580; // strokes that are not measured go above this
 constexpr Area first_rows{40, 700, 1880};
 constexpr Area last_rows{40, 892, 1880};
-
-/// The points to watch: beside the cross that an info tag draws through the contact.
-std::vector<Point> watched(std::vector<Point> places)
-{
-    for (Point &place : places)
-        place = {place.x + 1, place.y + 1};
-    return places;
-}
 
 Walk walk_of_one(const Area &area, int step, int count)
 {
@@ -58,101 +48,30 @@ Walk walk_of_ten(int count)
     return walk;
 }
 
-double in_milliseconds(Nanoseconds time)
+constexpr Nanoseconds even_step = 36'944'272; // four ticks and the golden ratio of one
+
+/// Adds samples and values to @p result; @p suffix is appended to their names.
+void measure(Program &program, Measurement &measurement, const Walk &walk, Result &result,
+             const std::string &suffix = {})
 {
-    return static_cast<double>(time) / millisecond;
+    const double share = measurement.restingShare();
+    const Nanoseconds start = now();
+    const Nanoseconds processor = program.processorTime();
+    std::vector<double> to_pixel;
+    std::vector<double> inside;
+    for (const Sample &sample : measurement.run(walk)) {
+        to_pixel.push_back(static_cast<double>(sample.toPixel) / millisecond);
+        inside.push_back(static_cast<double>(sample.inside) / 1000);
+    }
+    const auto taken = static_cast<double>(program.processorTime() - processor);
+    const double own = taken - share * static_cast<double>(now() - start);
+    const auto reports = static_cast<double>(walk.size());
+    result["samples"]["to pixel [ms]" + suffix] = to_pixel;
+    result["samples"]["inside callback [µs]" + suffix] = inside;
+    result["values"]["processor time per report [ms]" + suffix] = own / reports / millisecond;
+    result["values"]["processor time per report, resting ticks included [ms]" + suffix] =
+        taken / reports / millisecond;
 }
-
-/// Draws with some contacts and measures their reports one by one.
-class Measurement
-{
-public:
-    Measurement(Program &program, const Setting &setting, const Contacts &contacts)
-        : m_program(program), m_setting(setting), m_contacts(contacts)
-    {
-    }
-
-    boardsim::Bytes report(const std::vector<Point> &places, bool down = true) const
-    {
-        return m_contacts.report(places, m_setting.screen, down);
-    }
-
-    /// Delivers without measuring, and waits for the last report's pixels.
-    void draw(const Walk &walk, Nanoseconds interval)
-    {
-        const std::vector<Point> pixels = watched(walk.back());
-        const std::vector<Colour> before = m_setting.screen.colours(pixels);
-        std::vector<boardsim::Bytes> reports;
-        for (const std::vector<Point> &places : walk)
-            reports.push_back(report(places));
-        m_program.deliver(reports, interval);
-        m_program.await_strokes(pixels, before);
-    }
-
-    void lift(const std::vector<Point> &places)
-    {
-        m_program.deliver({report(places, false)});
-        m_setting.screen.settle(5 * shortest_pause, now() + patience);
-    }
-
-    /// Processor time that the program takes in one nanosecond while contacts are down and rest.
-    double resting_share()
-    {
-        m_setting.screen.settle(5 * shortest_pause, now() + patience);
-        const Nanoseconds start = now();
-        const Nanoseconds processor = m_program.processor_time();
-        m_setting.screen.wait_for_change(start + resting);
-        return static_cast<double>(m_program.processor_time() - processor)
-            / static_cast<double>(now() - start);
-    }
-
-    /// Makes the pauses even instead of random, so that few reports tell a small difference.
-    void pause_evenly() { m_next = now(); }
-
-    /// Adds samples and values to @p result; @p suffix is appended to their names.
-    void run(const Walk &walk, Result &result, const std::string &suffix = {})
-    {
-        std::vector<double> to_pixel;
-        std::vector<double> inside;
-        const double share = resting_share();
-        const Nanoseconds start = now();
-        const Nanoseconds processor = m_program.processor_time();
-        for (const std::vector<Point> &places : walk) {
-            pause();
-            const std::vector<Point> pixels = watched(places);
-            const std::vector<Colour> before = m_setting.screen.colours(pixels);
-            m_setting.screen.forget_changes();
-            m_program.begin_delivery({report(places)});
-            const Nanoseconds seen = m_program.await_strokes(pixels, before);
-            const Delivery &delivery = m_program.await_delivery()[0];
-            to_pixel.push_back(in_milliseconds(seen - delivery.called));
-            inside.push_back(static_cast<double>(delivery.inside) / 1000);
-        }
-        const auto taken = static_cast<double>(m_program.processor_time() - processor);
-        const double own = taken - share * static_cast<double>(now() - start);
-        const auto reports = static_cast<double>(walk.size());
-        result["samples"]["to pixel [ms]" + suffix] = to_pixel;
-        result["samples"]["inside callback [µs]" + suffix] = inside;
-        result["values"]["processor time per report [ms]" + suffix] = own / reports / millisecond;
-        result["values"]["processor time per report, resting ticks included [ms]" + suffix] =
-            taken / reports / millisecond;
-    }
-
-private:
-    void pause()
-    {
-        const Nanoseconds end = m_next > 0
-            ? m_next += even_step
-            : now() + std::uniform_int_distribution<Nanoseconds>(shortest_pause, longest_pause)(m_random);
-        while (m_setting.screen.wait_for_change(end)) { }
-    }
-
-    Program &m_program;
-    const Setting &m_setting;
-    Contacts m_contacts;
-    std::mt19937 m_random{1};
-    Nanoseconds m_next = 0; ///< when the next pause ends; 0: after a random time
-};
 
 int report_count(const Setting &setting)
 {
@@ -164,7 +83,7 @@ void fill_screen(Program &program, const Setting &setting)
 {
     const std::vector<Point> centre{{setting.screen.width() / 2, setting.screen.height() / 2}};
     const Contacts hand{Contacts::touch, 1, setting.screen.width() * 2 / 3};
-    Measurement measurement(program, setting, hand);
+    Measurement measurement(program, setting.screen, hand);
     measurement.draw({centre}, 0);
     measurement.lift(centre);
 }
@@ -179,10 +98,10 @@ Result run_one_by_one(const Setting &setting, const Contacts &contacts, bool tag
     const int count = warm_up + report_count(setting);
     const int step = contacts.kind == Contacts::touch ? touch_step : pen_step;
     const Walk walk = contacts.count == 1 ? walk_of_one(whole, step, count) : walk_of_ten(count);
-    Measurement measurement(program, setting, contacts);
-    measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
+    Measurement measurement(program, setting.screen, contacts);
+    measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), warm_up_interval);
     Result result;
-    measurement.run(Walk(walk.begin() + warm_up, walk.end()), result);
+    measure(program, measurement, Walk(walk.begin() + warm_up, walk.end()), result);
     return result;
 }
 
@@ -201,11 +120,11 @@ Result run_recorded(const Setting &setting)
         const bool is_recorded = round % 2 != 0;
         Program program(is_recorded ? setting.recorded : setting.paths, setting.screen);
         program.prepare(true);
-        Measurement measurement(program, setting, {});
-        measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
-        measurement.pause_evenly();
+        Measurement measurement(program, setting.screen, {});
+        measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), warm_up_interval);
+        measurement.paceEvenly(even_step);
         Result result;
-        measurement.run(Walk(walk.begin() + warm_up, walk.end()), result);
+        measure(program, measurement, Walk(walk.begin() + warm_up, walk.end()), result);
         for (const double time : result["samples"]["to pixel [ms]"])
             (is_recorded ? recorded : direct).push_back(time);
     }
@@ -241,17 +160,18 @@ Result run_long_stroke(const Setting &setting)
     program.prepare(false);
     const int measured = setting.quick ? 50 : 100;
     std::mt19937 random(1);
-    Measurement measurement(program, setting, {});
+    Measurement measurement(program, setting.screen, {});
     Result result;
     const Walk first = walk_of_one(first_rows, pen_step, warm_up + measured);
-    measurement.draw(Walk(first.begin(), first.begin() + warm_up), longest_pause);
-    measurement.run(Walk(first.begin() + warm_up, first.end()), result, ", first of the stroke");
+    measurement.draw(Walk(first.begin(), first.begin() + warm_up), warm_up_interval);
+    measure(program, measurement, Walk(first.begin() + warm_up, first.end()), result,
+            ", first of the stroke");
 
     const Walk last = walk_of_one(last_rows, pen_step, 1 + measured);
     Walk middle = scribble(20'000 - 2 * measured, random);
     middle.push_back(last.front());
     measurement.draw(middle, scribble_interval);
-    measurement.run(Walk(last.begin() + 1, last.end()), result, ", last of the stroke");
+    measure(program, measurement, Walk(last.begin() + 1, last.end()), result, ", last of the stroke");
     return result;
 }
 
@@ -264,15 +184,15 @@ Result run_many_strokes(const Setting &setting)
     Program program(setting.paths, setting.screen);
     program.prepare(false);
     std::mt19937 random(1);
-    Measurement measurement(program, setting, {});
+    Measurement measurement(program, setting.screen, {});
     Result result;
-    const auto measure = [&](const Area &rows, const std::string &suffix) {
+    const auto measure_rows = [&](const Area &rows, const std::string &suffix) {
         const Walk walk = walk_of_one(rows, pen_step, warm_up + report_count(setting));
-        measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), longest_pause);
-        measurement.run(Walk(walk.begin() + warm_up, walk.end()), result, suffix);
+        measurement.draw(Walk(walk.begin(), walk.begin() + warm_up), warm_up_interval);
+        measure(program, measurement, Walk(walk.begin() + warm_up, walk.end()), result, suffix);
         measurement.lift(walk.back());
     };
-    measure(first_rows, ", empty screen");
+    measure_rows(first_rows, ", empty screen");
 
     std::vector<boardsim::Bytes> reports;
     for (int stroke = 0; stroke < strokes; ++stroke) {
@@ -284,7 +204,7 @@ Result run_many_strokes(const Setting &setting)
     program.deliver(reports, scribble_interval);
     setting.screen.settle(200 * millisecond, now() + patience);
 
-    measure(last_rows, ", 100,000 segments");
+    measure_rows(last_rows, ", 100,000 segments");
     return result;
 }
 

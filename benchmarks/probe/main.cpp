@@ -14,6 +14,8 @@
 #include <regex>
 #include <stdexcept>
 
+using namespace latency;
+
 namespace {
 
 std::vector<Case> chosen_cases(const std::regex &filter, bool with_pictures)

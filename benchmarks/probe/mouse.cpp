@@ -2,13 +2,15 @@
 // Qt merges motions that wait together, so each one that waits too long is lost.
 
 #include "cases.h"
-#include "contacts.h"
+#include "latency/contacts.h"
 #include "places.h"
 
 #include <algorithm>
 #include <string>
 
 #include <time.h>
+
+using namespace latency;
 
 namespace {
 
@@ -42,18 +44,18 @@ Result run(const Setting &setting, int rate)
     const std::vector<Place> path = dense_path(motions, first_row, screen);
     const std::vector<boardsim::Bytes> reports = pen_reports(rate, screen);
 
-    screen.move_pointer(path.front().at);
-    screen.hold_button(true);
+    screen.movePointer(path.front().at);
+    screen.holdButton(true);
     if (!reports.empty())
-        program.begin_delivery(reports, second / rate);
+        program.beginDelivery(reports, second / rate);
     const Nanoseconds begin = now();
     for (std::size_t i = 1; i < path.size(); ++i) {
         wait_until(begin + static_cast<Nanoseconds>(i) * between_motions);
-        screen.move_pointer(path[i].at);
+        screen.movePointer(path[i].at);
     }
-    screen.hold_button(false);
+    screen.holdButton(false);
     if (!reports.empty())
-        program.await_delivery();
+        program.awaitDelivery();
     screen.settle(rest, now() + patience);
 
     const Picture picture = screen.picture();

@@ -1,12 +1,14 @@
 // Compares what the program shows with what another build of it shows for the same keys and reports.
 
 #include "cases.h"
-#include "contacts.h"
+#include "latency/contacts.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <stdexcept>
+
+using namespace latency;
 
 namespace {
 
@@ -73,7 +75,7 @@ private:
     void press(std::uint32_t key)
     {
         m_screen.press(key);
-        if (!m_screen.wait_for_change(now() + patience))
+        if (!m_screen.waitForChange(now() + patience))
             throw std::runtime_error("a key does not change the picture");
         settle();
     }
@@ -95,7 +97,7 @@ private:
     {
         const std::vector<Colour> before = m_screen.colours(points);
         m_program.deliver(reports);
-        m_program.await_strokes(points, before);
+        m_program.awaitStrokes(points, before);
         settle();
     }
 
@@ -209,7 +211,7 @@ void compare(const Scene &scene, const Scene &other, Differences &found)
 Result run(const Setting &setting)
 {
     const std::vector<Scene> scenes = Player(setting.paths, setting.screen).play();
-    const Paths before{setting.program_before, setting.paths.driver_folder};
+    const Paths before{setting.program_before, setting.paths.driverFolder};
     const std::vector<Scene> others = Player(before, setting.screen).play();
     Differences found;
     for (std::size_t i = 0; i < scenes.size(); ++i)

@@ -1,5 +1,7 @@
 #include "places.h"
 
+using namespace latency;
+
 namespace {
 
 constexpr int margin = 20;         // left and right of the screen; pixels, as are all below

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "screen.h"
+#include "latency/screen.h"
 
 #include "report.h"
 
 #include <vector>
+
+namespace latency {
 
 /// Some contacts of one kind, and the reports that place them.
 struct Contacts
@@ -32,3 +34,5 @@ struct Area
 
 /// The place after @p count others on a path to and fro across @p area, with a step down at each end.
 Point serpentine(const Area &area, int step, int count);
+
+} // namespace latency

@@ -1,4 +1,4 @@
-#include "screen.h"
+#include "latency/screen.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -8,10 +8,12 @@
 #include <poll.h>
 #include <xcb/xtest.h>
 
+namespace latency {
+
 namespace {
 
-constexpr std::uint32_t all_planes = 0xffffffff;
-constexpr int stroke_difference = 100; // of 255; an info tag tints by 32
+constexpr std::uint32_t allPlanes = 0xffffffff;
+constexpr int strokeDifference = 100; // of 255; an info tag tints by 32
 
 int channel(Colour colour, int shift)
 {
@@ -30,16 +32,16 @@ template <typename Reply> std::unique_ptr<Reply, void (*)(void *)> owned(Reply *
 
 bool differs(Colour before, Colour after)
 {
-    for (const int shift : {0, 8, 16}) {
-        if (std::abs(channel(before, shift) - channel(after, shift)) > stroke_difference)
-            return true;
-    }
-    return false;
+    const auto channels = {0, 8, 16};
+    return std::any_of(channels.begin(), channels.end(), [before, after](int shift) {
+        return std::abs(channel(before, shift) - channel(after, shift)) > strokeDifference;
+    });
 }
 
 Colour Picture::at(Point point) const
 {
-    return pixels.at(static_cast<std::size_t>(point.y * width + point.x));
+    return pixels.at(static_cast<std::size_t>(point.y) * static_cast<std::size_t>(width)
+                     + static_cast<std::size_t>(point.x));
 }
 
 Screen::Screen() : m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect)
@@ -55,11 +57,11 @@ Screen::Screen() : m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect)
     if (!extension || !extension->present)
         throw std::runtime_error("the X server lacks the DAMAGE extension");
     owned(xcb_damage_query_version_reply(x, xcb_damage_query_version(x, 1, 1), nullptr));
-    m_damage_event = static_cast<std::uint8_t>(extension->first_event + XCB_DAMAGE_NOTIFY);
+    m_damageEvent = static_cast<std::uint8_t>(extension->first_event + XCB_DAMAGE_NOTIFY);
     m_damage = xcb_generate_id(x);
     // One event covers all changes until it is taken, so the server sends as few as possible.
     xcb_damage_create(x, m_damage, m_root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
-    forget_changes();
+    forgetChanges();
 }
 
 Screen::~Screen() = default;
@@ -71,12 +73,12 @@ void Screen::check() const
 }
 
 /// Takes all events and returns whether one of them reports a change.
-bool Screen::take_changes()
+bool Screen::takeChanges()
 {
     bool changed = false;
     while (const std::unique_ptr<xcb_generic_event_t, void (*)(void *)> event{
         xcb_poll_for_event(m_connection.get()), std::free})
-        changed |= (event->response_type & 0x7f) == m_damage_event;
+        changed |= (event->response_type & 0x7f) == m_damageEvent;
     if (changed) {
         xcb_damage_subtract(m_connection.get(), m_damage, XCB_NONE, XCB_NONE);
         xcb_flush(m_connection.get());
@@ -84,11 +86,11 @@ bool Screen::take_changes()
     return changed;
 }
 
-std::optional<Nanoseconds> Screen::wait_for_change(Nanoseconds deadline)
+std::optional<Nanoseconds> Screen::waitForChange(Nanoseconds deadline)
 {
     for (;;) {
         const Nanoseconds arrived = now();
-        if (take_changes())
+        if (takeChanges())
             return arrived;
         check();
         if (arrived >= deadline)
@@ -100,19 +102,19 @@ std::optional<Nanoseconds> Screen::wait_for_change(Nanoseconds deadline)
     }
 }
 
-void Screen::forget_changes()
+void Screen::forgetChanges()
 {
     xcb_connection_t *const x = m_connection.get();
     xcb_damage_subtract(x, m_damage, XCB_NONE, XCB_NONE);
     // After a round trip, all events about earlier changes have arrived.
     owned(xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
-    take_changes();
+    takeChanges();
 }
 
 Nanoseconds Screen::settle(Nanoseconds quiet, Nanoseconds deadline)
 {
     Nanoseconds last = 0;
-    while (const auto change = wait_for_change(now() + quiet)) {
+    while (const auto change = waitForChange(now() + quiet)) {
         last = *change;
         if (last > deadline)
             throw std::runtime_error("the screen does not come to rest");
@@ -124,11 +126,13 @@ std::vector<Colour> Screen::colours(const std::vector<Point> &points)
 {
     xcb_connection_t *const x = m_connection.get();
     std::vector<xcb_get_image_cookie_t> cookies;
+    cookies.reserve(points.size());
     for (const Point point : points)
         cookies.push_back(xcb_get_image(x, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root,
                                         static_cast<std::int16_t>(point.x),
-                                        static_cast<std::int16_t>(point.y), 1, 1, all_planes));
+                                        static_cast<std::int16_t>(point.y), 1, 1, allPlanes));
     std::vector<Colour> colours;
+    colours.reserve(points.size());
     for (const xcb_get_image_cookie_t cookie : cookies) {
         const auto reply = owned(xcb_get_image_reply(x, cookie, nullptr));
         Colour colour = 0;
@@ -143,10 +147,10 @@ Picture Screen::picture()
     xcb_connection_t *const x = m_connection.get();
     const auto cookie =
         xcb_get_image(x, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, 0, 0, static_cast<std::uint16_t>(m_width),
-                      static_cast<std::uint16_t>(m_height), all_planes);
+                      static_cast<std::uint16_t>(m_height), allPlanes);
     const auto reply = owned(xcb_get_image_reply(x, cookie, nullptr));
     Picture picture{m_width, m_height, {}};
-    picture.pixels.resize(static_cast<std::size_t>(m_width * m_height));
+    picture.pixels.resize(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height));
     const auto bytes = static_cast<std::size_t>(xcb_get_image_data_length(reply.get()));
     std::memcpy(picture.pixels.data(), xcb_get_image_data(reply.get()),
                 std::min(bytes, picture.pixels.size() * sizeof(Colour)));
@@ -174,7 +178,7 @@ void Screen::press(std::uint32_t symbol)
     xcb_flush(x);
 }
 
-void Screen::move_pointer(Point to)
+void Screen::movePointer(Point to)
 {
     constexpr std::uint8_t absolute = 0;
     xcb_test_fake_input(m_connection.get(), XCB_MOTION_NOTIFY, absolute, XCB_CURRENT_TIME, m_root,
@@ -182,9 +186,11 @@ void Screen::move_pointer(Point to)
     xcb_flush(m_connection.get());
 }
 
-void Screen::hold_button(bool held)
+void Screen::holdButton(bool held)
 {
     xcb_test_fake_input(m_connection.get(), held ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, XCB_BUTTON_INDEX_1,
                         XCB_CURRENT_TIME, m_root, 0, 0, 0);
     xcb_flush(m_connection.get());
 }
+
+} // namespace latency

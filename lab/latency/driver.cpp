@@ -1,7 +1,7 @@
 // The driver with which the probe runs the program. It has one board, whose reports are delivered on their
 // own thread when the probe asks for them.
 
-#include "deliveries.h"
+#include "latency/deliveries.h"
 
 #include "hardware/abstracthardwarewrapper.h"
 
@@ -17,17 +17,19 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+namespace latency {
+
 namespace {
 
-constexpr int board_number = 1;
+constexpr int boardNumber = 1;
 
 /// The processor time that reading a thread's processor time takes, which is more than some callbacks take.
-Nanoseconds cost_of_reading()
+Nanoseconds costOfReading()
 {
     Nanoseconds least = 1'000'000;
     for (int i = 0; i < 100; ++i) {
-        const Nanoseconds before = read_clock(CLOCK_THREAD_CPUTIME_ID);
-        least = std::min(least, read_clock(CLOCK_THREAD_CPUTIME_ID) - before);
+        const Nanoseconds before = readClock(CLOCK_THREAD_CPUTIME_ID);
+        least = std::min(least, readClock(CLOCK_THREAD_CPUTIME_ID) - before);
     }
     return least;
 }
@@ -68,7 +70,7 @@ public:
         m_thread.join();
     }
 
-    void set_callback(PacketCallback callback, void *context)
+    void setCallback(PacketCallback callback, void *context)
     {
         const std::lock_guard lock(m_mutex);
         m_callback = callback;
@@ -85,18 +87,18 @@ private:
             while (sem_wait(&m_room->requested) != 0) { }
             if (m_ending)
                 return;
-            const Nanoseconds start = read_clock(CLOCK_THREAD_CPUTIME_ID);
+            const Nanoseconds start = readClock(CLOCK_THREAD_CPUTIME_ID);
             Nanoseconds inside = 0;
             for (int i = 0; i < m_room->count && !m_ending; ++i) {
-                wait_until(m_room->deliveries[i].due);
+                waitUntil(m_room->deliveries[i].due);
                 inside += deliver(m_room->deliveries[i]);
             }
-            m_room->driver_share += read_clock(CLOCK_THREAD_CPUTIME_ID) - start - inside;
+            m_room->driverShare += readClock(CLOCK_THREAD_CPUTIME_ID) - start - inside;
             sem_post(&m_room->delivered);
         }
     }
 
-    static void wait_until(Nanoseconds due)
+    static void waitUntil(Nanoseconds due)
     {
         const timespec time{due / 1'000'000'000, due % 1'000'000'000};
         if (due > now())
@@ -109,12 +111,12 @@ private:
         const std::lock_guard lock(m_mutex);
         if (!m_callback)
             return 0;
-        const Nanoseconds processor = read_clock(CLOCK_THREAD_CPUTIME_ID);
+        const Nanoseconds processor = readClock(CLOCK_THREAD_CPUTIME_ID);
         delivery.called = now();
-        m_callback(board_number, delivery.report, delivery.length, m_context);
+        m_callback(boardNumber, delivery.report, delivery.length, m_context);
         delivery.inside = static_cast<std::int32_t>(now() - delivery.called);
         delivery.processor =
-            static_cast<std::int32_t>(read_clock(CLOCK_THREAD_CPUTIME_ID) - processor - m_cost_of_reading);
+            static_cast<std::int32_t>(readClock(CLOCK_THREAD_CPUTIME_ID) - processor - m_costOfReading);
         return delivery.processor;
     }
 
@@ -124,7 +126,7 @@ private:
     std::mutex m_mutex; ///< guards the callback
     PacketCallback m_callback = nullptr;
     void *m_context = nullptr;
-    const Nanoseconds m_cost_of_reading = cost_of_reading();
+    const Nanoseconds m_costOfReading = costOfReading();
 };
 
 Driver driver;
@@ -145,12 +147,12 @@ EXPORTED void zorvicDetach()
 
 EXPORTED void zorvicSetCallback(int, PacketCallback callback, void *context)
 {
-    driver.set_callback(callback, context);
+    driver.setCallback(callback, context);
 }
 
 EXPORTED void zorvicClearCallback(int, void *, void *)
 {
-    driver.set_callback(nullptr, nullptr);
+    driver.setCallback(nullptr, nullptr);
 }
 
 EXPORTED int zorvicGetDeviceCount()
@@ -161,7 +163,9 @@ EXPORTED int zorvicGetDeviceCount()
 EXPORTED bool zorvicEnumDeviceInfo(int, _ZORVIC_DEVICE_INFO *info)
 {
     info->kind = 1;
-    info->board = board_number;
+    info->board = boardNumber;
     std::strcpy(info->additionalInfo, "hid<true>");
     return true;
 }
+
+} // namespace latency

@@ -1,4 +1,4 @@
-#include "program.h"
+#include "latency/program.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,17 +16,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace latency {
+
 namespace {
 
-constexpr std::uint32_t key_escape = 0xff1b;
-constexpr std::uint32_t key_space = ' ';
-constexpr std::uint32_t key_help = 'h';
+constexpr std::uint32_t keyEscape = 0xff1b;
+constexpr std::uint32_t keySpace = ' ';
+constexpr std::uint32_t keyHelp = 'h';
 
-constexpr Nanoseconds watch_interval = 100 * millisecond; // between checks that the program still runs
+constexpr Nanoseconds watchInterval = 100 * millisecond; // between checks that the program still runs
 constexpr int frame = 40; // pixels: more than the window manager's title and borders take
 
 /// Pixels, far from the help text, that are white as soon as the program has painted its window.
-std::vector<Point> empty_places(const Screen &screen)
+std::vector<Point> emptyPlaces(const Screen &screen)
 {
     return {{screen.width() - frame, frame},
             {screen.width() / 2, screen.height() / 2},
@@ -34,7 +36,7 @@ std::vector<Point> empty_places(const Screen &screen)
             {screen.width() - frame, screen.height() - frame}};
 }
 
-bool all_white(const Picture &picture)
+bool allWhite(const Picture &picture)
 {
     for (int y = frame; y < picture.height - frame; ++y) {
         for (int x = frame; x < picture.width - frame; ++x) {
@@ -46,7 +48,7 @@ bool all_white(const Picture &picture)
 }
 
 /// The number that follows @p label in a file of /proc; 0 without one.
-long number_after(const std::string &path, const std::string &label)
+long numberAfter(const std::string &path, const std::string &label)
 {
     std::ifstream file(path);
     for (std::string word; file >> word;) {
@@ -61,21 +63,21 @@ long number_after(const std::string &path, const std::string &label)
 
 Program::Program(const Paths &paths, Screen &screen) : m_screen(screen)
 {
-    m_room_file = memfd_create("deliveries", 0);
-    if (m_room_file < 0 || ftruncate(m_room_file, sizeof(DeliveryRoom)) != 0)
+    m_roomFile = memfd_create("deliveries", 0);
+    if (m_roomFile < 0 || ftruncate(m_roomFile, sizeof(DeliveryRoom)) != 0)
         throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
     void *const memory =
-        mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, m_room_file, 0);
+        mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, m_roomFile, 0);
     if (memory == MAP_FAILED)
         throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
     m_room = static_cast<DeliveryRoom *>(memory);
     sem_init(&m_room->requested, 1, 0);
     sem_init(&m_room->delivered, 1, 0);
 
-    m_screen.settle(watch_interval, now() + patience); // the window before this one has gone
+    m_screen.settle(watchInterval, now() + patience); // the window before this one has gone
     start(paths);
     try {
-        await_first_picture();
+        awaitFirstPicture();
     } catch (...) {
         end();
         throw;
@@ -89,12 +91,12 @@ Program::~Program()
 
 void Program::start(const Paths &paths)
 {
-    setenv("LD_LIBRARY_PATH", paths.driver_folder.c_str(), 1);
-    if (!paths.recorded_driver_folder.empty()) {
-        setenv("BOARDREC_DRIVER", (paths.recorded_driver_folder + "/libzorvicboardex.so.1").c_str(), 1);
+    setenv("LD_LIBRARY_PATH", paths.driverFolder.c_str(), 1);
+    if (!paths.recordedDriverFolder.empty()) {
+        setenv("BOARDREC_DRIVER", (paths.recordedDriverFolder + "/libzorvicboardex.so.1").c_str(), 1);
         setenv("BOARDREC_CAPTURE", "/dev/null", 1); // what a disk takes is not the recorder's
     }
-    setenv(DeliveryRoom::variable, ("/proc/self/fd/" + std::to_string(m_room_file)).c_str(), 1);
+    setenv(DeliveryRoom::variable, ("/proc/self/fd/" + std::to_string(m_roomFile)).c_str(), 1);
     m_started = now();
     m_process = fork();
     if (m_process < 0)
@@ -109,22 +111,22 @@ void Program::start(const Paths &paths)
     clock_getcpuclockid(m_process, &m_clock);
 }
 
-void Program::await_first_picture()
+void Program::awaitFirstPicture()
 {
-    const std::vector<Point> places = empty_places(m_screen);
+    const std::vector<Point> places = emptyPlaces(m_screen);
     const Nanoseconds deadline = now() + patience;
     for (;;) {
-        const auto change = m_screen.wait_for_change(now() + watch_interval);
+        const auto change = m_screen.waitForChange(now() + watchInterval);
         const std::vector<Colour> colours = m_screen.colours(places);
         if (change && colours == std::vector<Colour>(places.size(), white)) {
-            m_time_to_first_picture = *change - m_started;
+            m_timeToFirstPicture = *change - m_started;
             break;
         }
         check();
         if (now() > deadline)
             throw std::runtime_error("the program shows no picture");
     }
-    m_screen.settle(watch_interval, deadline);
+    m_screen.settle(watchInterval, deadline);
     if (!m_room->registered)
         throw std::runtime_error("the program has not registered with the probe's driver");
 }
@@ -133,14 +135,14 @@ void Program::end()
 {
     const auto ended = [this] { return waitpid(m_process, nullptr, WNOHANG) != 0; };
     const Nanoseconds deadline = now() + patience;
-    m_screen.press(key_escape);
+    m_screen.press(keyEscape);
     while (m_process > 0 && !ended()) {
         if (now() > deadline)
             kill(m_process, SIGKILL);
-        m_screen.wait_for_change(now() + watch_interval / 10);
+        m_screen.waitForChange(now() + watchInterval / 10);
     }
     munmap(m_room, sizeof(DeliveryRoom));
-    close(m_room_file);
+    close(m_roomFile);
 }
 
 void Program::check()
@@ -157,25 +159,25 @@ void Program::check()
 void Program::prepare(bool tags)
 {
     if (!tags)
-        m_screen.press(key_space);
-    m_screen.press(key_help); // comes last: once it has taken effect, so have those before
+        m_screen.press(keySpace);
+    m_screen.press(keyHelp); // comes last: once it has taken effect, so have those before
     const Nanoseconds deadline = now() + patience;
-    while (!all_white(m_screen.picture())) {
+    while (!allWhite(m_screen.picture())) {
         check();
         if (now() > deadline)
             throw std::runtime_error("the help text does not vanish; has another window the focus?");
-        m_screen.wait_for_change(now() + watch_interval);
+        m_screen.waitForChange(now() + watchInterval);
     }
-    m_screen.settle(watch_interval, deadline);
+    m_screen.settle(watchInterval, deadline);
 }
 
 const Delivery *Program::deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
 {
-    begin_delivery(reports, interval);
-    return await_delivery();
+    beginDelivery(reports, interval);
+    return awaitDelivery();
 }
 
-void Program::begin_delivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
+void Program::beginDelivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
 {
     if (reports.size() > DeliveryRoom::capacity)
         throw std::runtime_error("too many reports at once");
@@ -196,10 +198,10 @@ void Program::begin_delivery(const std::vector<boardsim::Bytes> &reports, Nanose
     sem_post(&m_room->requested);
 }
 
-const Delivery *Program::await_delivery()
+const Delivery *Program::awaitDelivery()
 {
     for (const Nanoseconds deadline = now() + patience;;) {
-        const Nanoseconds until = now() + watch_interval;
+        const Nanoseconds until = now() + watchInterval;
         const timespec time{until / second, until % second};
         if (sem_clockwait(&m_room->delivered, CLOCK_MONOTONIC, &time) == 0)
             return m_room->deliveries;
@@ -209,10 +211,10 @@ const Delivery *Program::await_delivery()
     }
 }
 
-Nanoseconds Program::await_strokes(const std::vector<Point> &points, const std::vector<Colour> &before)
+Nanoseconds Program::awaitStrokes(const std::vector<Point> &points, const std::vector<Colour> &before)
 {
     for (const Nanoseconds deadline = now() + patience;;) {
-        const auto change = m_screen.wait_for_change(now() + watch_interval);
+        const auto change = m_screen.waitForChange(now() + watchInterval);
         if (change) {
             const std::vector<Colour> colours = m_screen.colours(points);
             if (std::equal(colours.begin(), colours.end(), before.begin(), before.end(), differs))
@@ -224,23 +226,25 @@ Nanoseconds Program::await_strokes(const std::vector<Point> &points, const std::
     }
 }
 
-Nanoseconds Program::processor_time() const
+Nanoseconds Program::processorTime() const
 {
-    return read_clock(m_clock) - m_room->driver_share;
+    return readClock(m_clock) - m_room->driverShare;
 }
 
-long Program::wake_ups() const
+long Program::wakeUps() const
 {
     long sum = 0;
     for (const auto &thread :
          std::filesystem::directory_iterator("/proc/" + std::to_string(m_process) + "/task")) {
         // A thread that waits gives up its processor voluntarily, once for each time that it wakes up.
-        sum += number_after(thread.path() / "status", "voluntary_ctxt_switches:");
+        sum += numberAfter(thread.path() / "status", "voluntary_ctxt_switches:");
     }
     return sum;
 }
 
-long Program::resident_bytes() const
+long Program::residentBytes() const
 {
-    return 1024 * number_after("/proc/" + std::to_string(m_process) + "/status", "VmRSS:");
+    return 1024 * numberAfter("/proc/" + std::to_string(m_process) + "/status", "VmRSS:");
 }
+
+} // namespace latency

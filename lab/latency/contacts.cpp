@@ -1,13 +1,15 @@
-#include "contacts.h"
+#include "latency/contacts.h"
+
+namespace latency {
 
 namespace {
 
-constexpr int raw_per_screen = 32768;
+constexpr int rawPerScreen = 32768;
 
 /// The least raw number that the program maps to @p pixels on a screen of @p whole pixels.
 int raw(int pixels, int whole)
 {
-    return (pixels * raw_per_screen + whole - 1) / whole;
+    return (pixels * rawPerScreen + whole - 1) / whole;
 }
 
 } // namespace
@@ -37,3 +39,5 @@ Point serpentine(const Area &area, int step, int count)
     const int column = row % 2 == 0 ? count % columns : columns - 1 - count % columns;
     return {area.left + step * column, area.top + step * row};
 }
+
+} // namespace latency

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "deliveries.h"
-#include "screen.h"
+#include "latency/deliveries.h"
+#include "latency/screen.h"
 
 #include "report.h"
 
@@ -10,13 +10,15 @@
 
 #include <sys/types.h>
 
+namespace latency {
+
 /// Where the program and the probe's driver are.
 struct Paths
 {
-    std::string program;       ///< file
-    std::string driver_folder; ///< holds libzorvicboardex.so.1
+    std::string program;      ///< file
+    std::string driverFolder; ///< holds libzorvicboardex.so.1
     /// If that is the recorder: the folder of the driver that it opens.
-    std::string recorded_driver_folder = {};
+    std::string recordedDriverFolder = {};
 };
 
 constexpr Nanoseconds millisecond = 1'000'000;
@@ -36,7 +38,7 @@ public:
     Program &operator=(const Program &) = delete;
 
     /// From the start of the process to its first picture.
-    Nanoseconds time_to_first_picture() const { return m_time_to_first_picture; }
+    Nanoseconds timeToFirstPicture() const { return m_timeToFirstPicture; }
 
     /// Hides the help text, so that the screen is white, and switches the info tags of new contacts on or
     /// off.
@@ -45,33 +47,35 @@ public:
     /// Delivers @p reports on the driver's thread, one every @p interval, and waits until all have been
     /// delivered. Returns the deliveries with their times, valid until the next call.
     const Delivery *deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
-    /// The same without waiting; await_delivery() must follow.
-    void begin_delivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
-    const Delivery *await_delivery();
+    /// The same without waiting; awaitDelivery() must follow.
+    void beginDelivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
+    const Delivery *awaitDelivery();
 
     /// Waits until each of @p points differs by a stroke from what it was @p before; returns when that was
     /// seen.
-    Nanoseconds await_strokes(const std::vector<Point> &points, const std::vector<Colour> &before);
+    Nanoseconds awaitStrokes(const std::vector<Point> &points, const std::vector<Colour> &before);
 
     /// Of all its threads, including those that have ended, without what the probe's driver takes for itself.
-    Nanoseconds processor_time() const;
+    Nanoseconds processorTime() const;
     /// How often its threads have waited and been woken up; threads that have ended do not count.
-    long wake_ups() const;
-    long resident_bytes() const;
+    long wakeUps() const;
+    long residentBytes() const;
 
     /// Throws if the program has ended.
     void check();
 
 private:
     void start(const Paths &paths);
-    void await_first_picture();
+    void awaitFirstPicture();
     void end();
 
     Screen &m_screen;
     DeliveryRoom *m_room = nullptr;
-    int m_room_file = -1;
+    int m_roomFile = -1;
     pid_t m_process = -1;
     clockid_t m_clock = 0;
     Nanoseconds m_started = 0;
-    Nanoseconds m_time_to_first_picture = 0;
+    Nanoseconds m_timeToFirstPicture = 0;
 };
+
+} // namespace latency

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "deliveries.h"
+#include "latency/deliveries.h"
 
 #include <cstdint>
 #include <memory>
@@ -9,6 +9,8 @@
 
 #include <xcb/damage.h>
 #include <xcb/xcb.h>
+
+namespace latency {
 
 struct Point
 {
@@ -47,9 +49,9 @@ public:
     int height() const { return m_height; }
 
     /// Waits for the next change and returns when it arrived; nothing if none does until @p deadline.
-    std::optional<Nanoseconds> wait_for_change(Nanoseconds deadline);
+    std::optional<Nanoseconds> waitForChange(Nanoseconds deadline);
     /// Forgets the changes up to now.
-    void forget_changes();
+    void forgetChanges();
     /// Waits until nothing has changed for @p quiet; returns when the last change arrived, 0 without one.
     Nanoseconds settle(Nanoseconds quiet, Nanoseconds deadline);
 
@@ -58,18 +60,20 @@ public:
 
     /// Types one key in the window that has the focus; @p symbol as in keysymdef.h.
     void press(std::uint32_t symbol);
-    void move_pointer(Point to);
+    void movePointer(Point to);
     /// Presses the left button, or lets it go.
-    void hold_button(bool held);
+    void holdButton(bool held);
 
 private:
     void check() const;
-    bool take_changes();
+    bool takeChanges();
 
     std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t *)> m_connection;
     xcb_window_t m_root = 0;
     int m_width = 0;
     int m_height = 0;
-    std::uint8_t m_damage_event = 0;
+    std::uint8_t m_damageEvent = 0;
     xcb_damage_damage_t m_damage = 0;
 };
+
+} // namespace latency

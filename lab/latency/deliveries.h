@@ -7,13 +7,12 @@
 
 #include <semaphore.h>
 
-/// The memory that the probe and the program's driver share; both have mapped it. The probe fills in reports
-/// and posts requested; the driver's thread delivers them and posts delivered.
+namespace latency {
 
 using Nanoseconds = std::int64_t;
 
 /// A point in time, or a thread's or process's processor time.
-inline Nanoseconds read_clock(clockid_t clock)
+inline Nanoseconds readClock(clockid_t clock)
 {
     timespec time{};
     clock_gettime(clock, &time);
@@ -23,21 +22,23 @@ inline Nanoseconds read_clock(clockid_t clock)
 /// The clock of all points in time here.
 inline Nanoseconds now()
 {
-    return read_clock(CLOCK_MONOTONIC);
+    return readClock(CLOCK_MONOTONIC);
 }
 
 struct Delivery
 {
-    static constexpr std::size_t longest_report = 76;
+    static constexpr std::size_t longestReport = 76;
 
     Nanoseconds due = 0;        ///< the earliest time of delivery
     Nanoseconds called = 0;     ///< when the packet callback was called
     std::int32_t inside = 0;    ///< how long the callback took, nanoseconds
     std::int32_t processor = 0; ///< of that, processor time
     std::uint32_t length = 0;
-    unsigned char report[longest_report] = {};
+    unsigned char report[longestReport] = {};
 };
 
+/// The memory that the probe and the program's driver share; both have mapped it. The probe fills in reports
+/// and posts requested; the driver's thread delivers them and posts delivered.
 struct DeliveryRoom
 {
     static constexpr const char *variable = "PROBE_DELIVERIES"; ///< names the file for the driver
@@ -45,8 +46,10 @@ struct DeliveryRoom
 
     sem_t requested;
     sem_t delivered;
-    std::atomic<bool> registered = false;      ///< a packet callback has been set
-    std::atomic<Nanoseconds> driver_share = 0; ///< processor time of deliveries outside the callbacks
-    int count = 0;                             ///< number of deliveries requested
+    std::atomic<bool> registered = false;     ///< a packet callback has been set
+    std::atomic<Nanoseconds> driverShare = 0; ///< processor time of deliveries outside the callbacks
+    int count = 0;                            ///< number of deliveries requested
     Delivery deliveries[capacity];
 };
+
+} // namespace latency

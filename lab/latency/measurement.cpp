@@ -1,0 +1,75 @@
+#include "latency/measurement.h"
+
+namespace latency {
+
+namespace {
+
+constexpr Nanoseconds resting = 1'500 * millisecond;
+constexpr Nanoseconds quiet = 50 * millisecond; // without a change for so long, all is drawn
+constexpr Nanoseconds shortestPause = 10 * millisecond;
+constexpr Nanoseconds longestPause = 50 * millisecond;
+
+/// The points to watch: beside the cross that an info tag draws through the contact.
+std::vector<Point> watched(std::vector<Point> places)
+{
+    for (Point &place : places)
+        place = {place.x + 1, place.y + 1};
+    return places;
+}
+
+} // namespace
+
+Nanoseconds Measurement::draw(const Walk &walk, Nanoseconds interval)
+{
+    const std::vector<Point> pixels = watched(walk.back());
+    const std::vector<Colour> before = m_screen.colours(pixels);
+    std::vector<boardsim::Bytes> reports;
+    reports.reserve(walk.size());
+    for (const std::vector<Point> &places : walk)
+        reports.push_back(report(places));
+    const Nanoseconds first = m_program.deliver(reports, interval)->called;
+    m_program.awaitStrokes(pixels, before);
+    return first;
+}
+
+void Measurement::lift(const std::vector<Point> &places)
+{
+    m_program.deliver({report(places, false)});
+    m_screen.settle(quiet, now() + patience);
+}
+
+double Measurement::restingShare()
+{
+    m_screen.settle(quiet, now() + patience);
+    const Nanoseconds start = now();
+    const Nanoseconds processor = m_program.processorTime();
+    m_screen.waitForChange(start + resting);
+    return static_cast<double>(m_program.processorTime() - processor) / static_cast<double>(now() - start);
+}
+
+std::vector<Sample> Measurement::run(const Walk &walk)
+{
+    std::vector<Sample> samples;
+    samples.reserve(walk.size());
+    m_next = now();
+    for (const std::vector<Point> &places : walk) {
+        pause();
+        const std::vector<Point> pixels = watched(places);
+        const std::vector<Colour> before = m_screen.colours(pixels);
+        m_screen.forgetChanges();
+        m_program.beginDelivery({report(places)});
+        const Nanoseconds seen = m_program.awaitStrokes(pixels, before);
+        const Delivery &delivery = *m_program.awaitDelivery();
+        samples.push_back({delivery.called, seen - delivery.called, delivery.inside});
+    }
+    return samples;
+}
+
+void Measurement::pause()
+{
+    std::uniform_int_distribution<Nanoseconds> length(shortestPause, longestPause);
+    const Nanoseconds end = m_step > 0 ? m_next += m_step : now() + length(m_random);
+    while (m_screen.waitForChange(end)) { }
+}
+
+} // namespace latency
