@@ -173,8 +173,8 @@ bool Launch::start()
     if (m_program.front().empty())
         return false;
     Streams streams;
-    if (m_isKeptOffOutput)
-        streams.join(STDOUT_FILENO, STDERR_FILENO);
+    if (m_stream != STDOUT_FILENO)
+        streams.join(STDOUT_FILENO, m_stream);
     if (!m_output.empty()) {
         streams.open(STDOUT_FILENO, m_output);
         streams.open(STDERR_FILENO, m_errors);

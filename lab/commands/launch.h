@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <sys/types.h>
+#include <unistd.h>
 
 namespace lab {
 
@@ -26,7 +27,10 @@ public:
     void prependPath(const std::string &name, const std::string &folder);
 
     /// Lets the program print to standard error what it would print to standard output.
-    void keepOffOutput() { m_isKeptOffOutput = true; }
+    void keepOffOutput() { sendOutputTo(STDERR_FILENO); }
+    /// Lets the program print to @p file, which is open until it has started, what it would print to standard
+    /// output.
+    void sendOutputTo(int file) { m_stream = file; }
     /// Lets the program print to new files, @p output for standard output and @p errors for standard error.
     void printTo(const std::string &output, const std::string &errors);
 
@@ -52,8 +56,8 @@ private:
 
     const std::vector<std::string> m_program;
     std::map<std::string, std::string> m_changes;
-    bool m_isKeptOffOutput = false;
-    std::string m_output; ///< files that take what the program prints; empty for none
+    int m_stream = STDOUT_FILENO; ///< takes what the program prints
+    std::string m_output;         ///< files that take it instead; empty for none
     std::string m_errors;
     pid_t m_process = 0; ///< 0 if none runs that has not been waited for
     int m_ending = -1;

@@ -21,7 +21,7 @@ struct Free
 /// An answer of the X server; null if the window has gone.
 template <typename Reply> using Answer = std::unique_ptr<Reply, Free>;
 
-/// A connection to the X server, for one search.
+/// A connection to the X server, to look for the windows of one process.
 class Search
 {
 public:
@@ -36,13 +36,27 @@ public:
         if (atom)
             m_processProperty = atom->atom;
         m_root = xcb_setup_roots_iterator(xcb_get_setup(m_server)).data->root;
-        look(m_root, 0);
     }
     ~Search() { xcb_disconnect(m_server); }
     Search(const Search &) = delete;
     Search &operator=(const Search &) = delete;
 
-    const std::optional<accept::Area> &found() const { return m_found; }
+    /// The content of the largest visible window.
+    std::optional<accept::Area> largest()
+    {
+        if (m_root != XCB_WINDOW_NONE)
+            look(m_root, 0);
+        return m_found;
+    }
+
+    bool hasFocus() const
+    {
+        if (m_root == XCB_WINDOW_NONE)
+            return false;
+        const Answer<xcb_get_input_focus_reply_t> focus(
+            xcb_get_input_focus_reply(m_server, xcb_get_input_focus(m_server), nullptr));
+        return focus && processOf(focus->focus) == m_process;
+    }
 
 private:
     void look(xcb_window_t window, int depth)
@@ -93,7 +107,7 @@ private:
     const std::uint32_t m_process;
     xcb_connection_t *const m_server;
     xcb_atom_t m_processProperty = XCB_ATOM_NONE;
-    xcb_window_t m_root = 0;
+    xcb_window_t m_root = XCB_WINDOW_NONE; ///< none without a server
     std::optional<accept::Area> m_found;
 };
 
@@ -109,7 +123,12 @@ bool knowsWindows()
 
 std::optional<accept::Area> windowOf(pid_t process, const char *display)
 {
-    return Search(process, display).found();
+    return Search(process, display).largest();
+}
+
+bool hasFocus(pid_t process)
+{
+    return Search(process, nullptr).hasFocus();
 }
 
 } // namespace lab

@@ -16,4 +16,7 @@ bool knowsWindows();
 /// no X server.
 std::optional<accept::Area> windowOf(pid_t process, const char *display = nullptr);
 
+/// Whether the keys that are typed go to a window of @p process.
+bool hasFocus(pid_t process);
+
 } // namespace lab

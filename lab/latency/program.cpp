@@ -1,45 +1,42 @@
 #include "latency/program.h"
 
+#include "commands/window.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <new>
-#include <stdexcept>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace latency {
 
 namespace {
 
-constexpr std::uint32_t keyEscape = 0xff1b;
 constexpr std::uint32_t keySpace = ' ';
 constexpr std::uint32_t keyHelp = 'h';
 
 constexpr Nanoseconds watchInterval = 100 * millisecond; // between checks that the program still runs
-constexpr int frame = 40; // pixels: more than the window manager's title and borders take
+constexpr int frame = 10; // pixels: what is looked at in the window lies inside of it
 
 /// Pixels, far from the help text, that are white as soon as the program has painted its window.
-std::vector<Point> emptyPlaces(const Screen &screen)
+std::vector<Point> emptyPlaces(const accept::Area &window)
 {
-    return {{screen.width() - frame, frame},
-            {screen.width() / 2, screen.height() / 2},
-            {frame, screen.height() - frame},
-            {screen.width() - frame, screen.height() - frame}};
+    const int left = window.x + frame;
+    const int top = window.y + frame;
+    const int right = window.x + window.width - frame;
+    const int bottom = window.y + window.height - frame;
+    return {{right, top}, {(left + right) / 2, (top + bottom) / 2}, {left, bottom}, {right, bottom}};
 }
 
-bool allWhite(const Picture &picture)
+bool isAllWhite(const Picture &picture, const accept::Area &window)
 {
-    for (int y = frame; y < picture.height - frame; ++y) {
-        for (int x = frame; x < picture.width - frame; ++x) {
+    for (int y = window.y + frame; y < window.y + window.height - frame; ++y) {
+        for (int x = window.x + frame; x < window.x + window.width - frame; ++x) {
             if (picture.at({x, y}) != white)
                 return false;
         }
@@ -61,19 +58,34 @@ long numberAfter(const std::string &path, const std::string &label)
 
 } // namespace
 
-Program::Program(const Paths &paths, Screen &screen) : m_screen(screen)
+SharedRoom::SharedRoom() : m_file(memfd_create("deliveries", 0))
 {
-    m_roomFile = memfd_create("deliveries", 0);
-    if (m_roomFile < 0 || ftruncate(m_roomFile, sizeof(DeliveryRoom)) != 0)
-        throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
-    void *const memory =
-        mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, m_roomFile, 0);
-    if (memory == MAP_FAILED)
-        throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
+    void *memory = MAP_FAILED;
+    if (m_file >= 0 && ftruncate(m_file, sizeof(DeliveryRoom)) == 0)
+        memory = mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, m_file, 0);
+    if (memory == MAP_FAILED) {
+        const int error = errno;
+        close(m_file);
+        throw std::runtime_error(std::string("no shared memory: ") + std::strerror(error));
+    }
     m_room = static_cast<DeliveryRoom *>(memory);
     sem_init(&m_room->requested, 1, 0);
     sem_init(&m_room->delivered, 1, 0);
+}
 
+SharedRoom::~SharedRoom()
+{
+    munmap(m_room, sizeof(DeliveryRoom));
+    close(m_file);
+}
+
+std::string SharedRoom::path() const
+{
+    return "/proc/self/fd/" + std::to_string(m_file);
+}
+
+Program::Program(const Paths &paths, Screen &screen) : m_screen(screen), m_launch({paths.program})
+{
     m_screen.settle(watchInterval, now() + patience); // the window before this one has gone
     start(paths);
     try {
@@ -91,34 +103,35 @@ Program::~Program()
 
 void Program::start(const Paths &paths)
 {
-    setenv("LD_LIBRARY_PATH", paths.driverFolder.c_str(), 1);
+    m_launch.prependPath("LD_LIBRARY_PATH", paths.driverFolder);
     if (!paths.recordedDriverFolder.empty()) {
-        setenv("BOARDREC_DRIVER", (paths.recordedDriverFolder + "/libzorvicboardex.so.1").c_str(), 1);
-        setenv("BOARDREC_CAPTURE", "/dev/null", 1); // what a disk takes is not the recorder's
+        m_launch.set("BOARDREC_DRIVER", paths.recordedDriverFolder + "/libzorvicboardex.so.1");
+        m_launch.set("BOARDREC_CAPTURE", "/dev/null"); // what a disk takes is not the recorder's
     }
-    setenv(DeliveryRoom::variable, ("/proc/self/fd/" + std::to_string(m_roomFile)).c_str(), 1);
+    m_launch.set(DeliveryRoom::variable, m_room.path());
+    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    m_launch.sendOutputTo(nothing); // results are printed there
     m_started = now();
-    m_process = fork();
-    if (m_process < 0)
-        throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
-    if (m_process == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO); // the probe prints its results there
-        execl(paths.program.c_str(), paths.program.c_str(), nullptr);
-        std::perror(paths.program.c_str());
-        _exit(127);
-    }
-    clock_getcpuclockid(m_process, &m_clock);
+    const bool isStarted = m_launch.start();
+    close(nothing);
+    if (!isStarted)
+        throw NotStarted();
+    clock_getcpuclockid(m_launch.process(), &m_clock);
 }
 
 void Program::awaitFirstPicture()
 {
-    const std::vector<Point> places = emptyPlaces(m_screen);
     const Nanoseconds deadline = now() + patience;
+    const auto isPainted = [this] {
+        const auto window = lab::windowOf(m_launch.process());
+        if (!window || window->width <= 2 * frame || window->height <= 2 * frame)
+            return false;
+        const std::vector<Colour> colours = m_screen.colours(emptyPlaces(*window));
+        return colours == std::vector<Colour>(colours.size(), white);
+    };
     for (;;) {
         const auto change = m_screen.waitForChange(now() + watchInterval);
-        const std::vector<Colour> colours = m_screen.colours(places);
-        if (change && colours == std::vector<Colour>(places.size(), white)) {
+        if (change && isPainted()) {
             m_timeToFirstPicture = *change - m_started;
             break;
         }
@@ -127,48 +140,59 @@ void Program::awaitFirstPicture()
             throw std::runtime_error("the program shows no picture");
     }
     m_screen.settle(watchInterval, deadline);
+    m_window = lab::windowOf(m_launch.process()).value_or(accept::Area());
     if (!m_room->registered)
         throw std::runtime_error("the program has not registered with the probe's driver");
 }
 
 void Program::end()
 {
-    const auto ended = [this] { return waitpid(m_process, nullptr, WNOHANG) != 0; };
-    const Nanoseconds deadline = now() + patience;
-    m_screen.press(keyEscape);
-    while (m_process > 0 && !ended()) {
-        if (now() > deadline)
-            kill(m_process, SIGKILL);
-        m_screen.waitForChange(now() + watchInterval / 10);
-    }
-    munmap(m_room, sizeof(DeliveryRoom));
-    close(m_roomFile);
+    m_launch.end();
+    pollfd ending{m_launch.ending(), POLLIN, 0};
+    if (!m_launch.hasEnded() && poll(&ending, 1, static_cast<int>(patience / millisecond)) == 0)
+        m_launch.kill();
+    m_launch.wait();
 }
 
 void Program::check()
 {
-    int status = 0;
-    if (waitpid(m_process, &status, WNOHANG) == 0)
+    if (!m_launch.hasEnded())
         return;
-    m_process = -1;
-    throw std::runtime_error(
-        WIFSIGNALED(status) ? std::string("the program was ended by signal ") + strsignal(WTERMSIG(status))
-                            : "the program ended with status " + std::to_string(WEXITSTATUS(status)));
+    constexpr int signals = 128; // what is added to the number of one that ended the program
+    const int status = m_launch.wait();
+    throw std::runtime_error(status > signals ? std::string("the program was ended by signal ")
+                                     + strsignal(status - signals)
+                                              : "the program ended with status " + std::to_string(status));
+}
+
+/// Waits for what comes with a change on the screen, or without one.
+template <typename Condition> void Program::await(const Condition &isReached, const char *failure)
+{
+    const Nanoseconds deadline = now() + patience;
+    while (!isReached()) {
+        check();
+        if (now() > deadline)
+            throw std::runtime_error(failure);
+        m_screen.waitForChange(now() + watchInterval);
+    }
+}
+
+void Program::press(std::uint32_t key)
+{
+    // Else the key would go to another program.
+    await([this] { return lab::hasFocus(m_launch.process()); },
+          "the program's window does not get the keyboard's focus");
+    m_screen.press(key);
 }
 
 void Program::prepare(bool tags)
 {
     if (!tags)
-        m_screen.press(keySpace);
-    m_screen.press(keyHelp); // comes last: once it has taken effect, so have those before
-    const Nanoseconds deadline = now() + patience;
-    while (!allWhite(m_screen.picture())) {
-        check();
-        if (now() > deadline)
-            throw std::runtime_error("the help text does not vanish; has another window the focus?");
-        m_screen.waitForChange(now() + watchInterval);
-    }
-    m_screen.settle(watchInterval, deadline);
+        press(keySpace);
+    press(keyHelp); // comes last: once it has taken effect, so have those before
+    await([this] { return isAllWhite(m_screen.picture(), m_window); },
+          "the help text does not vanish; is another window in front?");
+    m_screen.settle(watchInterval, now() + patience);
 }
 
 const Delivery *Program::deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
@@ -235,7 +259,7 @@ long Program::wakeUps() const
 {
     long sum = 0;
     for (const auto &thread :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(m_process) + "/task")) {
+         std::filesystem::directory_iterator("/proc/" + std::to_string(m_launch.process()) + "/task")) {
         // A thread that waits gives up its processor voluntarily, once for each time that it wakes up.
         sum += numberAfter(thread.path() / "status", "voluntary_ctxt_switches:");
     }
@@ -244,7 +268,7 @@ long Program::wakeUps() const
 
 long Program::residentBytes() const
 {
-    return 1024 * numberAfter("/proc/" + std::to_string(m_process) + "/status", "VmRSS:");
+    return 1024 * numberAfter("/proc/" + std::to_string(m_launch.process()) + "/status", "VmRSS:");
 }
 
 } // namespace latency

@@ -3,12 +3,14 @@
 #include "latency/deliveries.h"
 #include "latency/screen.h"
 
+#include "accept/geometry.h"
+#include "commands/launch.h"
+
 #include "report.h"
 
+#include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <sys/types.h>
 
 namespace latency {
 
@@ -25,7 +27,33 @@ constexpr Nanoseconds millisecond = 1'000'000;
 constexpr Nanoseconds second = 1'000 * millisecond;
 constexpr Nanoseconds patience = 60 * second; ///< limit of every wait for the program
 
-/// The program, run with the probe's driver on an otherwise empty screen. Every operation throws
+/// The program could not be started, which a line on standard error has told.
+class NotStarted : public std::runtime_error
+{
+public:
+    NotStarted() : std::runtime_error("the program could not be started") { }
+};
+
+/// The memory that is shared with the driver.
+class SharedRoom
+{
+public:
+    /// Throws std::runtime_error if there is no memory.
+    SharedRoom();
+    ~SharedRoom();
+    SharedRoom(const SharedRoom &) = delete;
+    SharedRoom &operator=(const SharedRoom &) = delete;
+
+    DeliveryRoom *operator->() const { return m_room; }
+    /// What a program that is started opens.
+    std::string path() const;
+
+private:
+    int m_file = -1;
+    DeliveryRoom *m_room = nullptr;
+};
+
+/// The program, run with the probe's driver on a screen on which nothing else changes. Every operation throws
 /// std::runtime_error if the program ends, or does not do in time what is waited for.
 class Program
 {
@@ -37,10 +65,13 @@ public:
     Program(const Program &) = delete;
     Program &operator=(const Program &) = delete;
 
+    /// Where the content of its window is on the screen.
+    const accept::Area &window() const { return m_window; }
+
     /// From the start of the process to its first picture.
     Nanoseconds timeToFirstPicture() const { return m_timeToFirstPicture; }
 
-    /// Hides the help text, so that the screen is white, and switches the info tags of new contacts on or
+    /// Hides the help text, so that the window is white, and switches the info tags of new contacts on or
     /// off.
     void prepare(bool tags);
 
@@ -67,12 +98,14 @@ public:
 private:
     void start(const Paths &paths);
     void awaitFirstPicture();
+    template <typename Condition> void await(const Condition &isReached, const char *failure);
+    void press(std::uint32_t key);
     void end();
 
     Screen &m_screen;
-    DeliveryRoom *m_room = nullptr;
-    int m_roomFile = -1;
-    pid_t m_process = -1;
+    const SharedRoom m_room;
+    lab::Launch m_launch;
+    accept::Area m_window;
     clockid_t m_clock = 0;
     Nanoseconds m_started = 0;
     Nanoseconds m_timeToFirstPicture = 0;
