@@ -24,7 +24,37 @@ std::string printable(std::string_view text)
 
 } // namespace
 
-Html::Html(const std::string &title, const char *style) : m_printer(nullptr, true)
+void Markup::open(const char *element, Attributes attributes)
+{
+    m_printer.OpenElement(element, true);
+    for (const auto &[name, value] : attributes)
+        m_printer.PushAttribute(name, printable(value).c_str());
+}
+
+void Markup::close()
+{
+    m_printer.CloseElement(true);
+}
+
+void Markup::text(std::string_view content)
+{
+    m_printer.PushText(printable(content).c_str());
+}
+
+void Markup::leaf(const char *element, std::string_view content, Attributes attributes)
+{
+    open(element, attributes);
+    text(content);
+    close();
+}
+
+void Markup::empty(const char *element, Attributes attributes)
+{
+    open(element, attributes);
+    close();
+}
+
+Html::Html(const std::string &title, const char *style)
 {
     m_printer.PushUnknown("DOCTYPE html");
     open("html", {{"lang", "en"}});
@@ -38,39 +68,30 @@ Html::Html(const std::string &title, const char *style) : m_printer(nullptr, tru
     open("body");
 }
 
-void Html::open(const char *element, Attributes attributes)
-{
-    m_printer.OpenElement(element, true);
-    for (const auto &[name, value] : attributes)
-        m_printer.PushAttribute(name, printable(value).c_str());
-}
-
-void Html::close()
-{
-    m_printer.CloseElement(true);
-}
-
-void Html::text(std::string_view content)
-{
-    m_printer.PushText(printable(content).c_str());
-}
-
-void Html::leaf(const char *element, std::string_view content, Attributes attributes)
-{
-    open(element, attributes);
-    text(content);
-    close();
-}
-
-void Html::empty(const char *element, Attributes attributes)
-{
-    open(element, attributes);
-    close();
-}
-
 std::string Html::finish()
 {
     close();
+    close();
+    return std::string(m_printer.CStr()) + "\n";
+}
+
+Svg::Svg(const Heading &heading, int width, int height, const char *style)
+{
+    const std::string size = std::to_string(width) + " " + std::to_string(height);
+    open("svg",
+         {{"xmlns", "http://www.w3.org/2000/svg"},
+          {"width", std::to_string(width)},
+          {"height", std::to_string(height)},
+          {"viewBox", "0 0 " + size},
+          {"role", "img"},
+          {"aria-labelledby", "title description"}});
+    leaf("title", heading.title, {{"id", "title"}});
+    leaf("desc", heading.description, {{"id", "description"}});
+    leaf("style", style);
+}
+
+std::string Svg::finish()
+{
     close();
     return std::string(m_printer.CStr()) + "\n";
 }

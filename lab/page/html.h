@@ -9,16 +9,13 @@
 
 namespace page {
 
-/// Writes an HTML page with inline SVG, element by element. All text is escaped, so that no text of a
-/// recording can be markup. Used on one thread.
-class Html
+/// Writes a document element by element. All text is escaped, so that no text of a recording can be markup.
+/// Used on one thread.
+class Markup
 {
 public:
     using Attribute = std::pair<const char *, std::string>;
     using Attributes = std::initializer_list<Attribute>;
-
-    /// Begins the document with its head; @p style is CSS without the signs "<", ">" and "&".
-    Html(const std::string &title, const char *style);
 
     void open(const char *element, Attributes attributes = {});
     void close();
@@ -28,27 +25,56 @@ public:
     /// An element that can have no content, such as br or an SVG's line.
     void empty(const char *element, Attributes attributes = {});
 
+protected:
+    Markup() : m_printer(nullptr, true) { }
+    ~Markup() = default;
+
+    tinyxml2::XMLPrinter m_printer;
+};
+
+/// An HTML page with inline SVG.
+class Html : public Markup
+{
+public:
+    /// Begins the document with its head; @p style is CSS without the signs "<", ">" and "&".
+    Html(const std::string &title, const char *style);
+
     /// Ends the document. To be called once; returns it.
     std::string finish();
+};
 
-private:
-    tinyxml2::XMLPrinter m_printer;
+/// What a picture that stands by itself says of itself.
+struct Heading
+{
+    std::string title;
+    std::string description; ///< for those who do not see it
+};
+
+/// An SVG file.
+class Svg : public Markup
+{
+public:
+    /// Begins the document; @p width and @p height are in its own units, @p style as for a page.
+    Svg(const Heading &heading, int width, int height, const char *style);
+
+    /// Ends the document. To be called once; returns it.
+    std::string finish();
 };
 
 /// An element that ends with its scope.
 class Element
 {
 public:
-    Element(Html &html, const char *name, Html::Attributes attributes = {}) : m_html(html)
+    Element(Markup &markup, const char *name, Markup::Attributes attributes = {}) : m_markup(markup)
     {
-        html.open(name, attributes);
+        markup.open(name, attributes);
     }
-    ~Element() { m_html.close(); }
+    ~Element() { m_markup.close(); }
     Element(const Element &) = delete;
     Element &operator=(const Element &) = delete;
 
 private:
-    Html &m_html;
+    Markup &m_markup;
 };
 
 /// A number with at most @p digits significant ones, without an exponent: 0.0123, 4.5, 12345.
