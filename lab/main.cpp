@@ -32,9 +32,9 @@ int run(int argc, char *argv[])
 
     int status = lab::success;
     for (const auto add :
-         {lab::addProbe, lab::addBundle, lab::addTorture, lab::addSelftest, lab::addRecord, lab::addKeep,
-          lab::addReplay, lab::addWatch, lab::addAccept, lab::addShow, lab::addCheck, lab::addDiff,
-          lab::addReport, lab::addCut, lab::addJoin, lab::addAnonymise, lab::addExport})
+         {lab::addProbe, lab::addBundle, lab::addTorture, lab::addSelftest, lab::addLatency, lab::addRecord,
+          lab::addKeep, lab::addReplay, lab::addWatch, lab::addAccept, lab::addShow, lab::addCheck,
+          lab::addDiff, lab::addReport, lab::addCut, lab::addJoin, lab::addAnonymise, lab::addExport})
         add(lab, status);
     try {
         if (argc > 1 && !isKnown(lab, argv[1]))

@@ -3,6 +3,7 @@
 
 #include "cases.h"
 #include "latency/contacts.h"
+#include "latency/statistics.h"
 #include "places.h"
 
 #include <algorithm>
@@ -19,8 +20,7 @@ constexpr int strip = 1034; // contacts without room for proofs move here; to 16
 
 constexpr int most_reports = 100'000; // for more, the screen has no room for the proofs even of one contact
 constexpr int touch_radius = 3;       // pixels; the path is made for lines of this half width
-constexpr Nanoseconds rest = 250 * millisecond;     // without a change for so long, all is drawn
-constexpr Nanoseconds one_change = 2 * millisecond; // changes closer together belong to the same tick
+constexpr Nanoseconds rest = 250 * millisecond; // without a change for so long, all is drawn
 
 struct Flood
 {
@@ -68,16 +68,11 @@ Plan plan(const Flood &flood, int count, const Screen &screen)
 /// Milliseconds between the changes on the screen, one for each tick.
 std::vector<double> ticks(const std::vector<Nanoseconds> &changes)
 {
-    std::vector<double> intervals;
-    Nanoseconds last = 0;
-    for (const Nanoseconds change : changes) {
-        if (last != 0 && change - last < one_change)
-            continue;
-        if (last != 0)
-            intervals.push_back(static_cast<double>(change - last) / millisecond);
-        last = change;
-    }
-    return intervals;
+    std::vector<double> times;
+    times.reserve(changes.size());
+    for (const Nanoseconds change : changes)
+        times.push_back(static_cast<double>(change) / millisecond);
+    return ticksBetween(times);
 }
 
 double longest(const std::vector<double> &times)

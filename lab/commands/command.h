@@ -20,6 +20,7 @@ void addDiff(CLI::App &lab, int &status);
 void addExport(CLI::App &lab, int &status);
 void addJoin(CLI::App &lab, int &status);
 void addKeep(CLI::App &lab, int &status);
+void addLatency(CLI::App &lab, int &status);
 void addProbe(CLI::App &lab, int &status);
 void addRecord(CLI::App &lab, int &status);
 void addReplay(CLI::App &lab, int &status);

@@ -89,6 +89,13 @@ std::string findRecorder()
         "the recorder");
 }
 
+std::string findLatencyDriver()
+{
+    return firstOf(
+        {LANTERNIX_LATENCY_DRIVER_FROM_BIN "/libzorvicboardex.so.1", "latency-driver/libzorvicboardex.so.1"},
+        "the driver that measures latency");
+}
+
 std::string findSimulatedDriver()
 {
     return firstOf(

@@ -16,6 +16,8 @@ std::string namedAfterTime(const std::string &before, const std::string &after);
 
 /// The recording driver.
 std::string findRecorder();
+/// The driver that delivers reports at given times.
+std::string findLatencyDriver();
 /// The driver that plays scenarios.
 std::string findSimulatedDriver();
 /// The driver that plays scenarios and misbehaves on request.

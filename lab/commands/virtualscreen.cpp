@@ -126,9 +126,8 @@ std::string pictureAtRest(const std::string &display)
 
 } // namespace
 
-VirtualScreen::VirtualScreen()
-    : VirtualScreen({"Xvfb", "-screen", "0", std::to_string(width) + "x" + std::to_string(height) + "x24"},
-                    "xvfb")
+VirtualScreen::VirtualScreen(const std::string &size)
+    : VirtualScreen({"Xvfb", "-screen", "0", size + "x24"}, "xvfb")
 {
 }
 

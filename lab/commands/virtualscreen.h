@@ -13,11 +13,9 @@ namespace lab {
 class VirtualScreen
 {
 public:
-    static constexpr int width = 1920; // pixels
-    static constexpr int height = 1080;
-
-    /// If they cannot be started, one line on standard error says why.
-    VirtualScreen();
+    /// @p size: in pixels, such as "1920x1080". If they cannot be started, one line on standard error says
+    /// why.
+    explicit VirtualScreen(const std::string &size = "1920x1080");
     ~VirtualScreen();
     VirtualScreen(const VirtualScreen &) = delete;
     VirtualScreen &operator=(const VirtualScreen &) = delete;

@@ -1,19 +1,18 @@
 #include "latency/measurement.h"
 
+#include <algorithm>
+
 namespace latency {
 
 namespace {
 
 constexpr Nanoseconds resting = 1'500 * millisecond;
 constexpr Nanoseconds quiet = 50 * millisecond; // without a change for so long, all is drawn
-constexpr Nanoseconds shortestPause = 10 * millisecond;
-constexpr Nanoseconds longestPause = 50 * millisecond;
 
-/// The points to watch: beside the cross that an info tag draws through the contact.
 std::vector<Point> watched(std::vector<Point> places)
 {
-    for (Point &place : places)
-        place = {place.x + 1, place.y + 1};
+    std::transform(places.begin(), places.end(), places.begin(),
+                   [](Point place) { return latency::watched(place); });
     return places;
 }
 
@@ -67,9 +66,17 @@ std::vector<Sample> Measurement::run(const Walk &walk)
 
 void Measurement::pause()
 {
-    std::uniform_int_distribution<Nanoseconds> length(shortestPause, longestPause);
-    const Nanoseconds end = m_step > 0 ? m_next += m_step : now() + length(m_random);
+    const Nanoseconds end = m_step > 0 ? nextEvenly() : now() + m_length(m_random);
     while (m_screen.waitForChange(end)) { }
+}
+
+/// Skips the steps that a slow report has taken: the next one would come right behind a tick.
+Nanoseconds Measurement::nextEvenly()
+{
+    do
+        m_next += m_step;
+    while (m_next <= now());
+    return m_next;
 }
 
 } // namespace latency

@@ -8,6 +8,12 @@
 
 namespace latency {
 
+/// The pixel that tells whether a contact has drawn at @p place: beside the cross that its info tag draws.
+constexpr Point watched(Point place)
+{
+    return {place.x + 1, place.y + 1};
+}
+
 /// One report that was followed to its pixel.
 struct Sample
 {
@@ -43,17 +49,25 @@ public:
     /// golden ratio of a tick reaches all times between two ticks in turn, so that few reports tell a small
     /// difference.
     void paceEvenly(Nanoseconds step) { m_step = step; }
+    /// Makes reports come after random pauses, by default of 10 to 50 ms.
+    void pauseBetween(Nanoseconds shortest, Nanoseconds longest)
+    {
+        m_step = 0;
+        m_length = std::uniform_int_distribution<Nanoseconds>(shortest, longest);
+    }
 
     /// Delivers the reports of @p walk one by one, each when the one before is on the screen.
     std::vector<Sample> run(const Walk &walk);
 
 private:
     void pause();
+    Nanoseconds nextEvenly();
 
     Program &m_program;
     Screen &m_screen;
     const Contacts m_contacts;
     std::mt19937 m_random{1};
+    std::uniform_int_distribution<Nanoseconds> m_length{10 * millisecond, 50 * millisecond};
     Nanoseconds m_step = 0; ///< 0: random pauses
     Nanoseconds m_next = 0; ///< when the next pause ends, with a step
 };

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::uint32_t keySpace = ' ';
 constexpr std::uint32_t keyHelp = 'h';
+constexpr std::uint32_t keyBackspace = 0xff08;
 
 constexpr Nanoseconds watchInterval = 100 * millisecond; // between checks that the program still runs
 constexpr int frame = 10; // pixels: what is looked at in the window lies inside of it
@@ -33,15 +34,21 @@ std::vector<Point> emptyPlaces(const accept::Area &window)
     return {{right, top}, {(left + right) / 2, (top + bottom) / 2}, {left, bottom}, {right, bottom}};
 }
 
-bool isAllWhite(const Picture &picture, const accept::Area &window)
+/// Whether @p isExpected holds for the colour at every place in the window.
+template <typename Condition> bool everywhere(const accept::Area &window, const Condition &isExpected)
 {
     for (int y = window.y + frame; y < window.y + window.height - frame; ++y) {
         for (int x = window.x + frame; x < window.x + window.width - frame; ++x) {
-            if (picture.at({x, y}) != white)
+            if (!isExpected(Point{x, y}))
                 return false;
         }
     }
     return true;
+}
+
+bool isAllWhite(const Picture &picture, const accept::Area &window)
+{
+    return everywhere(window, [&picture](Point place) { return picture.at(place) == white; });
 }
 
 /// The number that follows @p label in a file of /proc; 0 without one.
@@ -108,6 +115,7 @@ void Program::start(const Paths &paths)
         m_launch.set("BOARDREC_DRIVER", paths.recordedDriverFolder + "/libzorvicboardex.so.1");
         m_launch.set("BOARDREC_CAPTURE", "/dev/null"); // what a disk takes is not the recorder's
     }
+    m_launch.set("QT_QPA_PLATFORM", "xcb"); // the X server's screen is what is watched
     m_launch.set(DeliveryRoom::variable, m_room.path());
     const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
     m_launch.sendOutputTo(nothing); // results are printed there
@@ -192,7 +200,31 @@ void Program::prepare(bool tags)
     press(keyHelp); // comes last: once it has taken effect, so have those before
     await([this] { return isAllWhite(m_screen.picture(), m_window); },
           "the help text does not vanish; is another window in front?");
+    keepEmpty();
+}
+
+void Program::show(std::uint32_t key)
+{
+    press(key);
+    await([this] { return !isAllWhite(m_screen.picture(), m_window); }, "a pattern does not appear");
+    keepEmpty();
+}
+
+void Program::clear()
+{
+    press(keyBackspace);
+    const auto isEmpty = [this] {
+        const Picture picture = m_screen.picture();
+        return everywhere(m_window, [&](Point place) { return picture.at(place) == m_empty.at(place); });
+    };
+    await(isEmpty, "the strokes cannot be wiped away");
     m_screen.settle(watchInterval, now() + patience);
+}
+
+void Program::keepEmpty()
+{
+    m_screen.settle(watchInterval, now() + patience);
+    m_empty = m_screen.picture();
 }
 
 const Delivery *Program::deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
@@ -246,7 +278,7 @@ Nanoseconds Program::awaitStrokes(const std::vector<Point> &points, const std::v
         }
         check();
         if (now() > deadline)
-            throw std::runtime_error("a report has not reached the screen");
+            throw std::runtime_error("a report has not reached its place on the screen");
     }
 }
 

@@ -75,6 +75,11 @@ public:
     /// off.
     void prepare(bool tags);
 
+    /// Shows the pattern of a key instead of white; @p key as in keysymdef.h.
+    void show(std::uint32_t key);
+    /// Wipes all strokes away, while no contact is down.
+    void clear();
+
     /// Delivers @p reports on the driver's thread, one every @p interval, and waits until all have been
     /// delivered. Returns the deliveries with their times, valid until the next call.
     const Delivery *deliver(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval = 0);
@@ -100,12 +105,14 @@ private:
     void awaitFirstPicture();
     template <typename Condition> void await(const Condition &isReached, const char *failure);
     void press(std::uint32_t key);
+    void keepEmpty();
     void end();
 
     Screen &m_screen;
     const SharedRoom m_room;
     lab::Launch m_launch;
     accept::Area m_window;
+    Picture m_empty; ///< of the screen, before anything is drawn
     clockid_t m_clock = 0;
     Nanoseconds m_started = 0;
     Nanoseconds m_timeToFirstPicture = 0;

@@ -1,0 +1,154 @@
+#include "commands/command.h"
+#include "commands/files.h"
+#include "commands/latencytext.h"
+#include "commands/virtualscreen.h"
+#include "commands/window.h"
+
+#include "page/latencychart.h"
+
+#include "capture/newfile.h"
+#include "latency/experiment.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace lab {
+
+namespace {
+
+struct Options
+{
+    std::string program;
+    std::optional<int> contacts;
+    std::string tags; ///< "on" or "off"; empty for both
+    int samples = 100;
+    bool headless = false;
+    std::string size;
+    std::string output;
+    bool json = false;
+};
+
+latency::Plan planOf(const Options &options)
+{
+    latency::Plan plan;
+    plan.contacts = options.contacts ? std::vector<int>{*options.contacts} : std::vector<int>{1, 2, 5, 10};
+    plan.tags =
+        options.tags.empty() ? std::vector<bool>{true, false} : std::vector<bool>{options.tags == "on"};
+    plan.samples = options.samples;
+    return plan;
+}
+
+/// The screen of --headless, which becomes that of DISPLAY; null if it cannot be started, which one line on
+/// standard error has told.
+std::unique_ptr<VirtualScreen> screenOf(const Options &options)
+{
+    auto screen = options.size.empty() ? std::make_unique<VirtualScreen>()
+                                       : std::make_unique<VirtualScreen>(options.size);
+    if (!screen->isThere())
+        return nullptr;
+    setenv("DISPLAY", screen->display().c_str(), 1);
+    return screen;
+}
+
+bool hasServer()
+{
+    if (knowsWindows())
+        return true;
+    const char *const display = std::getenv("DISPLAY");
+    if (display && *display)
+        std::fprintf(stderr, "lanternix-lab: no X server answers at DISPLAY %s; use --headless\n", display);
+    else
+        std::fprintf(stderr, "lanternix-lab: DISPLAY names no X server; use --headless\n");
+    return false;
+}
+
+/// Whether a file can be written, before it is measured for a minute. One line on standard error says if not.
+bool canWrite(const std::string &name)
+{
+    return name.empty() || capture::NewFile(name).stream();
+}
+
+int tell(const Options &options, const latency::Outcome &outcome)
+{
+    std::fputs((options.json ? latencyJson(outcome) : latencyText(outcome)).c_str(), stdout);
+    if (options.output.empty())
+        return success;
+    capture::NewFile file(options.output);
+    file.write(page::latencyChart(outcome));
+    return file.finish() ? success : unreadable;
+}
+
+int run(const Options &options)
+{
+    const std::string program = options.program.empty() ? findProgram() : options.program;
+    const std::string driver = program.empty() ? "" : findLatencyDriver();
+    if (driver.empty())
+        return unreadable;
+    std::unique_ptr<VirtualScreen> screen;
+    if (options.headless && !(screen = screenOf(options)))
+        return unreadable;
+    if (!hasServer() || !canWrite(options.output))
+        return unreadable;
+    if (isatty(STDERR_FILENO) != 0)
+        std::fprintf(stderr, "measuring; leave keyboard, pointer and board alone\n");
+    try {
+        latency::Screen watched;
+        return tell(options, latency::measure({program, folderOf(driver)}, watched, planOf(options)));
+    } catch (const latency::NotStarted &) {
+        return unreadable;
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "lanternix-lab: %s: %s\n", program.c_str(), error.what());
+        return unreadable;
+    }
+}
+
+/// What is wrong with a size of a screen; nothing if it is good.
+std::string faultOf(const std::string &size)
+{
+    int width = 0;
+    int height = 0;
+    int end = 0;
+    const bool isSize = std::sscanf(size.c_str(), "%4dx%4d%n", &width, &height, &end) == 2
+        && static_cast<std::size_t>(end) == size.size();
+    if (isSize && width >= 800 && width <= 7680 && height >= 600 && height <= 4320)
+        return {};
+    return size + " is no size from 800x600 to 7680x4320";
+}
+
+} // namespace
+
+void addLatency(CLI::App &lab, int &status)
+{
+    CLI::App &command = *lab.add_subcommand(
+        "latency", "Measure how long a report takes from the driver's callback to the pixel");
+    const auto options = std::make_shared<Options>();
+    command.add_option("PROGRAM", options->program, "Measure this program; by default lanternix");
+    command.add_option("--contacts", options->contacts, "Only so many contacts; by default 1, 2, 5 and 10")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 10));
+    command.add_option("--tags", options->tags, "Only with info tags, or only without; by default both")
+        ->check(CLI::IsMember({"on", "off"}));
+    command.add_option("--samples", options->samples, "How many reports to measure for each row")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 10000))
+        ->capture_default_str();
+    CLI::Option *const headless =
+        command.add_flag("--headless", options->headless, "Use a screen of its own, which nobody sees");
+    command.add_option("--size", options->size, "How large that screen is, such as 1920x1080")
+        ->type_name("WIDTHxHEIGHT")
+        ->check(faultOf)
+        ->needs(headless);
+    command
+        .add_option("-o,--output", options->output, "Also draw the distributions into this file, as an SVG")
+        ->type_name("OUT.svg");
+    command.add_flag("--json", options->json, "Print one JSON object");
+    command.callback([options, &status] { status = run(*options); });
+}
+
+} // namespace lab
