@@ -201,6 +201,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueRow{"FilesForAShortOption", {"record", "-o", "a"}, {"a b.jsonl"}},
                     ValueRow{"Kinds", {"show", "--kind", "e"}, {"erase"}},
                     ValueRow{"Speeds", {"replay", "--speed", "m"}, {"max"}},
+                    ValueRow{"OnOrOff", {"latency", "--tags", "o"}, {"on", "off"}},
                     ValueRow{"Figures", {"watch", "--fail-on", "lost"}, {"lost_count>"}},
                     ValueRow{"FiguresOfAReport", {"report", "--fail-on", "ghost"}, {"ghost_count>"}},
                     ValueRow{"Faults", {"torture", "--run", "flo"}, {"flood"}},

@@ -37,11 +37,11 @@ struct Delivery
     unsigned char report[longestReport] = {};
 };
 
-/// The memory that the probe and the program's driver share; both have mapped it. The probe fills in reports
-/// and posts requested; the driver's thread delivers them and posts delivered.
+/// The memory that the measurement and the program's driver share; both have mapped it. The measurement fills
+/// in reports and posts requested; the driver's thread delivers them and posts delivered.
 struct DeliveryRoom
 {
-    static constexpr const char *variable = "PROBE_DELIVERIES"; ///< names the file for the driver
+    static constexpr const char *variable = "LATENCY_DELIVERIES"; ///< names the file for the driver
     static constexpr int capacity = 120'000;
 
     sem_t requested;

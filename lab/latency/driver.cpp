@@ -1,5 +1,5 @@
-// The driver with which the probe runs the program. It has one board, whose reports are delivered on their
-// own thread when the probe asks for them.
+// The driver with which the program is measured. It has one board, whose reports are delivered on their
+// own thread when the measurement asks for them.
 
 #include "latency/deliveries.h"
 
@@ -46,14 +46,14 @@ public:
         const char *const path = std::getenv(DeliveryRoom::variable);
         const int file = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
         if (file < 0) {
-            std::fprintf(stderr, "probe driver: cannot open the file that %s names\n",
+            std::fprintf(stderr, "latency driver: cannot open the file that %s names\n",
                          DeliveryRoom::variable);
             return false;
         }
         void *const memory = mmap(nullptr, sizeof(DeliveryRoom), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         close(file);
         if (memory == MAP_FAILED) {
-            std::perror("probe driver: mmap");
+            std::perror("latency driver: mmap");
             return false;
         }
         m_room = static_cast<DeliveryRoom *>(memory);

@@ -150,7 +150,7 @@ void Program::awaitFirstPicture()
     m_screen.settle(watchInterval, deadline);
     m_window = lab::windowOf(m_launch.process()).value_or(accept::Area());
     if (!m_room->registered)
-        throw std::runtime_error("the program has not registered with the probe's driver");
+        throw std::runtime_error("the program has not registered with the driver that measures");
 }
 
 void Program::end()

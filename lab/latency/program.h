@@ -14,7 +14,7 @@
 
 namespace latency {
 
-/// Where the program and the probe's driver are.
+/// Where the program and the driver that measures are.
 struct Paths
 {
     std::string program;      ///< file
@@ -53,8 +53,8 @@ private:
     DeliveryRoom *m_room = nullptr;
 };
 
-/// The program, run with the probe's driver on a screen on which nothing else changes. Every operation throws
-/// std::runtime_error if the program ends, or does not do in time what is waited for.
+/// The program, run with the driver that measures on a screen on which nothing else changes. Every operation
+/// throws std::runtime_error if the program ends, or does not do in time what is waited for.
 class Program
 {
 public:
@@ -91,7 +91,7 @@ public:
     /// seen.
     Nanoseconds awaitStrokes(const std::vector<Point> &points, const std::vector<Colour> &before);
 
-    /// Of all its threads, including those that have ended, without what the probe's driver takes for itself.
+    /// Of all its threads, including those that have ended, without what the driver takes for itself.
     Nanoseconds processorTime() const;
     /// How often its threads have waited and been woken up; threads that have ended do not count.
     long wakeUps() const;
