@@ -116,9 +116,9 @@ std::string faultOf(const std::string &size)
     int end = 0;
     const bool isSize = std::sscanf(size.c_str(), "%4dx%4d%n", &width, &height, &end) == 2
         && static_cast<std::size_t>(end) == size.size();
-    if (isSize && width >= 800 && width <= 7680 && height >= 600 && height <= 4320)
+    if (isSize && width >= 640 && width <= 7680 && height >= 480 && height <= 4320)
         return {};
-    return size + " is no size from 800x600 to 7680x4320";
+    return size + " is no size from 640x480 to 7680x4320";
 }
 
 } // namespace

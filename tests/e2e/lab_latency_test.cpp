@@ -93,16 +93,16 @@ TEST(AMeasurementOfLatency, NeedsNoScreenAndWipesAWindowThatIsFull)
     LabRun run;
     QProcess lab;
 
-    // Five contacts have fewer places than that on the colour field of a small window.
+    // Six contacts have fewer places than that on the colour field of a small window.
     run.start(
         lab,
-        {"latency", "--headless", "--size", "800x600", "--contacts", "5", "--tags", "off", "--samples", "62"},
+        {"latency", "--headless", "--size", "640x480", "--contacts", "6", "--tags", "off", "--samples", "45"},
         "log.jsonl");
 
     ASSERT_EQ(statusOf(lab), 0) << lab.readAllStandardError().toStdString();
     const std::string text = lab.readAllStandardOutput().toStdString();
-    EXPECT_NE(text.find("on a screen of 800 x 600"), std::string::npos) << text;
-    EXPECT_NE(text.find("\n  colour field                    62 "), std::string::npos) << text;
+    EXPECT_NE(text.find("on a screen of 640 x 480"), std::string::npos) << text;
+    EXPECT_NE(text.find("\n  colour field                    45 "), std::string::npos) << text;
     EXPECT_NE(text.find(" ms are the tick's own; "), std::string::npos) << text;
 }
 
@@ -193,13 +193,13 @@ INSTANTIATE_TEST_SUITE_P(
                    "--size requires --headless; see lanternix-lab --help"},
         RefusalRow{"NoSize",
                    {"--headless", "--size", "large"},
-                   "--size: large is no size from 800x600 to 7680x4320; see lanternix-lab --help"},
+                   "--size: large is no size from 640x480 to 7680x4320; see lanternix-lab --help"},
         RefusalRow{"ATinySize",
-                   {"--headless", "--size", "640x480"},
-                   "--size: 640x480 is no size from 800x600 to 7680x4320; see lanternix-lab --help"},
+                   {"--headless", "--size", "320x240"},
+                   "--size: 320x240 is no size from 640x480 to 7680x4320; see lanternix-lab --help"},
         RefusalRow{"ASizeWithATail",
                    {"--headless", "--size", "1920x1080x24"},
-                   "--size: 1920x1080x24 is no size from 800x600 to 7680x4320; see lanternix-lab --help"},
+                   "--size: 1920x1080x24 is no size from 640x480 to 7680x4320; see lanternix-lab --help"},
         RefusalRow{"AProgramThatIsMissing", {"/no/program"}, "/no/program: No such file or directory"},
         RefusalRow{"AProgramThatIsAText", {"TEXT"}, "TEXT: Exec format error"},
         RefusalRow{"AProgramThatEnds", {"/bin/true"}, "/bin/true: the program ended with status 0"}),
