@@ -1,0 +1,195 @@
+#!/usr/bin/env python3
+"""What scripts/mutate runs: builds the mutants, tries them and reports.
+
+Usage: mutate.py PROJECT [--jobs N] [--sample N [--seed S]] [--file REGEX] [--resume] [--list]
+                       [--more-time SECONDS]
+"""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import pathlib
+import random
+import re
+import sys
+import threading
+
+import instrument
+import trial
+from instrument import Failure
+
+EQUIVALENT = "scripts/mutation/equivalent.txt"
+COLUMNS = ["mutants", "killed", "killed by time", "lived", "not reached", "equivalent"]
+
+
+class Explained:
+    """The mutants that no test can kill, with the reason: blocks of four lines with the file, the line of the source,
+    the mutation and the reason."""
+
+    def __init__(self, project, mutants):
+        self.reasons = {}
+        path = project / EQUIVALENT
+        if not path.exists():
+            return
+        lines = path.read_text().splitlines()
+        block = []
+        for number, line in enumerate(lines + [""], 1):
+            if line.startswith("#"):
+                continue
+            if line.strip():
+                block.append(line.strip())
+            elif block:
+                self.add(block, number - len(block), mutants)
+                block = []
+
+    def add(self, block, line, mutants):
+        if len(block) < 4:
+            raise Failure(f"{EQUIVALENT}:{line}: an entry has a file, a line, a mutation and a reason")
+        file, text, mutation = block[:3]
+        found = [number for number, mutant in enumerate(mutants)
+                 if (mutant.file, mutant.text, f"{mutant.original} -> {mutant.mutated}") == (file, text, mutation)]
+        if not found:
+            raise Failure(f"{EQUIVALENT}:{line}: no mutant of {file} is \"{mutation}\" in such a line")
+        self.reasons |= dict.fromkeys(found, " ".join(block[3:]))
+
+
+class Results:
+    """The verdicts, a line each as soon as it is known, so that an interrupted run can be continued."""
+
+    def __init__(self, folder, fingerprint, resume):
+        self.path = folder / "results.jsonl"
+        self.by_name = {}
+        self.lock = threading.Lock()
+        if resume and self.path.exists():
+            self.read(fingerprint)
+        else:
+            self.path.write_text(json.dumps({"sources": fingerprint}) + "\n")
+
+    def read(self, fingerprint):
+        whole = [line for line in self.path.read_text().splitlines(keepends=True) if line.endswith("\n")]
+        entries = [json.loads(line) for line in whole]
+        if not entries or entries[0].get("sources") != fingerprint:
+            raise Failure(f"{self.path} is of other sources; run again without --resume")
+        self.by_name = {entry["mutant"]: entry for entry in entries[1:]}
+        self.path.write_text("".join(whole))  # without a line that was cut off
+
+    def add(self, name, entry):
+        with self.lock:
+            self.by_name[name] = {"mutant": name} | entry
+            with open(self.path, "a", encoding="utf-8") as file:
+                file.write(json.dumps(self.by_name[name]) + "\n")
+
+
+def chosen(build, options):
+    """The numbers of the mutants to try."""
+    numbers = [number for number, mutant in enumerate(build.mutants)
+               if number not in build.left_out and re.search(options.file, mutant.name)]
+    if options.sample and options.sample < len(numbers):
+        numbers = sorted(random.Random(options.seed).sample(numbers, options.sample))
+    if not numbers:
+        raise Failure(f"no mutant matches \"{options.file}\"")
+    return numbers
+
+
+def try_all(numbers, build, reach, results, options):
+    """Tries the mutants that have no verdict yet, several at once."""
+    waiting = [number for number in numbers if build.mutants[number].name not in results.by_name]
+    done = 0
+
+    def attempt(number):
+        results.add(build.mutants[number].name, trial.verdict(number, reach.cases, options.more_time))
+        return number
+
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        for future in concurrent.futures.as_completed([pool.submit(attempt, number) for number in waiting]):
+            done += 1
+            entry = results.by_name[build.mutants[future.result()].name]
+            print(f"{done} of {len(waiting)}: {entry['result']} ({entry['cases']} cases, {entry['seconds']} s): "
+                  f"{entry['mutant']}", file=sys.stderr, flush=True)
+
+
+def table(rows):
+    """Rows of cells, as wide as the widest; the first column is text."""
+    widths = [max(map(len, column)) for column in zip(*rows)]
+    return "\n".join("  ".join([row[0].ljust(widths[0])] + list(map(str.rjust, row[1:], widths[1:]))) for row in rows)
+
+
+def counts(entries):
+    """@p entries: of each mutant its result, "equivalent" if it is explained and lived."""
+    return [len(entries)] + [entries.count(name) for name in COLUMNS[1:]]
+
+
+def report(numbers, build, explained, results):
+    """Prints everything, and returns whether a mutant lives or is not reached without an explanation."""
+    of_file = {}
+    listed = []
+    wrong = []
+    for number in numbers:
+        mutant = build.mutants[number]
+        result = results.by_name[mutant.name]["result"]
+        if number in explained.reasons and result.startswith("killed"):
+            wrong.append(f"{EQUIVALENT}: {results.by_name[mutant.name]['by']} kills {mutant.name}")
+        elif number in explained.reasons:
+            result = "equivalent"
+        if result in ("lived", "not reached"):
+            listed.append(f"{result}, {number}: {mutant.name}")
+        of_file.setdefault(mutant.file, []).append(result)
+    rows = [["file"] + COLUMNS]
+    rows += [[file] + list(map(str, counts(entries))) for file, entries in sorted(of_file.items())]
+    every = counts(sum(of_file.values(), []))
+    print(table(rows + [["all"] + list(map(str, every))]))
+    print_left_out(build)
+    if listed:
+        print("\n" + "\n".join(listed))
+    killed, possible = every[1] + every[2], every[0] - every[5]
+    print(f"\nscore: {100 * killed / max(1, possible):.1f} percent, {killed} of {possible} that are not equivalent")
+    if wrong:
+        raise Failure("; ".join(wrong))
+    return bool(listed)
+
+
+def print_left_out(build):
+    if build.left_out:
+        print(f"\nleft out, since they do not compile: {len(build.left_out)}")
+        for number, cause in sorted(build.left_out.items()):
+            print(f"  {build.mutants[number].name}: {cause}")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("project", type=pathlib.Path)
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--sample", type=int, default=0)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--file", default="")
+    parser.add_argument("--more-time", type=float, default=5, help="seconds that a test may take longer than usual")
+    parser.add_argument("--resume", action="store_true")
+    parser.add_argument("--list", action="store_true")
+    options = parser.parse_args()
+    project = options.project.resolve()
+    folder = project / "build" / "mutation"
+    folder.mkdir(parents=True, exist_ok=True)
+
+    build = instrument.Build(project, folder, options.jobs)
+    build.make()
+    explained = Explained(project, build.mutants)
+    numbers = chosen(build, options)
+    if options.list:
+        print("\n".join(f"{number}: {build.mutants[number].name}" for number in numbers))
+        return 0
+    results = Results(folder, build.fingerprint, options.resume)
+    reach = trial.Reach(trial.cases_of(build.build), build.mutants, build.fingerprint, folder, options.jobs)
+    for name in reach.failing:
+        print(f"scripts/mutate: {name} fails on the unchanged program and is left out", file=sys.stderr)
+    try_all(numbers, build, reach, results, options)
+    return 1 if report(numbers, build, explained, results) else 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except re.error as error:
+        sys.exit(f"scripts/mutate: --file is not a regular expression: {error}")
+    except Failure as failure:
+        sys.exit(f"scripts/mutate: {failure}")

@@ -1,0 +1,151 @@
+"""Runs the tests of an instrumented build: once to see which mutants each of them reaches, then mutant by mutant."""
+
+import concurrent.futures
+import dataclasses
+import hashlib
+import json
+import os
+import pathlib
+import resource
+import select
+import signal
+import subprocess
+import tempfile
+import time
+
+from instrument import Failure, without_choice
+
+PATIENCE = 120  # seconds for a test of the unchanged program, if it has no limit of its own
+MEMORY = 16 << 30  # bytes of addresses, so that a mutant that allocates for ever ends
+FILE_SIZE = 1 << 30  # bytes, for one that writes for ever
+
+
+@dataclasses.dataclass
+class Case:
+    """A test of ctest."""
+
+    name: str
+    command: list
+    folder: str
+    environment: dict
+    patience: float
+    seconds: float = 0  # that it takes on the unchanged program
+    reached: frozenset = frozenset()
+
+    def limit(self, more):
+        return 5 * self.seconds + more
+
+
+@dataclasses.dataclass
+class Ending:
+    passed: bool
+    timed_out: bool
+    seconds: float
+
+
+def cases_of(build):
+    """All tests that the build has, in ctest's order."""
+    listed = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], capture_output=True, text=True,
+                            check=False)
+    if listed.returncode != 0:
+        raise Failure(f"ctest cannot list the tests of {build}")
+    cases = []
+    for test in json.loads(listed.stdout)["tests"]:
+        properties = {entry["name"]: entry["value"] for entry in test.get("properties", [])}
+        if properties.get("DISABLED") or "command" not in test:
+            continue
+        cases.append(Case(test["name"], test["command"], properties.get("WORKING_DIRECTORY", str(build)),
+                          dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", [])),
+                          properties.get("TIMEOUT", PATIENCE)))
+    if not cases:
+        raise Failure(f"{build} has no tests")
+    return cases
+
+
+def limit_resources():
+    """In the child, before the test's program starts."""
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE, FILE_SIZE))
+
+
+def run(case, limit, **variables):
+    """Runs a test in a process group of its own, of which nothing is left afterwards, with a temporary folder of its
+    own, which a test that crashes leaves full."""
+    with tempfile.TemporaryDirectory(prefix="lx-", ignore_cleanup_errors=True) as folder:
+        environment = without_choice() | case.environment | variables
+        environment |= {"TMPDIR": folder, "XDG_RUNTIME_DIR": folder}
+        began = time.monotonic()
+        with subprocess.Popen(case.command, cwd=case.folder, env=environment, stdin=subprocess.DEVNULL,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
+                              preexec_fn=limit_resources) as process:
+            handle = os.pidfd_open(process.pid)
+            poll = select.poll()
+            poll.register(handle, select.POLLIN)
+            ended = bool(poll.poll(1000 * limit))
+            os.close(handle)
+            # Before the process is waited for: until then the group's number cannot be another's.
+            os.killpg(process.pid, signal.SIGKILL)
+            status = process.wait()
+    return Ending(ended and status == 0, not ended, time.monotonic() - began)
+
+
+class Reach:
+    """Which mutants each case reaches, kept for later runs with the same program and sources."""
+
+    def __init__(self, cases, mutants, fingerprint, folder, jobs):
+        self.mutants = mutants
+        self.fingerprint = fingerprint
+        self.kept = folder / "reach.json"
+        self.hashes = {}
+        self.failing = []
+        known = json.loads(self.kept.read_text()) if self.kept.exists() else {}
+        self.entries = {}
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            keys = [self.key(case) for case in cases]
+            results = pool.map(lambda pair: known.get(pair[0]) or self.measure(pair[1]), zip(keys, cases))
+            for key, case, entry in zip(keys, cases, results):
+                if entry is None:
+                    self.failing.append(case.name)
+                    continue
+                self.entries[key] = entry
+                case.seconds, case.reached = entry["seconds"], frozenset(entry["reached"])
+        self.kept.write_text(json.dumps(self.entries))
+        self.cases = sorted((case for case in cases if case.reached), key=lambda case: case.seconds)
+
+    def key(self, case):
+        program = case.command[0]
+        if program not in self.hashes:
+            self.hashes[program] = hashlib.sha256(pathlib.Path(program).read_bytes()).hexdigest()
+        parts = [self.fingerprint, self.hashes[program], *case.command]
+        return hashlib.sha256("\0".join(parts).encode()).hexdigest()
+
+    def measure(self, case):
+        """None for a test that fails on the unchanged program, twice in a row."""
+        for _ in range(2):
+            with tempfile.NamedTemporaryFile(prefix="lx-reached-") as file:
+                os.ftruncate(file.fileno(), max(1, len(self.mutants)))
+                ending = run(case, case.patience, LANTERNIX_REACHED=file.name)
+                if ending.passed:
+                    reached = [number for number, byte in enumerate(file.read()) if byte]
+                    return {"seconds": ending.seconds, "reached": reached}
+        return None
+
+
+def verdict(number, cases, more_time):
+    """Runs the cases that reach a mutant until one tells it from the unchanged program, and returns what is noted. A
+    case that then fails on the unchanged program, too, has told nothing."""
+    began = time.monotonic()
+    unsteady = []
+    reaching = [case for case in cases if number in case.reached]
+    for tried, case in enumerate(reaching, 1):
+        ending = run(case, case.limit(more_time), LANTERNIX_MUTANT=str(number))
+        if ending.passed:
+            continue
+        if not run(case, case.limit(more_time)).passed:
+            unsteady.append(case.name)
+            continue
+        return {"result": "killed by time" if ending.timed_out else "killed", "by": case.name, "cases": tried,
+                "unsteady": unsteady, "seconds": round(time.monotonic() - began, 2)}
+    return {"result": "lived" if reaching else "not reached", "cases": len(reaching), "unsteady": unsteady,
+            "seconds": round(time.monotonic() - began, 2)}
