@@ -294,6 +294,21 @@ TEST_F(Verdicts, AreOfTheSameMutantsForTheSameSeed)
     EXPECT_NE(first.lines, s_project->mutate({"--list", "--sample", "3", "--seed", "6"}).lines);
 }
 
+TEST(ATestThatAlwaysFails, KillsNoMutant)
+{
+    const Project project("int one() { return 1; }\n", "int one();\nint main() { return one(); }\n");
+
+    const Answer answer = project.mutate();
+
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_EQ(answer.lines.value(1).toStdString(),
+              "src/small.cpp        1       0               0      0            1           0");
+    for (const char *test : {"first", "second"})
+        EXPECT_TRUE(answer.errors.contains(QByteArray("scripts/mutate: ") + test
+                                           + " fails on the unchanged program and is left out\n"))
+            << answer.errors.constData();
+}
+
 struct Fault
 {
     const char *name;

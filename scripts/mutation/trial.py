@@ -10,7 +10,9 @@ import resource
 import select
 import signal
 import subprocess
+import sys
 import tempfile
+import threading
 import time
 
 from instrument import Failure, without_choice
@@ -91,27 +93,37 @@ def run(case, limit, **variables):
 
 
 class Reach:
-    """Which mutants each case reaches, kept for later runs with the same program and sources."""
+    """Which mutants each case reaches, kept case by case for later runs with the same program and sources."""
 
     def __init__(self, cases, mutants, fingerprint, folder, jobs):
         self.mutants = mutants
         self.fingerprint = fingerprint
-        self.kept = folder / "reach.json"
+        self.kept = folder / "reach.jsonl"
+        self.lock = threading.Lock()
         self.hashes = {}
         self.failing = []
-        known = json.loads(self.kept.read_text()) if self.kept.exists() else {}
-        self.entries = {}
+        entries = {self.key(case): None for case in cases}
+        entries |= self.read(entries)
+        waiting = [case for case in cases if entries[self.key(case)] is None]
+        if waiting:
+            print(f"{len(waiting)} of {len(cases)} tests run to see what they reach", file=sys.stderr, flush=True)
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-            keys = [self.key(case) for case in cases]
-            results = pool.map(lambda pair: known.get(pair[0]) or self.measure(pair[1]), zip(keys, cases))
-            for key, case, entry in zip(keys, cases, results):
-                if entry is None:
-                    self.failing.append(case.name)
-                    continue
-                self.entries[key] = entry
-                case.seconds, case.reached = entry["seconds"], frozenset(entry["reached"])
-        self.kept.write_text(json.dumps(self.entries))
+            entries |= {entry["key"]: entry for entry in pool.map(self.measure, waiting)}
+        for case in cases:
+            entry = entries[self.key(case)]
+            case.seconds, case.reached = entry["seconds"], frozenset(entry["reached"])
+            if not entry["passed"]:
+                self.failing.append(case.name)
         self.cases = sorted((case for case in cases if case.reached), key=lambda case: case.seconds)
+
+    def read(self, wanted):
+        """What earlier runs have kept for these keys; the rest, and a line that was cut off, is dropped."""
+        if not self.kept.exists():
+            return {}
+        lines = [line for line in self.kept.read_text().splitlines(keepends=True) if line.endswith("\n")]
+        entries = [entry for entry in map(json.loads, lines) if entry["key"] in wanted and entry["passed"]]
+        self.kept.write_text("".join(json.dumps(entry) + "\n" for entry in entries))
+        return {entry["key"]: entry for entry in entries}
 
     def key(self, case):
         program = case.command[0]
@@ -121,15 +133,19 @@ class Reach:
         return hashlib.sha256("\0".join(parts).encode()).hexdigest()
 
     def measure(self, case):
-        """None for a test that fails on the unchanged program, twice in a row."""
+        """A test that fails on the unchanged program twice in a row reaches nothing."""
+        entry = {"key": self.key(case), "passed": False, "seconds": 0, "reached": []}
         for _ in range(2):
             with tempfile.NamedTemporaryFile(prefix="lx-reached-") as file:
                 os.ftruncate(file.fileno(), max(1, len(self.mutants)))
                 ending = run(case, case.patience, LANTERNIX_REACHED=file.name)
                 if ending.passed:
                     reached = [number for number, byte in enumerate(file.read()) if byte]
-                    return {"seconds": ending.seconds, "reached": reached}
-        return None
+                    entry |= {"passed": True, "seconds": ending.seconds, "reached": reached}
+                    break
+        with self.lock, open(self.kept, "a", encoding="utf-8") as kept:
+            kept.write(json.dumps(entry) + "\n")
+        return entry
 
 
 def verdict(number, cases, more_time):
