@@ -82,11 +82,11 @@ class Results:
 
 
 def chosen(build, options):
-    """The numbers of the mutants to try."""
+    """The numbers of the mutants to try; a sample keeps the order of chance, so that its beginning is a sample, too."""
     numbers = [number for number, mutant in enumerate(build.mutants)
                if number not in build.left_out and re.search(options.file, mutant.name)]
     if options.sample and options.sample < len(numbers):
-        numbers = sorted(random.Random(options.seed).sample(numbers, options.sample))
+        numbers = random.Random(options.seed).sample(numbers, options.sample)
     if not numbers:
         raise Failure(f"no mutant matches \"{options.file}\"")
     return numbers
@@ -125,7 +125,7 @@ def report(numbers, build, explained, results):
     of_file = {}
     listed = []
     wrong = []
-    for number in numbers:
+    for number in sorted(numbers):
         mutant = build.mutants[number]
         result = results.by_name[mutant.name]["result"]
         if number in explained.reasons and result.startswith("killed"):
@@ -176,7 +176,7 @@ def main():
     explained = Explained(project, build.mutants)
     numbers = chosen(build, options)
     if options.list:
-        print("\n".join(f"{number}: {build.mutants[number].name}" for number in numbers))
+        print("\n".join(f"{number}: {build.mutants[number].name}" for number in sorted(numbers)))
         return 0
     results = Results(folder, build.fingerprint, options.resume)
     reach = trial.Reach(trial.cases_of(build.build), build.mutants, build.fingerprint, folder, options.jobs)
