@@ -88,6 +88,21 @@ TEST_F(AFullBacklog, HoldsNothingUpWhileTheDriverIsCalled)
     again.join();
 }
 
+TEST(ABacklog, LetsAReportThroughIfNoMoreThanEnoughIsOnItsWay)
+{
+    Backlog backlog(for_ever);
+    backlog.follow();
+    backlog.sent(Backlog::enough - 1); // the report itself is the rest
+
+    std::thread driver([&backlog] { backlog.sent(0); });
+    while (backlog.waiting() < 2 && backlog.heldUp() == 0)
+        std::this_thread::yield();
+
+    EXPECT_EQ(backlog.heldUp(), 0);
+    backlog.handled(Backlog::enough - 1);
+    driver.join();
+}
+
 TEST(ABacklog, HoldsAReportUpForAWhileOnly)
 {
     Backlog backlog(std::chrono::milliseconds(1));
