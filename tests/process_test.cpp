@@ -16,6 +16,7 @@
 
 #include <fcntl.h>
 #include <malloc.h>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -78,6 +79,28 @@ TEST(TheProcess, SharesOneHeapAmongItsThreads)
         render.wait();
 
     EXPECT_EQ(heaps(), before);
+}
+
+/// Of a thread that is started now, in bytes.
+std::size_t stack_size()
+{
+    pthread_attr_t attributes{};
+    EXPECT_EQ(pthread_getattr_default_np(&attributes), 0);
+    std::size_t size = 0;
+    EXPECT_EQ(pthread_attr_getstacksize(&attributes, &size), 0);
+    pthread_attr_destroy(&attributes);
+    return size;
+}
+
+TEST(SmallStacks, AreThoseOfTheThreadsThatAreStartedMeanwhile)
+{
+    const std::size_t former = stack_size();
+    {
+        const process::SmallStacks small;
+        EXPECT_EQ(stack_size(), std::size_t{1} << 20);
+    }
+
+    EXPECT_EQ(stack_size(), former);
 }
 
 /// Ends the process with status 0 if nothing that is opened afterwards gets the number of a standard stream.
