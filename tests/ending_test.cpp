@@ -10,6 +10,8 @@
 #include <new>
 #include <thread>
 
+#include <unistd.h>
+
 namespace {
 
 constexpr int handled[] = {SIGTERM, SIGINT, SIGHUP};
@@ -56,6 +58,25 @@ TEST_P(AnEnding, LeavesASignalIgnoredThatTheProcessIgnores)
     QMetaObject::invokeMethod(&dialog, &LanternixDialog::close, Qt::QueuedConnection);
 
     EXPECT_EQ(ending.run(dialog), 0);
+}
+
+/// The number that the next file to be opened gets.
+int lowest_free_number()
+{
+    const int file = dup(STDERR_FILENO);
+    close(file);
+    return file;
+}
+
+TEST(AnEndingThatIsOver, LeavesNoFileOpen)
+{
+    const auto begin_and_end = [] { const Ending ending; };
+    begin_and_end(); // what Qt opens once stays open
+    const int before = lowest_free_number();
+
+    begin_and_end();
+
+    EXPECT_EQ(lowest_free_number(), before);
 }
 
 TEST(AnAllocationThatFails, EndsTheProcessWithOneLineAndDetaches)
