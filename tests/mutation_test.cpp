@@ -268,6 +268,18 @@ TEST_F(Verdicts, DoNotCountWhatIsExplained)
     EXPECT_EQ(answer.lines.last().toStdString(), "score: 100.0 percent, 1 of 1 that are not equivalent");
 }
 
+TEST_F(Verdicts, OfOneOfTwoEqualLinesAreExplainedWithTheLineAbove)
+{
+    const Project project("int f(int a)\n{\nif (a)\nreturn 2;\nelse\nreturn 2;\n}\n", "int main() {}\n");
+    project.write(explained, "src/small.cpp\nelse return 2;\n2 -> 2 + 1\nNobody asks.\n");
+
+    const Answer answer = project.mutate();
+
+    EXPECT_EQ(answer.lines.value(1).toStdString(),
+              "src/small.cpp        2       0               0      0            1           1")
+        << answer.errors.constData();
+}
+
 TEST_F(Verdicts, OfAnInterruptedRunAreKept)
 {
     s_project->mutate({"--file", "cpp:1:"});

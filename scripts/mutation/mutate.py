@@ -27,8 +27,10 @@ class Explained:
     """The mutants that no test can kill, with the reason: blocks of four lines with the file, the line of the source,
     the mutation and the reason."""
 
-    def __init__(self, project, mutants):
+    def __init__(self, project, build):
         self.reasons = {}
+        self.lines = {path: [""] + text.decode().splitlines() for path, text in build.sources.items()}
+        mutants = build.mutants
         path = project / EQUIVALENT
         if not path.exists():
             return
@@ -48,7 +50,8 @@ class Explained:
             raise Failure(f"{EQUIVALENT}:{line}: an entry has a file, a line, a mutation and a reason")
         file, text, mutation = block[:3]
         found = [number for number, mutant in enumerate(mutants)
-                 if (mutant.file, mutant.text, f"{mutant.original} -> {mutant.mutated}") == (file, text, mutation)]
+                 if (mutant.file, f"{mutant.original} -> {mutant.mutated}") == (file, mutation)
+                 and text in (mutant.text, f"{self.lines[file][mutant.line - 1].strip()} {mutant.text}")]
         if not found:
             raise Failure(f"{EQUIVALENT}:{line}: no mutant of {file} is \"{mutation}\" in such a line")
         self.reasons |= dict.fromkeys(found, " ".join(block[3:]))
@@ -173,7 +176,7 @@ def main():
 
     build = instrument.Build(project, folder, options.jobs)
     build.make()
-    explained = Explained(project, build.mutants)
+    explained = Explained(project, build)
     numbers = chosen(build, options)
     if options.list:
         print("\n".join(f"{number}: {build.mutants[number].name}" for number in sorted(numbers)))
