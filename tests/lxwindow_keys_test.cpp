@@ -151,6 +151,15 @@ TEST_F(Keys, BackspaceClearsTheStrokes)
 
 // Tests of the window's keys.
 
+TEST_F(Keys, BackspaceLeavesTheInfoTagsAsTheyAre)
+{
+    const bool shown = view->m_show_tags;
+
+    press(Qt::Key_Backspace);
+
+    EXPECT_EQ(view->m_show_tags, shown);
+}
+
 TEST_F(Keys, ReturnLeavesTheMaximizedStateAndComesBack)
 {
     ASSERT_TRUE(dialog.isMaximized());
