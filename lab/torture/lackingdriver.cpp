@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 
@@ -12,9 +13,6 @@
 namespace torture {
 
 namespace {
-
-constexpr char unlikely =
-    'x'; // in place of the name's first character; the hash table still has the true name's
 
 /// An ELF file that is changed in its place.
 class WritableElf
@@ -52,21 +50,33 @@ public:
 private:
     bool hideIn(Elf_Data *symbols, const GElf_Shdr &section, const Lines &functions) const
     {
-        GElf_Shdr names;
-        if (!symbols || !gelf_getshdr(elf_getscn(m_elf, section.sh_link), &names))
-            return true;
         const auto count = static_cast<int>(section.sh_size / section.sh_entsize);
-        for (int index = 0; index < count; ++index) {
+        for (int index = 0; symbols && index < count; ++index) {
             GElf_Sym symbol;
             const char *const name = gelf_getsym(symbols, index, &symbol)
                 ? elf_strptr(m_elf, section.sh_link, symbol.st_name)
                 : nullptr;
             if (!name || std::find(functions.begin(), functions.end(), name) == functions.end())
                 continue;
-            if (pwrite(m_file, &unlikely, 1, static_cast<off_t>(names.sh_offset + symbol.st_name)) != 1)
+            const auto at = section.sh_offset + static_cast<std::size_t>(index) * section.sh_entsize;
+            if (!hide(at + otherAt(), symbol.st_other))
                 return false;
         }
         return true;
+    }
+
+    /// Where the byte with the visibility is in a symbol.
+    std::size_t otherAt() const
+    {
+        return gelf_getclass(m_elf) == ELFCLASS32 ? offsetof(Elf32_Sym, st_other)
+                                                  : offsetof(Elf64_Sym, st_other);
+    }
+
+    bool hide(std::size_t at, unsigned char other) const
+    {
+        constexpr unsigned visibility = 3; // the bits that say it
+        const auto hidden = static_cast<unsigned char>((other & ~visibility) | STV_HIDDEN);
+        return pwrite(m_file, &hidden, 1, static_cast<off_t>(at)) == 1;
     }
 
     const int m_file;
