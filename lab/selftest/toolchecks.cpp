@@ -2,9 +2,11 @@
 #include "commands/temporaryfolder.h"
 #include "selftest/check.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <system_error>
 #include <vector>
 
 // The companion command's own subcommands, on a recording that it makes itself.
@@ -45,6 +47,14 @@ public:
                     "--screenshot", "a.png"});
     }
     const std::string &output() const { return m_errand.output; }
+    /// A copy of the driver, which nobody else has open.
+    std::string ownDriver() const
+    {
+        const std::string copy = path("libzorvicboardex.so.1");
+        std::error_code ignored; // a driver that is missing is told by whoever opens it
+        std::filesystem::copy_file(m_parts.driver, copy, ignored);
+        return copy;
+    }
 
 private:
     const Parts &m_parts;
@@ -85,7 +95,7 @@ std::string checkTool(const Parts &parts, const Tool &tool)
 std::string checkProbe(const Parts &parts)
 {
     Workshop workshop(parts);
-    std::string wrong = workshop.run({"probe", "--driver", parts.driver, "--seconds", "0.5"});
+    std::string wrong = workshop.run({"probe", "--driver", workshop.ownDriver(), "--seconds", "0.5"});
     if (!wrong.empty())
         return wrong;
     return workshop.output().rfind("ready", 0) == 0 ? "" : workshop.output();
@@ -94,8 +104,8 @@ std::string checkProbe(const Parts &parts)
 std::string checkBundle(const Parts &parts)
 {
     Workshop workshop(parts);
-    std::string wrong =
-        workshop.run({"bundle", "--yes", "--seconds", "0", "--driver", parts.driver, "-o", "b.tar.zst"});
+    std::string wrong = workshop.run(
+        {"bundle", "--yes", "--seconds", "0", "--driver", workshop.ownDriver(), "-o", "b.tar.zst"});
     return wrong.empty() && contentsOf(workshop.path("b.tar.zst")).empty() ? "there is no bundle" : wrong;
 }
 
