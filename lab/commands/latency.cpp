@@ -44,8 +44,8 @@ latency::Plan planOf(const Options &options)
     return plan;
 }
 
-/// The screen of --headless, which becomes that of DISPLAY; null if it cannot be started, which one line on
-/// standard error has told.
+/// The screen of --headless and --size, which becomes that of DISPLAY; null if it cannot be started, which
+/// one line on standard error has told.
 std::unique_ptr<VirtualScreen> screenOf(const Options &options)
 {
     auto screen = options.size.empty() ? std::make_unique<VirtualScreen>()
@@ -91,7 +91,8 @@ int run(const Options &options)
     if (driver.empty())
         return unreadable;
     std::unique_ptr<VirtualScreen> screen;
-    if (options.headless && !(screen = screenOf(options)))
+    const bool isOwnScreen = options.headless || !options.size.empty();
+    if (isOwnScreen && !(screen = screenOf(options)))
         return unreadable;
     if (!hasServer() || !canWrite(options.output))
         return unreadable;
@@ -138,12 +139,10 @@ void addLatency(CLI::App &lab, int &status)
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 10000))
         ->capture_default_str();
-    CLI::Option *const headless =
-        command.add_flag("--headless", options->headless, "Use a screen of its own, which nobody sees");
-    command.add_option("--size", options->size, "How large that screen is, such as 1920x1080")
+    command.add_flag("--headless", options->headless, "Use a screen of its own, which nobody sees");
+    command.add_option("--size", options->size, "Use such a screen of this size, such as 1920x1080")
         ->type_name("WIDTHxHEIGHT")
-        ->check(faultOf)
-        ->needs(headless);
+        ->check(faultOf);
     command
         .add_option("-o,--output", options->output, "Also draw the distributions into this file, as an SVG")
         ->type_name("OUT.svg");
