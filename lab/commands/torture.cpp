@@ -118,33 +118,35 @@ void printJson(const std::vector<Row> &rows)
     std::printf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-/// Whether the loader takes the driver; if not, one line on standard error says what to do.
-bool canBeLoaded(const std::string &driver)
+/// Whether a driver can be tried at all: success, findings if it breaks down by itself, or unreadable if the
+/// loader does not take it. One line on standard error says what to do.
+int judge(const std::string &driver)
 {
+    using Kind = probe::Ending::Kind;
     probe::Wish wish;
     wish.helper = findDriverProbe();
     wish.driver = driver;
     wish.seconds = 0;
     if (wish.helper.empty())
-        return false;
+        return unreadable;
     const probe::Answer answer = probe::find(wish, [] {});
-    using Kind = probe::Ending::Kind;
-    if (answer.ending.kind != Kind::refused && answer.ending.kind != Kind::notRun)
-        return true;
+    const Kind kind = answer.ending.kind;
+    if (kind == Kind::whole)
+        return success;
     std::fprintf(stderr, "lanternix-lab: %s\n", probe::verdictOf(answer).text.c_str());
-    return false;
+    return kind == Kind::refused || kind == Kind::notRun ? unreadable : findings;
 }
 
-/// Fills in what the options leave open; false if something is missing, which one line on standard error has
-/// told.
-bool prepare(const Options &options, stage::Setting &setting)
+/// Fills in what the options leave open. If something is missing or the driver cannot be tried, one line on
+/// standard error has told, and the status of the command is returned; else success.
+int prepare(const Options &options, stage::Setting &setting)
 {
     setting.program = options.program.empty() ? findProgram() : absolute(options.program);
     const bool isSimulated = options.driver.empty();
     setting.driver = isSimulated ? findHostileDriver() : absolute(options.driver);
     if (setting.program.empty() || setting.driver.empty())
-        return false;
-    return isSimulated || canBeLoaded(setting.driver);
+        return unreadable;
+    return isSimulated ? success : judge(setting.driver);
 }
 
 /// Tries the faults one by one. False if a signal has ended that.
@@ -186,8 +188,8 @@ int tortureProgram(Options options)
         return success;
     }
     stage::Setting setting;
-    if (!prepare(options, setting))
-        return unreadable;
+    if (const int status = prepare(options, setting); status != success)
+        return status;
     const VirtualScreen screen;
     if (!screen.isThere())
         return unreadable;

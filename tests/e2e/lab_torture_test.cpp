@@ -104,6 +104,35 @@ TEST(TheProgram, BearsAnyDriverAsItIsAndWithoutAFunction)
     EXPECT_TRUE(run.output.endsWith("2 faults, 0 failed\n")) << run.output.toStdString();
 }
 
+struct DriverRow
+{
+    const char *name;
+    const char *fault; ///< of the broken driver
+    const char *told;
+};
+
+class ADriverThatBreaksDown : public testing::TestWithParam<DriverRow>
+{
+};
+
+TEST_P(ADriverThatBreaksDown, IsNotTriedButTheOneThingToDoIsTold)
+{
+    qputenv("BROKEN_DRIVER", GetParam().fault);
+
+    const Result run = torture_with({"--driver", BROKEN_DRIVER_LIBRARY, "--run", "as-it-is"});
+
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors.count('\n'), 1) << run.errors.toStdString();
+    EXPECT_TRUE(run.errors.contains(GetParam().told)) << run.errors.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(, ADriverThatBreaksDown,
+                         testing::Values(DriverRow{"Crashes", "crashes", "zorvicAttach"},
+                                         DriverRow{"Exits", "exits", "zorvicAttach"},
+                                         DriverRow{"Hangs", "hangs", "zorvicAttach"}),
+                         [](const auto &row) { return std::string(row.param.name); });
+
 TEST(AProgramThatCrashes, IsToldWithItsSignal)
 {
     const AProgram program("kill -SEGV $$");
