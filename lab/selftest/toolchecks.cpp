@@ -50,7 +50,7 @@ public:
     /// A copy of the driver, which nobody else has open.
     std::string ownDriver() const
     {
-        const std::string copy = path("libzorvicboardex.so.1");
+        std::string copy = path("libzorvicboardex.so.1");
         std::error_code ignored; // a driver that is missing is told by whoever opens it
         std::filesystem::copy_file(m_parts.driver, copy, ignored);
         return copy;
