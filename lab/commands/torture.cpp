@@ -119,7 +119,7 @@ void printJson(const std::vector<Row> &rows)
 }
 
 /// Whether a driver can be tried at all: success, findings if it breaks down by itself, or unreadable if the
-/// loader does not take it. One line on standard error says what to do.
+/// loader does not take it or another process has it open. One line on standard error says what to do.
 int judge(const std::string &driver)
 {
     using Kind = probe::Ending::Kind;
@@ -131,10 +131,11 @@ int judge(const std::string &driver)
         return unreadable;
     const probe::Answer answer = probe::find(wish, [] {});
     const Kind kind = answer.ending.kind;
-    if (kind == Kind::whole)
+    if (kind == Kind::whole && answer.isAsked)
         return success;
     std::fprintf(stderr, "lanternix-lab: %s\n", probe::verdictOf(answer).text.c_str());
-    return kind == Kind::refused || kind == Kind::notRun ? unreadable : findings;
+    const bool breaksDown = kind == Kind::crashed || kind == Kind::exited || kind == Kind::hung;
+    return breaksDown ? findings : unreadable;
 }
 
 /// Fills in what the options leave open. If something is missing or the driver cannot be tried, one line on

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <string>
 
+#include <dlfcn.h>
 #include <nlohmann/json.hpp>
 
 // lanternix-lab torture with the real program, and with programs that do not bear the faults.
@@ -54,6 +55,22 @@ public:
 private:
     QTemporaryDir m_folder;
 };
+
+/// A copy of a driver that no other test has open.
+class ADriver
+{
+public:
+    explicit ADriver(const QString &library) { EXPECT_TRUE(QFile::copy(library, path())); }
+    QString path() const { return m_folder.filePath("libzorvicboardex.so.1"); }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+QString simulated_library()
+{
+    return SimulatedDriver::folder() + "/libzorvicboardex.so.1";
+}
 
 /// Tries one fault with the real program.
 torture::Lines complaints_about(const torture::Fault &fault)
@@ -97,8 +114,10 @@ TEST(TheProgram, BearsTheFaults)
 
 TEST(TheProgram, BearsAnyDriverAsItIsAndWithoutAFunction)
 {
-    const Result run = torture_with({"--driver", SimulatedDriver::folder() + "/libzorvicboardex.so.1",
-                                     "--run", "as-it-is", "without-EnumDeviceInfo"});
+    const ADriver driver(simulated_library());
+
+    const Result run =
+        torture_with({"--driver", driver.path(), "--run", "as-it-is", "without-EnumDeviceInfo"});
 
     EXPECT_EQ(run.status, 0) << run.output.toStdString();
     EXPECT_TRUE(run.output.endsWith("2 faults, 0 failed\n")) << run.output.toStdString();
@@ -118,8 +137,9 @@ class ADriverThatBreaksDown : public testing::TestWithParam<DriverRow>
 TEST_P(ADriverThatBreaksDown, IsNotTriedButTheOneThingToDoIsTold)
 {
     qputenv("BROKEN_DRIVER", GetParam().fault);
+    const ADriver driver(BROKEN_DRIVER_LIBRARY);
 
-    const Result run = torture_with({"--driver", BROKEN_DRIVER_LIBRARY, "--run", "as-it-is"});
+    const Result run = torture_with({"--driver", driver.path(), "--run", "as-it-is"});
 
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, "");
@@ -132,6 +152,20 @@ INSTANTIATE_TEST_SUITE_P(, ADriverThatBreaksDown,
                                          DriverRow{"Exits", "exits", "zorvicAttach"},
                                          DriverRow{"Hangs", "hangs", "zorvicAttach"}),
                          [](const auto &row) { return std::string(row.param.name); });
+
+TEST(ADriverThatAnotherProcessHasOpen, IsNotTriedButTheProcessIsNamed)
+{
+    const ADriver driver(simulated_library());
+    void *const held = dlopen(driver.path().toUtf8(), RTLD_NOW);
+    ASSERT_NE(held, nullptr) << dlerror();
+
+    const Result run = torture_with({"--driver", driver.path(), "--run", "as-it-is"});
+    dlclose(held);
+
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.output, "");
+    EXPECT_TRUE(run.errors.startsWith("lanternix-lab: end lab_torture")) << run.errors.toStdString();
+}
 
 TEST(AProgramThatCrashes, IsToldWithItsSignal)
 {
