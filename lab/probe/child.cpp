@@ -68,7 +68,8 @@ Ending Child::run(const std::function<void(const Json &)> &take)
 /// False when there is nothing to wait for any more.
 bool Child::waitForMore()
 {
-    std::array<pollfd, 2> files{pollfd{m_answers, POLLIN, 0}, pollfd{m_launch.ending(), POLLIN, 0}};
+    // poll() looks at them in this order: if the child has ended, its last line is there at the second look.
+    std::array<pollfd, 2> files{pollfd{m_launch.ending(), POLLIN, 0}, pollfd{m_answers, POLLIN, 0}};
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - Clock::now()).count();
     const int ready = left > 0 ? poll(files.data(), files.size(), static_cast<int>(left)) : 0;
     if (ready < 0)
@@ -78,7 +79,7 @@ bool Child::waitForMore()
         m_ending.kind = Ending::Kind::hung;
         return false;
     }
-    if (files[0].revents != 0)
+    if (files[1].revents != 0)
         return receive();
     return false; // it has ended, and another process may still have its end of the pipe
 }
