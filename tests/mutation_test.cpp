@@ -297,6 +297,39 @@ TEST_F(Verdicts, OfAnInterruptedRunAreKept)
     EXPECT_TRUE(answer.errors.startsWith("1 of 1: killed")) << answer.errors.constData();
 }
 
+TEST_F(Verdicts, OfMutantsThatLivedAreFoundAgainIfThatIsWanted)
+{
+    s_project->mutate({"--file", "cpp:1:"});
+    QByteArray lines = s_project->read(results);
+    lines.replace(lines.indexOf("killed"), 6, "lived");
+    s_project->write(results, lines);
+
+    const Answer answer = s_project->mutate({"--file", "cpp:1:", "--resume", "--again"});
+
+    EXPECT_EQ(answer.status, 0) << answer.errors.constData();
+    EXPECT_TRUE(answer.errors.startsWith("1 of 1: killed")) << answer.errors.constData();
+}
+
+TEST(AMutantThatTakesTooLong, CountsAsOneThatLives)
+{
+    const Project project(
+        "int twice(int a) { return a + a; }\n",
+        "#include <chrono>\n"
+        "#include <cstring>\n"
+        "int twice(int);\n"
+        "int main(int, char **arguments)\n"
+        "{\n"
+        "    if (std::strcmp(arguments[1], \"first\") == 0)\n"
+        "        return twice(0);\n"
+        "    const auto begin = std::chrono::steady_clock::now();\n"
+        "    while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(300)) { }\n"
+        "    return twice(1) == 2 ? 0 : 1;\n"
+        "}\n");
+
+    EXPECT_TRUE(project.mutate({"--most-time", "0.001"}).errors.contains("1 of 1: lived (1 cases"));
+    EXPECT_TRUE(project.mutate().errors.contains("1 of 1: killed (2 cases"));
+}
+
 TEST_F(Verdicts, AreOfTheSameMutantsForTheSameSeed)
 {
     const Answer first = s_project->mutate({"--list", "--sample", "3", "--seed", "5"});

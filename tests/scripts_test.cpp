@@ -123,6 +123,8 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"MutateWithoutJobs", "mutate", {"--jobs", "0"}, "\"0\" is not a number of jobs"},
         Refusal{"MutateASampleOfNone", "mutate", {"--sample", "0"}, "\"0\" is not a number of mutants"},
         Refusal{"MutateASeedWithoutASample", "mutate", {"--seed", "3"}, "--seed is for a sample"},
+        Refusal{"MutateAgainWithoutAnEarlierRun", "mutate", {"--again"}, "--again is for --resume"},
+        Refusal{"MutateWithoutTime", "mutate", {"--most-time", "x"}, "\"x\" is not a number of seconds"},
         Refusal{"MutateWithoutAFile", "mutate", {"--list", "--file"}, "--file needs a regular expression"},
         Refusal{"MutateBrokenExpression", "mutate", {"--file", "(vcd"}, "\"(vcd\" is not a regular"},
         Refusal{"TestPresetWithoutTests", "test", {"run"}, "unknown preset \"run\""},

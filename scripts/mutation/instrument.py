@@ -30,6 +30,16 @@ def without_choice():
             if name not in ("LANTERNIX_MUTANT", "LANTERNIX_REACHED")}
 
 
+def arguments_of(command):
+    """What decides how clang reads a file, of an entry of compile_commands.json."""
+    words = shlex.split(command["command"])
+    arguments = [word for word in words if word.startswith(("-D", "-I", "-std"))]
+    for word, following in zip(words, words[1:]):
+        if word == "-isystem":
+            arguments += [word, following]
+    return arguments
+
+
 @dataclasses.dataclass
 class Span:
     """Where a mutant stands in an instrumented file: its own code, and the whole with the choice."""
@@ -204,13 +214,8 @@ class Build:
         for command in commands:
             if command["file"] not in texts or command["file"] in done:
                 continue
-            words = shlex.split(command["command"])
-            arguments = [word for word in words if word.startswith(("-D", "-I", "-std"))]
-            for word, following in zip(words, words[1:]):
-                if word == "-isystem":
-                    arguments += [word, following]
             try:
-                found += finding.find(command["file"], arguments, self.copy, texts, done)
+                found += finding.find(command["file"], arguments_of(command), self.copy, texts, done)
             except TranslationUnitLoadError as error:
                 raise Failure(f"clang cannot read {command['file']}") from error
         self.mutants = sorted(found, key=lambda mutant: (mutant.file, mutant.start, -mutant.end))

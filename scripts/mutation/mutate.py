@@ -2,7 +2,7 @@
 """What scripts/mutate runs: builds the mutants, tries them and reports.
 
 Usage: mutate.py PROJECT [--jobs N] [--sample N [--seed S]] [--file REGEX] [--resume] [--list]
-                       [--more-time SECONDS]
+                       [--again] [--most-time SECONDS] [--more-time SECONDS]
 """
 
 import argparse
@@ -60,22 +60,24 @@ class Explained:
 class Results:
     """The verdicts, a line each as soon as it is known, so that an interrupted run can be continued."""
 
-    def __init__(self, folder, fingerprint, resume):
+    def __init__(self, folder, fingerprint, resume, again):
         self.path = folder / "results.jsonl"
         self.by_name = {}
         self.lock = threading.Lock()
         if resume and self.path.exists():
-            self.read(fingerprint)
+            self.read(fingerprint, again)
         else:
             self.path.write_text(json.dumps({"sources": fingerprint}) + "\n")
 
-    def read(self, fingerprint):
+    def read(self, fingerprint, again):
         whole = [line for line in self.path.read_text().splitlines(keepends=True) if line.endswith("\n")]
         entries = [json.loads(line) for line in whole]
         if not entries or entries[0].get("sources") != fingerprint:
             raise Failure(f"{self.path} is of other sources; run again without --resume")
-        self.by_name = {entry["mutant"]: entry for entry in entries[1:]}
-        self.path.write_text("".join(whole))  # without a line that was cut off
+        self.by_name = {entry["mutant"]: entry for entry in entries[1:]
+                        if not again or entry["result"].startswith("killed")}
+        kept = [entries[0]] + list(self.by_name.values())  # without a line that was cut off
+        self.path.write_text("".join(json.dumps(entry) + "\n" for entry in kept))
 
     def add(self, name, entry):
         with self.lock:
@@ -98,10 +100,11 @@ def chosen(build, options):
 def try_all(numbers, build, reach, results, options):
     """Tries the mutants that have no verdict yet, several at once."""
     waiting = [number for number in numbers if build.mutants[number].name not in results.by_name]
+    trials = trial.Trials(reach, options.more_time, options.most_time)
     done = 0
 
     def attempt(number):
-        results.add(build.mutants[number].name, trial.verdict(number, reach.cases, options.more_time))
+        results.add(build.mutants[number].name, trials.verdict(number))
         return number
 
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
@@ -167,7 +170,9 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--file", default="")
     parser.add_argument("--more-time", type=float, default=5, help="seconds that a test may take longer than usual")
+    parser.add_argument("--most-time", type=float, default=0, help="seconds after which a mutant counts as one that lives")
     parser.add_argument("--resume", action="store_true")
+    parser.add_argument("--again", action="store_true", help="try again what lived in the resumed run")
     parser.add_argument("--list", action="store_true")
     options = parser.parse_args()
     project = options.project.resolve()
@@ -181,7 +186,7 @@ def main():
     if options.list:
         print("\n".join(f"{number}: {build.mutants[number].name}" for number in sorted(numbers)))
         return 0
-    results = Results(folder, build.fingerprint, options.resume)
+    results = Results(folder, build.fingerprint, options.resume, options.again)
     reach = trial.Reach(trial.cases_of(build.build), build.mutants, build.fingerprint, folder, options.jobs)
     for name in reach.failing:
         print(f"scripts/mutate: {name} fails on the unchanged program and is left out", file=sys.stderr)

@@ -1,6 +1,8 @@
 """Runs the tests of an instrumented build: once to see which mutants each of them reaches, then mutant by mutant."""
 
+import collections
 import concurrent.futures
+import ctypes
 import dataclasses
 import hashlib
 import json
@@ -20,6 +22,9 @@ from instrument import Failure, without_choice
 PATIENCE = 120  # seconds for a test of the unchanged program, if it has no limit of its own
 MEMORY = 16 << 30  # bytes of addresses, so that a mutant that allocates for ever ends
 FILE_SIZE = 1 << 30  # bytes, for one that writes for ever
+
+LIBC = ctypes.CDLL(None)
+PR_SET_PDEATHSIG = 1  # of <linux/prctl.h>
 
 
 @dataclasses.dataclass
@@ -69,6 +74,7 @@ def limit_resources():
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
     resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE, FILE_SIZE))
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
 def run(case, limit, **variables):
@@ -148,20 +154,48 @@ class Reach:
         return entry
 
 
-def verdict(number, cases, more_time):
-    """Runs the cases that reach a mutant until one tells it from the unchanged program, and returns what is noted. A
-    case that then fails on the unchanged program, too, has told nothing."""
-    began = time.monotonic()
-    unsteady = []
-    reaching = [case for case in cases if number in case.reached]
-    for tried, case in enumerate(reaching, 1):
-        ending = run(case, case.limit(more_time), LANTERNIX_MUTANT=str(number))
-        if ending.passed:
-            continue
-        if not run(case, case.limit(more_time)).passed:
-            unsteady.append(case.name)
-            continue
-        return {"result": "killed by time" if ending.timed_out else "killed", "by": case.name, "cases": tried,
-                "unsteady": unsteady, "seconds": round(time.monotonic() - began, 2)}
-    return {"result": "lived" if reaching else "not reached", "cases": len(reaching), "unsteady": unsteady,
-            "seconds": round(time.monotonic() - began, 2)}
+class Trials:
+    """Tries mutants, on several threads, each with the cases that reach it."""
+
+    def __init__(self, reach, more_time, most_time):
+        self.reach = reach
+        self.more_time = more_time
+        self.most_time = most_time
+        self.kills = collections.Counter()  # of a file and a case
+        self.lock = threading.Lock()
+
+    def reaching(self, number):
+        """The cases that reach a mutant, the most promising first: those that kill the most mutants of its file in
+        the time they take, then those that are soon done and reach little else."""
+        file = self.reach.mutants[number].file
+        with self.lock:
+            kills = {case.name: self.kills[file, case.name] for case in self.reach.cases}
+        return sorted((case for case in self.reach.cases if number in case.reached),
+                      key=lambda case: (-kills[case.name] / case.seconds, case.seconds * len(case.reached)))
+
+    def verdict(self, number):
+        """Runs the cases that reach a mutant until one tells it from the unchanged program, and returns what is noted.
+        A case that then fails on the unchanged program, too, has told nothing."""
+        began = time.monotonic()
+        unsteady = []
+        tried = 0
+        reaching = self.reaching(number)
+        for case in reaching:
+            if self.most_time and time.monotonic() - began > self.most_time:
+                break
+            tried += 1
+            ending = run(case, case.limit(self.more_time), LANTERNIX_MUTANT=str(number))
+            if ending.passed:
+                continue
+            if not run(case, case.limit(self.more_time)).passed:
+                unsteady.append(case.name)
+                continue
+            with self.lock:
+                self.kills[self.reach.mutants[number].file, case.name] += 1
+            return self.noted("killed by time" if ending.timed_out else "killed", tried, unsteady, began) | {
+                "by": case.name}
+        return self.noted("lived" if reaching else "not reached", tried, unsteady, began)
+
+    @staticmethod
+    def noted(result, tried, unsteady, began):
+        return {"result": result, "cases": tried, "unsteady": unsteady, "seconds": round(time.monotonic() - began, 2)}
