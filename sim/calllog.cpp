@@ -20,7 +20,7 @@ namespace boardsim {
 
 namespace {
 
-constexpr const char *variable = "BOARDSIM_LOG";
+constexpr const char *logVariable = "BOARDSIM_LOG";
 
 /// Microseconds of the monotonic clock.
 std::int64_t timeNow()
@@ -91,7 +91,7 @@ void CallLog::openOnce()
 void CallLog::openLocked()
 {
     m_opened = true;
-    const char *const name = std::getenv(variable);
+    const char *const name = std::getenv(logVariable);
     m_name = name ? name : "";
     // The file in use stays open meanwhile, so that the reader of a pipe does not see its end.
     const int before = m_file.exchange(noFile);

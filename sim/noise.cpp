@@ -20,9 +20,9 @@ std::uint64_t mixed(std::uint64_t bits)
 double uniform(std::uint64_t stream, std::uint64_t place)
 {
     constexpr std::uint64_t step = 0x9E3779B97F4A7C15; // as SplitMix64 takes it
-    constexpr int digits = 53;                         // of a double
-    return std::ldexp(static_cast<double>((mixed(stream + (place + 1) * step) >> (64 - digits)) + 1),
-                      -digits);
+    constexpr int mantissa = 53;                       // bits of a double
+    return std::ldexp(static_cast<double>((mixed(stream + (place + 1) * step) >> (64 - mantissa)) + 1),
+                      -mantissa);
 }
 
 } // namespace

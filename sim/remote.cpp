@@ -18,7 +18,7 @@ namespace boardsim {
 
 namespace {
 
-constexpr const char *variable = "BOARDSIM_CONTROL";
+constexpr const char *controlVariable = "BOARDSIM_CONTROL";
 constexpr auto look = std::chrono::milliseconds(1); // at the socket
 
 int connectTo(const char *name)
@@ -39,7 +39,7 @@ int connectTo(const char *name)
 
 } // namespace
 
-Remote::Remote(const Scenario &scenario) : m_socket(connectTo(std::getenv(variable)))
+Remote::Remote(const Scenario &scenario) : m_socket(connectTo(std::getenv(controlVariable)))
 {
     m_lines.read(R"({"type":"scenario","version":2})", 0);
     m_lines.scenario().devices = scenario.devices;

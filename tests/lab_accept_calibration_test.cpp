@@ -6,7 +6,7 @@
 #include <cmath>
 #include <random>
 
-using namespace accept;
+using namespace acceptance;
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-using namespace accept;
+using namespace acceptance;
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include <cmath>
 
-using namespace accept;
+using namespace acceptance;
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-using namespace accept;
+using namespace acceptance;
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include <string>
 
-using namespace accept;
+using namespace acceptance;
 
 namespace {
 

@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(Ticks, ChangesOfTheScreen,
 struct WindowRow
 {
     const char *name;
-    accept::Area window;
+    acceptance::Area window;
     int contacts;
 };
 
@@ -133,7 +133,7 @@ class Contacts : public testing::TestWithParam<WindowRow>
 
 TEST_P(Contacts, DrawInsideTheWindowAndNeverWhereOneHasDrawnBefore)
 {
-    const accept::Area &window = GetParam().window;
+    const acceptance::Area &window = GetParam().window;
     const latency::Fields fields(window, GetParam().contacts);
 
     const latency::Walk walk = fields.walk(true);

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -122,4 +122,4 @@ std::optional<Calibration> calibrationOf(const std::vector<Touched> &touched, co
     return found;
 }
 
-} // namespace accept
+} // namespace acceptance

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 /// A target, and where the board says that it was touched.
 struct Touched
@@ -72,4 +72,4 @@ Errors errorsOf(const std::vector<Touched> &touched, const Scale &scale);
 std::optional<Calibration> calibrationOf(const std::vector<Touched> &touched, const Scale &scale,
                                          const Limits &limits);
 
-} // namespace accept
+} // namespace acceptance

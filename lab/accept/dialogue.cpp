@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -211,4 +211,4 @@ Dialogue::Answer Dialogue::ask(const StepOutcome &outcome)
     }
 }
 
-} // namespace accept
+} // namespace acceptance

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 /// What has become of a step.
 enum class Result { right, wrong, skipped };
@@ -86,4 +86,4 @@ private:
     Seen m_seen;
 };
 
-} // namespace accept
+} // namespace acceptance

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -146,4 +146,4 @@ std::vector<Course> diagonalCourses(const Frame &frame)
             {"rising", "From the top right", topRight, bottomLeft, false}};
 }
 
-} // namespace accept
+} // namespace acceptance

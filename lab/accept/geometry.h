@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 using capture::boardWidth;
 
@@ -81,4 +81,4 @@ std::vector<Course> gridCourses(const Frame &frame);
 /// The diagonals of the window.
 std::vector<Course> diagonalCourses(const Frame &frame);
 
-} // namespace accept
+} // namespace acceptance

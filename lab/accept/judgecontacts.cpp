@@ -8,7 +8,7 @@
 #include <map>
 #include <string_view>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -299,4 +299,4 @@ std::string counted(std::size_t count, const std::string &noun)
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-} // namespace accept
+} // namespace acceptance

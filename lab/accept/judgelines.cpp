@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -227,4 +227,4 @@ Finding judgeDiagonals(const Seen &seen, const Setting &setting)
     return judgeCourses(seen, setting, diagonalCourses(setting.frame));
 }
 
-} // namespace accept
+} // namespace acceptance

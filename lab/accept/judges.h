@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 // What each step has seen, and whether that is right. All are pure functions of what they are given.
 
@@ -33,4 +33,4 @@ std::string mappingText(const Mapping &mapping, const Setting &setting);
 /// "1 contact", "2 contacts".
 std::string counted(std::size_t count, const std::string &noun);
 
-} // namespace accept
+} // namespace acceptance

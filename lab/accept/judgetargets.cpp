@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -160,4 +160,4 @@ Finding judgeTargets(const Seen &seen, const Setting &setting)
     return found;
 }
 
-} // namespace accept
+} // namespace acceptance

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -52,4 +52,4 @@ Json jsonOf(const Outcome &outcome)
     return json;
 }
 
-} // namespace accept
+} // namespace acceptance

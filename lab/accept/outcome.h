@@ -4,9 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
-namespace accept {
+namespace acceptance {
 
 /// An outcome for programs: verdict, steps with their figures, and each target.
 nlohmann::ordered_json jsonOf(const Outcome &outcome);
 
-} // namespace accept
+} // namespace acceptance

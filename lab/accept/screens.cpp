@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -87,4 +87,4 @@ std::string textOf(const Area &area)
         + std::to_string(area.x) + ", " + std::to_string(area.y);
 }
 
-} // namespace accept
+} // namespace acceptance

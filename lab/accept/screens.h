@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 /// A screen as the first line of a recording describes it.
 struct Screen
@@ -29,4 +29,4 @@ std::optional<Area> areaFrom(const std::string &text);
 /// The same for a person: "1920 x 1060 pixels at 0, 20".
 std::string textOf(const Area &area);
 
-} // namespace accept
+} // namespace acceptance

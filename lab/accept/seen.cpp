@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -104,4 +104,4 @@ int dropoutsIn(const std::vector<Stroke> &strokes)
     return count;
 }
 
-} // namespace accept
+} // namespace acceptance

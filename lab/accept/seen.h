@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 /// One report of a contact that is down.
 struct Sample
@@ -80,4 +80,4 @@ bool isDropout(const Stroke &former, const Stroke &next);
 /// How many strokes go on like this.
 int dropoutsIn(const std::vector<Stroke> &strokes);
 
-} // namespace accept
+} // namespace acceptance

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -50,4 +50,4 @@ Texts sketchOf(const Frame &frame, const std::vector<Target> &targets)
     return sketch;
 }
 
-} // namespace accept
+} // namespace acceptance

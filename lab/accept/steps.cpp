@@ -3,7 +3,7 @@
 #include "accept/judges.h"
 #include "accept/sketch.h"
 
-namespace accept {
+namespace acceptance {
 
 namespace {
 
@@ -138,4 +138,4 @@ const std::vector<Step> &steps()
     return all;
 }
 
-} // namespace accept
+} // namespace acceptance

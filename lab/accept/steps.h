@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace accept {
+namespace acceptance {
 
 /// What is known before the first step, and what the board must keep. Lengths are in the unit of the scale.
 struct Setting
@@ -55,4 +55,4 @@ struct Step
 /// All of them, in their order.
 const std::vector<Step> &steps();
 
-} // namespace accept
+} // namespace acceptance

@@ -9,7 +9,7 @@ namespace {
 using namespace reportlayout;
 
 /// The bytes of a report without its prefix. Reading beyond the end is up to the caller.
-struct Bytes
+struct Span
 {
     const std::uint8_t *data;
     std::size_t size;
@@ -18,14 +18,14 @@ struct Bytes
     int word(int at) const { return byte(at) | byte(at + 1) << 8; }
 };
 
-Bytes withoutPrefix(const std::uint8_t *data, std::size_t size)
+Span withoutPrefix(const std::uint8_t *data, std::size_t size)
 {
     const bool prefixed = size >= prefix::size && data[kindAt] == prefix::kind;
     const std::size_t skipped = prefixed ? prefix::size : 0;
     return {data + skipped, size - skipped};
 }
 
-ReportKind kindOf(const Bytes &bytes)
+ReportKind kindOf(const Span &bytes)
 {
     if (bytes.size <= kindAt)
         return ReportKind::other;
@@ -45,7 +45,7 @@ ReportKind kindOf(const Bytes &bytes)
     }
 }
 
-Contact penOf(const Bytes &bytes)
+Contact penOf(const Span &bytes)
 {
     const int state = bytes.byte(pen::stateAt);
     Contact contact;
@@ -58,7 +58,7 @@ Contact penOf(const Bytes &bytes)
     return contact;
 }
 
-Contact contactOf(const Bytes &bytes, int at, ReportKind kind)
+Contact contactOf(const Span &bytes, int at, ReportKind kind)
 {
     const int state = bytes.byte(at + contact::stateAt);
     Contact found;
@@ -75,7 +75,7 @@ Contact contactOf(const Bytes &bytes, int at, ReportKind kind)
     return found;
 }
 
-void readContacts(const Bytes &bytes, Report &report)
+void readContacts(const Span &bytes, Report &report)
 {
     const int size = report.kind == ReportKind::touch ? touch::contactSize : erase::contactSize;
     const auto listed = static_cast<int>(bytes.size) - contact::firstAt;
@@ -105,7 +105,7 @@ std::string_view nameOf(ReportKind kind)
 
 void decode(const std::uint8_t *bytes, std::size_t size, Report &report)
 {
-    const Bytes plain = withoutPrefix(bytes, size);
+    const Span plain = withoutPrefix(bytes, size);
     report.kind = kindOf(plain);
     report.contacts.clear();
     report.surplus = 0;

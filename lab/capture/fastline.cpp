@@ -22,18 +22,18 @@ constexpr std::uint8_t noDigit = 0xff;
 
 constexpr std::array<std::uint8_t, 256> makeDigits()
 {
-    std::array<std::uint8_t, 256> digits{};
-    for (auto &digit : digits)
+    std::array<std::uint8_t, 256> values{};
+    for (auto &digit : values)
         digit = noDigit;
     for (std::uint8_t i = 0; i < 16; ++i) {
         constexpr std::string_view lower = "0123456789abcdef";
         constexpr std::string_view upper = "0123456789ABCDEF";
-        digits[static_cast<unsigned char>(lower[i])] = digits[static_cast<unsigned char>(upper[i])] = i;
+        values[static_cast<unsigned char>(lower[i])] = values[static_cast<unsigned char>(upper[i])] = i;
     }
-    return digits;
+    return values;
 }
 
-constexpr std::array<std::uint8_t, 256> digits = makeDigits();
+constexpr std::array<std::uint8_t, 256> digitValues = makeDigits();
 
 /// Two digits a byte without spaces, as recordings have them.
 bool readHex(std::string_view text, Bytes &bytes)
@@ -42,8 +42,8 @@ bool readHex(std::string_view text, Bytes &bytes)
         return false;
     bytes.resize(text.size() / 2);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const std::uint8_t high = digits[static_cast<unsigned char>(text[2 * i])];
-        const std::uint8_t low = digits[static_cast<unsigned char>(text[2 * i + 1])];
+        const std::uint8_t high = digitValues[static_cast<unsigned char>(text[2 * i])];
+        const std::uint8_t low = digitValues[static_cast<unsigned char>(text[2 * i + 1])];
         if (high == noDigit || low == noDigit)
             return false;
         bytes[i] = static_cast<std::uint8_t>(high << 4 | low);

@@ -11,12 +11,12 @@ namespace capture {
 
 namespace {
 
-constexpr std::size_t blockSize = 1 << 18; // bytes
-static_assert(blockSize > boardsim::longestLine, "a block holds a line of any length");
+constexpr std::size_t readSize = 1 << 18; // bytes
+static_assert(readSize > boardsim::longestLine, "a block holds a line of any length");
 
 } // namespace
 
-Lines::Lines(int file) : m_file(file), m_buffer(2 * blockSize + padding) { }
+Lines::Lines(int file) : m_file(file), m_buffer(2 * readSize + padding) { }
 
 Lines::Next Lines::next()
 {
@@ -52,7 +52,7 @@ void Lines::fill()
     m_begin = 0;
     ssize_t count = 0;
     do
-        count = read(m_file, m_buffer.data() + m_end, blockSize);
+        count = read(m_file, m_buffer.data() + m_end, readSize);
     while (count < 0 && errno == EINTR);
     if (count <= 0) {
         m_error = count < 0 ? errno : 0;

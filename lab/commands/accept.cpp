@@ -38,7 +38,7 @@ constexpr int boardKind = 1;                          ///< of a device; the othe
 constexpr int look = 50;                              ///< milliseconds, between two looks at it
 constexpr int restingLooks = 10;                      ///< that find it in the same place
 
-struct Options
+struct AcceptOptions
 {
     Recording::Choice recording;
     std::string output;
@@ -52,16 +52,16 @@ struct Options
 /// What the command line says about the board and the window.
 struct Given
 {
-    std::optional<accept::Area> window;
+    std::optional<acceptance::Area> window;
     Grading grading;
     int fingers = 10;
 };
 
 /// The dialogue's outside: a terminal, or a pipe, and the program that is being recorded.
-class Room : public accept::Dialogue::Room
+class Room : public acceptance::Dialogue::Room
 {
 public:
-    using Setting = accept::Setting;
+    using Setting = acceptance::Setting;
 
     /// Keeps references to all. @p output is where the person reads.
     Room(const Given &given, const Launch &program, LiveLines &lines, std::FILE *output)
@@ -91,8 +91,8 @@ public:
     {
         if (!hasBoard())
             say("No board is connected. Check its cable and its power.");
-        const accept::Frame frame = setting().frame;
-        say("The content of the window, below its title, is " + accept::textOf(frame.window)
+        const acceptance::Frame frame = setting().frame;
+        say("The content of the window, below its title, is " + acceptance::textOf(frame.window)
             + ", of a screen of " + std::to_string(frame.screen.width) + " x "
             + std::to_string(frame.screen.height) + ".");
         if (!m_given.window && !windowOf(m_program.process()))
@@ -104,7 +104,7 @@ public:
     Setting setting() override
     {
         auto frame =
-            accept::frameOn(m_screens, m_given.window ? std::nullopt : windowOf(m_program.process()));
+            acceptance::frameOn(m_screens, m_given.window ? std::nullopt : windowOf(m_program.process()));
         if (m_given.window)
             frame->window = *m_given.window;
         const grading::BoardSize size = m_given.grading.size.value_or(grading::BoardSize());
@@ -127,7 +127,7 @@ public:
 
     void note(const std::string &text) override { m_lines.sendNote(text); }
 
-    Event await(accept::Seen &seen) override
+    Event await(acceptance::Seen &seen) override
     {
         for (;;) {
             bool hasReported = false;
@@ -152,7 +152,7 @@ private:
     bool windowRests()
     {
         const auto window = windowOf(m_program.process());
-        const std::string place = window ? accept::textOf(*window) : "";
+        const std::string place = window ? acceptance::textOf(*window) : "";
         m_rests = place == m_place ? m_rests + 1 : 0;
         m_place = place;
         return window && m_rests >= restingLooks;
@@ -162,7 +162,7 @@ private:
     {
         m_boards.follow(line);
         if (line.type == capture::Line::Type::first)
-            m_screens = accept::screensIn(std::string(line.text));
+            m_screens = acceptance::screensIn(std::string(line.text));
     }
 
     bool hasBoard() const
@@ -206,7 +206,7 @@ private:
     const Launch &m_program;
     LiveLines &m_lines;
     std::FILE *const m_output;
-    std::vector<accept::Screen> m_screens;
+    std::vector<acceptance::Screen> m_screens;
     capture::Boards m_boards; ///< when the test begins
     std::string m_place;      ///< of the window, when it was looked for last
     int m_rests = 0;          ///< looks since it was elsewhere
@@ -216,14 +216,14 @@ private:
 };
 
 /// Says what cannot be understood, and returns nothing, if there is such a thing.
-std::optional<Given> understood(const Options &options)
+std::optional<Given> understood(const AcceptOptions &options)
 {
     Given given;
     given.fingers = options.fingers;
     if (!given.grading.read(options.size, options.profile))
         return {};
     if (!options.window.empty()) {
-        given.window = accept::areaFrom(options.window);
+        given.window = acceptance::areaFrom(options.window);
         if (!given.window) {
             std::fprintf(stderr, "lanternix-lab: \"%s\" is no area such as 1920x1060+0+20\n",
                          options.window.c_str());
@@ -234,7 +234,8 @@ std::optional<Given> understood(const Options &options)
 }
 
 /// The dialogue with a program that was started; nothing if it could not begin.
-std::optional<accept::Outcome> lead(const Options &options, const Given &given, const Launch &program)
+std::optional<acceptance::Outcome> lead(const AcceptOptions &options, const Given &given,
+                                        const Launch &program)
 {
     LiveLines lines(awaitRecording(nameOfRecordingSocket(), program));
     Room room(given, program, lines, options.json ? stderr : stdout);
@@ -243,7 +244,7 @@ std::optional<accept::Outcome> lead(const Options &options, const Given &given, 
         return {};
     }
     room.tellBeginning();
-    return accept::Dialogue(room).run();
+    return acceptance::Dialogue(room).run();
 }
 
 /// The page and the recording, from the root.
@@ -253,7 +254,7 @@ struct Files
     std::string recording;
 };
 
-Files filesOf(const Options &options)
+Files filesOf(const AcceptOptions &options)
 {
     Files files{options.output, options.recording.file};
     if (files.page.empty())
@@ -272,15 +273,15 @@ grading::Report emptyReport(const Grading &grading)
             grading.profile ? &*grading.profile : nullptr};
 }
 
-void tell(const Files &files, const accept::Outcome &outcome, bool keepsLimits, bool json)
+void tell(const Files &files, const acceptance::Outcome &outcome, bool keepsLimits, bool json)
 {
-    const std::string verdict = accept::verdictText(outcome, keepsLimits);
+    const std::string verdict = acceptance::verdictText(outcome, keepsLimits);
     if (!json) {
         std::printf("%s\npage %s, recording %s\n", verdict.c_str(), files.page.c_str(),
                     files.recording.c_str());
         return;
     }
-    auto told = accept::jsonOf(outcome);
+    auto told = acceptance::jsonOf(outcome);
     told["text"] = verdict;
     told["limits_kept"] = keepsLimits;
     told["page"] = files.page;
@@ -289,7 +290,8 @@ void tell(const Files &files, const accept::Outcome &outcome, bool keepsLimits, 
 }
 
 /// Leads through the test, in a recording that is ready, and writes the page.
-int acceptBoard(const Options &options, const Given &given, const Files &files, const Recording &recording)
+int acceptBoard(const AcceptOptions &options, const Given &given, const Files &files,
+                const Recording &recording)
 {
     capture::NewFile page(files.page); // opened before anybody works for it
     Launch launch({findProgram()});
@@ -311,10 +313,10 @@ int acceptBoard(const Options &options, const Given &given, const Files &files, 
         return unreadable;
     const bool keepsLimits = report.total().verdict() != grading::Verdict::fail;
     tell(files, *outcome, keepsLimits, options.json);
-    return outcome->verdict() == accept::Result::right && keepsLimits ? success : findings;
+    return outcome->verdict() == acceptance::Result::right && keepsLimits ? success : findings;
 }
 
-int acceptBoard(const Options &options)
+int acceptBoard(const AcceptOptions &options)
 {
     const auto given = understood(options);
     if (!given)
@@ -335,7 +337,7 @@ int acceptBoard(const Options &options)
 void addAccept(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand("accept", "Lead a person through the acceptance test of a board");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<AcceptOptions>();
     command
         .add_option("-o,--output", options->output,
                     "The HTML page to write; by default one named after the time")

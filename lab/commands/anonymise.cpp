@@ -17,7 +17,7 @@ namespace {
 using capture::Line;
 using Json = capture::Writer::Json;
 
-struct Options
+struct AnonymiseOptions
 {
     std::string file;
     std::string output = "-";
@@ -36,7 +36,7 @@ Json withoutNames(Json first)
     return first;
 }
 
-int anonymise(const Options &options)
+int anonymise(const AnonymiseOptions &options)
 {
     Input input(options.file, progressFor(options.output));
     capture::Result result(options.output);
@@ -69,7 +69,7 @@ void addAnonymise(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "anonymise", "Write a recording without users, hosts, folders, serial numbers and notes");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<AnonymiseOptions>();
     command.add_option("FILE", options->file, "The recording; - for standard input")->required();
     command.add_option("-o,--output", options->output, "The file to write; by default standard output")
         ->type_name("FILE");

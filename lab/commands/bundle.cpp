@@ -18,7 +18,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-struct Options
+struct BundleOptions
 {
     std::string output;
     std::string recording;
@@ -60,7 +60,7 @@ bool write(const Gathering &gathering, const std::string &file)
     return archive.finish();
 }
 
-void tell(const Options &options, const Gathering &gathering, const std::string &file)
+void tell(const BundleOptions &options, const Gathering &gathering, const std::string &file)
 {
     if (file == "-")
         return; // the bundle is there itself
@@ -79,7 +79,7 @@ void tell(const Options &options, const Gathering &gathering, const std::string 
     std::printf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-int bundle(Options &options)
+int bundle(BundleOptions &options)
 {
     options.wish.helper = findDriverProbe();
     if (options.wish.helper.empty())
@@ -109,7 +109,7 @@ void addBundle(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "bundle", "Pack what whoever looks for the fault needs to know into one file, after asking");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<BundleOptions>();
     command
         .add_option(
             "RECORDING", options->recording,

@@ -15,7 +15,7 @@ namespace {
 
 using capture::Line;
 
-struct Options
+struct CutOptions
 {
     std::string file;
     std::string output = "-";
@@ -39,7 +39,7 @@ bool isTimed(const Line &line)
     return line.type != Line::Type::other;
 }
 
-int cut(const Options &options)
+int cut(const CutOptions &options)
 {
     if (!(options.from < options.to)) {
         std::fprintf(stderr, "lanternix-lab: --from is not before --to\n");
@@ -77,7 +77,7 @@ void addCut(CLI::App &lab, int &status)
     CLI::App &command = *lab.add_subcommand(
         "cut",
         "Write a part of a recording that plays by itself: with the boards and contacts that were there");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CutOptions>();
     command.add_option("FILE", options->file, "The recording; - for standard input")->required();
     command.add_option("--from", options->from, "Where the part begins")->type_name("SECONDS");
     command.add_option("--to", options->to, "Where it ends")->type_name("SECONDS");

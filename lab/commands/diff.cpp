@@ -18,7 +18,7 @@ namespace {
 using Event = Stream::Event;
 using Json = nlohmann::ordered_json;
 
-struct Options
+struct DiffOptions
 {
     std::string first;
     std::string second;
@@ -32,7 +32,7 @@ struct Options
 class Comparison
 {
 public:
-    Comparison(const Options &options, Stream::Side side)
+    Comparison(const DiffOptions &options, Stream::Side side)
         : m_options(options), m_side(side == Stream::Side::board ? "the board" : "the program"),
           m_first(options.first, side, Input::Progress::drawn),
           m_second(options.second, side, Input::Progress::none)
@@ -134,7 +134,7 @@ private:
             std::printf("  %s: has ended\n", file.c_str());
     }
 
-    const Options &m_options;
+    const DiffOptions &m_options;
     const char *const m_side;
     Stream m_first;
     Stream m_second;
@@ -152,7 +152,7 @@ void printJson(const Comparison &board, const Comparison &program)
     std::printf("%s\n", object.dump().c_str());
 }
 
-int diff(const Options &options)
+int diff(const DiffOptions &options)
 {
     Comparison board(options, Stream::Side::board);
     Comparison program(options, Stream::Side::program);
@@ -175,7 +175,7 @@ void addDiff(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "diff", "Say where two recordings differ in what the board sent and in what the program answered");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DiffOptions>();
     command.add_option("A", options->first, "One recording")->required();
     command.add_option("B", options->second, "The other")->required();
     command.add_flag("--times", options->times, "Compare also how long each event came after the one before");

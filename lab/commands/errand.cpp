@@ -1,13 +1,12 @@
 #include "commands/errand.h"
 
 #include "commands/temporaryfolder.h"
+#include "commands/text.h"
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -19,12 +18,6 @@
 namespace lab {
 
 namespace {
-
-std::string contentsOf(const std::string &name)
-{
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// Starts the program; an error number if that fails.
 int spawn(std::vector<std::string> program, const std::string &folder, const std::string &output,

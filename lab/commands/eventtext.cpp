@@ -1,10 +1,8 @@
 #include "commands/eventtext.h"
 
-#include "hex.h"
-#include "scenarioreader.h"
+#include "commands/text.h"
 
-#include <array>
-#include <cstdio>
+#include "scenarioreader.h"
 
 namespace lab {
 
@@ -15,13 +13,6 @@ using capture::Line;
 using capture::Report;
 using capture::ReportKind;
 using Json = nlohmann::ordered_json;
-
-template <typename... Arguments> std::string format(const char *pattern, Arguments... arguments)
-{
-    std::array<char, 200> text{};
-    const int length = std::snprintf(text.data(), text.size(), pattern, arguments...);
-    return {text.data(), static_cast<std::size_t>(std::max(0, length))};
-}
 
 std::string stateText(const Contact &contact, ReportKind kind)
 {
@@ -42,11 +33,6 @@ std::string sizeText(const Contact &contact, ReportKind kind)
     if (kind == ReportKind::erase)
         return format(" size %dx%d", contact.width, contact.height);
     return {};
-}
-
-std::string hexOf(const Line &line)
-{
-    return boardsim::hexText(line.bytes.data(), static_cast<int>(line.bytes.size()));
 }
 
 /// The name of an export without the prefix that all have, the arguments and the result of a call.

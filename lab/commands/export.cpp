@@ -17,7 +17,7 @@ namespace {
 using capture::Contact;
 using capture::Line;
 
-struct Options
+struct ExportOptions
 {
     std::string file;
     std::string output = "-";
@@ -53,7 +53,7 @@ bool exportCsv(Input &input, std::FILE *out)
     return input.tellEnd();
 }
 
-int exportTo(const Options &options, std::FILE *out)
+int exportTo(const ExportOptions &options, std::FILE *out)
 {
     if (options.csv) {
         Input input(options.file, progressFor(options.output));
@@ -62,7 +62,7 @@ int exportTo(const Options &options, std::FILE *out)
     return writeWaveform(options.file, progressFor(options.output), out) ? success : unreadable;
 }
 
-int run(const Options &options)
+int run(const ExportOptions &options)
 {
     if (options.csv == options.vcd) {
         std::fprintf(stderr,
@@ -87,7 +87,7 @@ int run(const Options &options)
 void addExport(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand("export", "Write the contacts of a recording for other tools");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ExportOptions>();
     command.add_option("FILE", options->file, "The recording")->required();
     command.add_flag("--csv", options->csv, "A table: a row for each contact of each report");
     command.add_flag("--vcd", options->vcd,

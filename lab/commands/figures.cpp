@@ -16,7 +16,6 @@ using capture::boardWidth;
 using capture::Contact;
 using capture::Line;
 using capture::ReportKind;
-using Json = nlohmann::json;
 
 constexpr std::int64_t second = 1'000'000;   // microseconds
 constexpr std::int64_t dropoutTime = 50'000; // microseconds in which a contact is down again
@@ -142,7 +141,7 @@ void Figures::follow(const Line &line)
         ++m_boards[line.board].handbacks;
         break;
     case Line::Type::device:
-        m_boards[line.board].plugged = Json::parse(line.text).value("plugged", true);
+        m_boards[line.board].plugged = nlohmann::json::parse(line.text).value("plugged", true);
         break;
     case Line::Type::plug:
         m_boards[line.board].plugged = true;
@@ -152,7 +151,7 @@ void Figures::follow(const Line &line)
         forgetContacts(line.board);
         break;
     case Line::Type::lost: {
-        const Json lost = Json::parse(line.text);
+        const nlohmann::json lost = nlohmann::json::parse(line.text);
         (lost.contains("reader") ? m_missed : m_lost) += lost.at("count").get<std::uint64_t>();
         break;
     }
@@ -168,15 +167,15 @@ void Figures::pass(std::chrono::microseconds time)
 
 void Figures::followFirst(const Line &line)
 {
-    const Json first = Json::parse(line.text);
+    const nlohmann::json first = nlohmann::json::parse(line.text);
     const auto screens = first.find("screens");
     if (screens == first.end() || !screens->is_array())
         return;
-    for (const Json &screen : *screens) {
+    for (const nlohmann::json &screen : *screens) {
         const auto isLength = [&screen](const char *name) {
             return screen.is_object() && screen.contains(name) && screen[name].is_number_integer();
         };
-        if (!isLength("width") || !isLength("height") || screen.value("primary", Json()) != true)
+        if (!isLength("width") || !isLength("height") || screen.value("primary", nlohmann::json()) != true)
             continue;
         m_screenWidth = screen["width"].get<int>();
         m_screenHeight = screen["height"].get<int>();

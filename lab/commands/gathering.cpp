@@ -2,6 +2,7 @@
 
 #include "commands/errand.h"
 #include "commands/files.h"
+#include "commands/text.h"
 
 #include "capture/parts.h"
 #include "probe/child.h"
@@ -11,7 +12,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -23,13 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double patience = 120; ///< seconds for a step that another command takes
-
-std::string contentsOf(const fs::path &name)
-{
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+constexpr double commandTime = 120; ///< seconds for a step that another command takes
 
 /// "NAME=value", or that there is none.
 std::string variable(const char *name)
@@ -137,7 +131,7 @@ void Gathering::addVersions()
     if (uname(&system) == 0)
         text += std::string(system.sysname) + " " + system.release + " " + system.machine + "\n";
     const Errand packages =
-        run({"dpkg-query", "--show", "lanternix*", "libqt5gui5", "libc6"}, m_private.path(), patience);
+        run({"dpkg-query", "--show", "lanternix*", "libqt5gui5", "libc6"}, m_private.path(), commandTime);
     text += contentsOf("/etc/os-release") + packages.output;
     add("versions.txt", "versions of the system and the packages", text);
 }
@@ -177,7 +171,7 @@ void Gathering::addLoader()
     std::error_code ignored;
     for (const fs::directory_entry &entry : fs::directory_iterator("/etc/ld.so.conf.d", ignored))
         text += entry.path().string() + ":\n" + contentsOf(entry.path());
-    const Errand list = run({"/sbin/ldconfig", "-p"}, m_private.path(), patience);
+    const Errand list = run({"/sbin/ldconfig", "-p"}, m_private.path(), commandTime);
     text += "ldconfig -p:\n" + (list.status == 0 ? linesWith(list.output, "zorvicboardex") : list.errors);
     add("loader.txt", "where the loader looks for libraries", text);
 }
@@ -187,7 +181,7 @@ bool Gathering::runSelf(std::vector<std::string> arguments, const std::string &n
 {
     arguments.insert(arguments.begin(), ownPath());
     std::error_code ignored;
-    const Errand errand = run(std::move(arguments), m_folder.path(), patience);
+    const Errand errand = run(std::move(arguments), m_folder.path(), commandTime);
     if (errand.status != 0 || !fs::exists(m_folder.path() + "/" + name, ignored)) {
         addFailure(name, what, failureOf(errand));
         return false;
@@ -203,7 +197,7 @@ void Gathering::addRecording(const std::string &recording)
     const std::string kept = m_private.path() + "/kept.jsonl";
     std::error_code ignored;
     if (recording.empty()) {
-        const Errand errand = run({ownPath(), "keep", "-o", kept}, m_private.path(), patience);
+        const Errand errand = run({ownPath(), "keep", "-o", kept}, m_private.path(), commandTime);
         if (errand.status != 0)
             return addFailure(name, what, failureOf(errand));
     } else if (fs::is_directory(recording, ignored)) {
@@ -222,7 +216,7 @@ void Gathering::addReports()
 {
     runSelf({"report", "recording.jsonl", "-o", "report.html"}, "report.html",
             "figures of the recording, as a page");
-    const Errand text = run({ownPath(), "report", "recording.jsonl"}, m_folder.path(), patience);
+    const Errand text = run({ownPath(), "report", "recording.jsonl"}, m_folder.path(), commandTime);
     if (text.status == 0)
         add("report.txt", "the same as text", text.output);
     else

@@ -17,7 +17,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr auto patience = std::chrono::seconds(1);
+constexpr auto longestWait = std::chrono::seconds(1);
 constexpr auto progressStep = std::chrono::milliseconds(100);
 constexpr int linesBetweenLooks = 256; // at the clock
 constexpr int barWidth = 40;           // characters
@@ -25,7 +25,7 @@ constexpr int barWidth = 40;           // characters
 } // namespace
 
 Input::Input(const std::string &name, Progress progress)
-    : m_name(name), m_mayDraw(mayDraw(progress)), m_nextProgress(m_start + patience)
+    : m_name(name), m_mayDraw(mayDraw(progress)), m_nextProgress(m_start + longestWait)
 {
     m_file = name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status = {};

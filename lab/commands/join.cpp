@@ -14,7 +14,7 @@ namespace {
 
 using capture::Line;
 
-struct Options
+struct JoinOptions
 {
     std::vector<std::string> files;
     std::string output = "-";
@@ -71,7 +71,7 @@ private:
     bool m_isFirst = true;
 };
 
-int join(const Options &options)
+int join(const JoinOptions &options)
 {
     capture::Result result(options.output);
     Join joined(result, progressFor(options.output));
@@ -88,7 +88,7 @@ int join(const Options &options)
 void addJoin(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand("join", "Write several recordings as one, one behind the other");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<JoinOptions>();
     command.add_option("FILE", options->files, "The recordings, in their order")->required()->expected(2, -1);
     command.add_option("-o,--output", options->output, "The file to write; by default standard output")
         ->type_name("FILE");

@@ -25,14 +25,14 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-struct Options
+struct KeepOptions
 {
     std::string capture; ///< a recording that has ended; empty for the one that goes on
     std::string output;
     bool json = false;
 };
 
-int tell(const Options &options, const std::string &file, std::int64_t reports, std::int64_t time)
+int tell(const KeepOptions &options, const std::string &file, std::int64_t reports, std::int64_t time)
 {
     const double seconds = static_cast<double>(time) / 1e6;
     if (file == "-")
@@ -50,7 +50,7 @@ int refuse(const std::string &error)
     return unreadable;
 }
 
-int keepEnded(const Options &options)
+int keepEnded(const KeepOptions &options)
 {
     std::error_code ignored;
     const bool isFolder = fs::is_directory(options.capture, ignored);
@@ -85,7 +85,7 @@ Json awaitAnswer(int connection)
     return {};
 }
 
-int keepRunning(const Options &options)
+int keepRunning(const KeepOptions &options)
 {
     if (options.output == "-")
         return refuse("lanternix-lab: a recording that goes on is saved to a file; -o FILE names it");
@@ -112,7 +112,7 @@ int keepRunning(const Options &options)
 void addKeep(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand("keep", "Save what a rolling recording has kept");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<KeepOptions>();
     command.add_option("FILE", options->capture,
                        "A rolling recording that has ended, or a folder with its parts; by default the "
                        "recording that goes on");

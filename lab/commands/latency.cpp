@@ -22,7 +22,7 @@ namespace lab {
 
 namespace {
 
-struct Options
+struct LatencyOptions
 {
     std::string program;
     std::optional<int> contacts;
@@ -34,7 +34,7 @@ struct Options
     bool json = false;
 };
 
-latency::Plan planOf(const Options &options)
+latency::Plan planOf(const LatencyOptions &options)
 {
     latency::Plan plan;
     plan.contacts = options.contacts ? std::vector<int>{*options.contacts} : std::vector<int>{1, 2, 5, 10};
@@ -46,7 +46,7 @@ latency::Plan planOf(const Options &options)
 
 /// The screen of --headless and --size, which becomes that of DISPLAY; null if it cannot be started, which
 /// one line on standard error has told.
-std::unique_ptr<VirtualScreen> screenOf(const Options &options)
+std::unique_ptr<VirtualScreen> screenOf(const LatencyOptions &options)
 {
     auto screen = options.size.empty() ? std::make_unique<VirtualScreen>()
                                        : std::make_unique<VirtualScreen>(options.size);
@@ -74,7 +74,7 @@ bool canWrite(const std::string &name)
     return name.empty() || capture::NewFile(name).stream();
 }
 
-int tell(const Options &options, const latency::Outcome &outcome)
+int tell(const LatencyOptions &options, const latency::Outcome &outcome)
 {
     std::fputs((options.json ? latencyJson(outcome) : latencyText(outcome)).c_str(), stdout);
     if (options.output.empty())
@@ -84,7 +84,7 @@ int tell(const Options &options, const latency::Outcome &outcome)
     return file.finish() ? success : unreadable;
 }
 
-int run(const Options &options)
+int run(const LatencyOptions &options)
 {
     const std::string program = options.program.empty() ? findProgram() : options.program;
     const std::string driver = program.empty() ? "" : findLatencyDriver();
@@ -128,7 +128,7 @@ void addLatency(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "latency", "Measure how long a report takes from the driver's callback to the pixel");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<LatencyOptions>();
     command.add_option("PROGRAM", options->program, "Measure this program; by default lanternix");
     command.add_option("--contacts", options->contacts, "Only so many contacts; by default 1, 2, 5 and 10")
         ->type_name("NUMBER")

@@ -17,7 +17,7 @@ using latency::Rest;
 using latency::Row;
 using latency::timeText;
 
-constexpr const char *heading = R"(
+constexpr const char *tableHeading = R"(
                             reports      min   median     95 %     99 %      max     mean | beyond the tick
                                                                                           |     mean     99 %
 )";
@@ -72,7 +72,7 @@ Json rowJson(const Row &row, const latency::TickWait &tick)
 std::string latencyText(const Outcome &outcome)
 {
     std::string text = "milliseconds from the driver's callback to the pixel, on a screen of "
-        + std::to_string(outcome.width) + " x " + std::to_string(outcome.height) + "\n" + heading;
+        + std::to_string(outcome.width) + " x " + std::to_string(outcome.height) + "\n" + tableHeading;
     std::string split;
     for (const Row &row : outcome.rows) {
         if (row.split != split)

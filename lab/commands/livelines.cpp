@@ -13,6 +13,12 @@
 
 namespace lab {
 
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+} // namespace
+
 LiveLines::LiveLines(int connection) : m_connection(connection)
 {
     if (m_connection >= 0)
@@ -42,7 +48,6 @@ void LiveLines::receive(const Follower &follow)
 
 void LiveLines::sendNote(const std::string &text) const
 {
-    using Json = nlohmann::ordered_json;
     const std::string line =
         Json{{"type", "note"}, {"text", text}}.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
     [[maybe_unused]] const ssize_t sent = send(m_connection, line.data(), line.size(), MSG_NOSIGNAL);

@@ -12,13 +12,13 @@ namespace lab {
 
 namespace {
 
-struct Options
+struct ProbeOptions
 {
     probe::Wish wish;
     bool json = false;
 };
 
-int run(Options options)
+int run(ProbeOptions options)
 {
     probe::Wish &wish = options.wish;
     wish.helper = findDriverProbe();
@@ -60,7 +60,7 @@ void addProbe(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "probe", "Say whether driver and board are ready for lanternix, or the one thing to do");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ProbeOptions>();
     addProbeOptions(command, options->wish);
     command.add_flag("--json", options->json, "Print one JSON object");
     command.callback([options, &status] { status = run(*options); });

@@ -24,7 +24,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-struct Options
+struct RecordOptions
 {
     Recording::Choice recording;
     double keep = 0; ///< seconds; 0: all is kept
@@ -85,7 +85,7 @@ Totals totalsOf(const std::string &file)
     return totals;
 }
 
-void tellBeginning(const Options &options, const std::string &driver, const std::string &file)
+void tellBeginning(const RecordOptions &options, const std::string &driver, const std::string &file)
 {
     if (options.json)
         std::printf("%s\n", Json{{"driver", driver}, {"file", file}}.dump().c_str());
@@ -94,7 +94,7 @@ void tellBeginning(const Options &options, const std::string &driver, const std:
     std::fflush(stdout);
 }
 
-void tellEnd(const Options &options, const Totals &totals)
+void tellEnd(const RecordOptions &options, const Totals &totals)
 {
     const double seconds = static_cast<double>(totals.last) / 1e6;
     if (options.json)
@@ -110,7 +110,7 @@ void tellEnd(const Options &options, const Totals &totals)
                     seconds, totals.contacts, totals.lost);
 }
 
-int record(const Options &options)
+int record(const RecordOptions &options)
 {
     Recording::Choice choice = options.recording;
     if (choice.file.empty())
@@ -142,7 +142,7 @@ void addRecord(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "record", "Start lanternix, or another program, and record what happens at the board");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RecordOptions>();
     command
         .add_option("-o,--output", options->recording.file,
                     "The file to write; by default one named after the time")

@@ -30,7 +30,7 @@ namespace lab {
 
 namespace {
 
-struct Options
+struct ReplayOptions
 {
     std::string file;
     std::string speed = "1";
@@ -92,7 +92,7 @@ private:
     int m_socket = -1;
 };
 
-int play(const Options &options, const boardsim::Scenario &scenario, double speed,
+int play(const ReplayOptions &options, const boardsim::Scenario &scenario, double speed,
          const VirtualScreen *screen, Launch &program)
 {
     const Listener listener;
@@ -123,7 +123,7 @@ int play(const Options &options, const boardsim::Scenario &scenario, double spee
     return status == 0 || (isAsked && status == 128 + SIGTERM) ? success : findings;
 }
 
-int replay(const Options &options)
+int replay(const ReplayOptions &options)
 {
     const auto speed = speedOf(options.speed);
     if (!speed) {
@@ -169,7 +169,7 @@ void addReplay(CLI::App &lab, int &status)
 {
     CLI::App &command =
         *lab.add_subcommand("replay", "Start lanternix on a recording, which the simulated board plays");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ReplayOptions>();
     command.add_option("FILE", options->file, "The recording or scenario")->required();
     command.add_option("--speed", options->speed, "How many times as fast as it was recorded, or max")
         ->type_name("N|max")

@@ -22,7 +22,7 @@ namespace {
 
 using grading::Report;
 
-struct Options
+struct ReportOptions
 {
     std::vector<std::string> files;
     std::string output;
@@ -70,7 +70,7 @@ class Reporter
 {
 public:
     /// Keeps references to both.
-    Reporter(const Options &options, const Grading &grading, std::vector<Limit> limits)
+    Reporter(const ReportOptions &options, const Grading &grading, std::vector<Limit> limits)
         : m_options(options), m_grading(grading), m_limits(std::move(limits))
     {
     }
@@ -87,7 +87,7 @@ private:
     void write(const std::string &name, const std::string &text);
     int finish();
 
-    const Options &m_options;
+    const ReportOptions &m_options;
     const Grading &m_grading;
     const std::vector<Limit> m_limits;
     bool m_isPair = false;      ///< whether two files are compared
@@ -224,7 +224,7 @@ int Reporter::finish()
     return m_isPassed ? findings : success;
 }
 
-int report(const Options &options)
+int report(const ReportOptions &options)
 {
     const auto limits = limitsOf(options.failOn, grading::figureKeys());
     Grading grading;
@@ -239,7 +239,7 @@ void addReport(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "report", "Measure recordings: report rate, jitter, straightness, losses; compare two, list many");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ReportOptions>();
     command
         .add_option("FILE", options->files,
                     "The recordings, or folders of them; two recordings are compared; - for standard input")

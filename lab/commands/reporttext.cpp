@@ -1,5 +1,7 @@
 #include "commands/reporttext.h"
 
+#include "commands/text.h"
+
 #include "page/reportpage.h"
 
 #include <algorithm>
@@ -12,11 +14,6 @@ namespace {
 
 using capture::ReportKind;
 using grading::FigureInfo;
-
-double seconds(std::int64_t microseconds)
-{
-    return static_cast<double>(microseconds) / 1e6;
-}
 
 std::string dumped(const Json &json)
 {

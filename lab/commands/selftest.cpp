@@ -20,7 +20,9 @@ namespace lab {
 
 namespace {
 
-struct Options
+using Json = nlohmann::ordered_json;
+
+struct SelftestOptions
 {
     std::string program;
     std::vector<std::string> requirements; ///< to be tested; all if empty
@@ -79,7 +81,6 @@ double secondsOf(const std::vector<Entry> &ledger)
 
 void printJson(const std::vector<Entry> &ledger)
 {
-    using Json = nlohmann::ordered_json;
     Json entries = Json::array();
     for (const Entry &entry : ledger)
         entries.push_back({{"requirement", entry.check.requirement},
@@ -107,7 +108,7 @@ std::string junitOf(const std::vector<Entry> &ledger)
 }
 
 /// What the checks need; false if something is missing, which one line on standard error has told.
-bool find(const Options &options, selftest::Parts &parts)
+bool find(const SelftestOptions &options, selftest::Parts &parts)
 {
     parts.command = ownPath();
     parts.program = options.program.empty() ? findProgram() : absolute(options.program);
@@ -137,7 +138,7 @@ std::vector<selftest::Check> chosenOf(const std::vector<std::string> &requiremen
     return chosen;
 }
 
-int test(const Options &options)
+int test(const SelftestOptions &options)
 {
     const std::vector<selftest::Check> chosen = chosenOf(options.requirements);
     selftest::Parts parts;
@@ -173,7 +174,7 @@ void addSelftest(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "selftest", "Test what is installed here, with the simulated board, on a screen of its own");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SelftestOptions>();
     command.add_option("PROGRAM", options->program, "The program; by default the installed lanternix")
         ->check(CLI::ExistingFile);
     command

@@ -19,7 +19,7 @@ namespace {
 
 using capture::Line;
 
-struct Options
+struct ShowOptions
 {
     std::string file;
     bool all = false;
@@ -72,7 +72,7 @@ template <typename Value> bool holds(const std::vector<Value> &values, const Val
     return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-bool isWanted(const Options &options, const Line &line, const capture::Report &report)
+bool isWanted(const ShowOptions &options, const Line &line, const capture::Report &report)
 {
     if (!options.calls && line.type == Line::Type::call)
         return false;
@@ -97,7 +97,7 @@ void printRuns(Motion &motion)
         std::printf("%s\n", run.c_str());
 }
 
-void print(const Options &options, const Line &line, const capture::Report &report, Motion &motion)
+void print(const ShowOptions &options, const Line &line, const capture::Report &report, Motion &motion)
 {
     if (options.json) {
         std::printf("%s\n", eventJson(line, report).dump().c_str());
@@ -111,7 +111,7 @@ void print(const Options &options, const Line &line, const capture::Report &repo
                 (isReport ? reportText(line, report) : eventText(line)).c_str());
 }
 
-int show(const Options &options)
+int show(const ShowOptions &options)
 {
     Input input(options.file, Input::Progress::unlessPrinting);
     Motion motion;
@@ -134,7 +134,7 @@ int show(const Options &options)
 void addShow(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand("show", "Print every event of a recording in one readable line");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ShowOptions>();
     command.add_option("FILE", options->file, "The recording or scenario; - for standard input")->required();
     command.add_flag("--all", options->all, "Print every report, also those in which contacts only move");
     command.add_option("--board", options->boards, "Only what this board reports and gets; may be repeated")

@@ -1,6 +1,6 @@
 #include "commands/stream.h"
 
-#include "hex.h"
+#include "commands/text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,11 +9,6 @@ namespace lab {
 namespace {
 
 using capture::Line;
-
-std::string hexOf(const Line &line)
-{
-    return boardsim::hexText(line.bytes.data(), static_cast<int>(line.bytes.size()));
-}
 
 /// What a call says, without addresses, which differ from run to run.
 std::string callText(const Line &line)

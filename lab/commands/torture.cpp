@@ -21,7 +21,9 @@ namespace lab {
 
 namespace {
 
-struct Options
+using Json = nlohmann::ordered_json;
+
+struct TortureOptions
 {
     std::string program;
     std::string driver; ///< of the board maker; empty for the simulated one
@@ -105,7 +107,6 @@ std::string junitOf(const std::vector<Row> &rows)
 
 void printJson(const std::vector<Row> &rows)
 {
-    using Json = nlohmann::ordered_json;
     Json faults = Json::array();
     for (const Row &row : rows)
         faults.push_back({{"number", row.number},
@@ -140,7 +141,7 @@ int judge(const std::string &driver)
 
 /// Fills in what the options leave open. If something is missing or the driver cannot be tried, one line on
 /// standard error has told, and the status of the command is returned; else success.
-int prepare(const Options &options, stage::Setting &setting)
+int prepare(const TortureOptions &options, stage::Setting &setting)
 {
     setting.program = options.program.empty() ? findProgram() : absolute(options.program);
     const bool isSimulated = options.driver.empty();
@@ -151,7 +152,7 @@ int prepare(const Options &options, stage::Setting &setting)
 }
 
 /// Tries the faults one by one. False if a signal has ended that.
-bool tryAll(const Options &options, const stage::Setting &setting, std::vector<Row> &rows)
+bool tryAll(const TortureOptions &options, const stage::Setting &setting, std::vector<Row> &rows)
 {
     for (Row &row : rows) {
         row.outcome = torture::tryFault(setting, options.driver.empty(), *row.fault);
@@ -164,7 +165,7 @@ bool tryAll(const Options &options, const stage::Setting &setting, std::vector<R
 }
 
 /// A program behind the names of faults was taken for one of them.
-void findProgramAmongNames(const std::vector<torture::Fault> &faults, Options &options)
+void findProgramAmongNames(const std::vector<torture::Fault> &faults, TortureOptions &options)
 {
     if (options.names.empty() || !options.program.empty())
         return;
@@ -177,7 +178,7 @@ void findProgramAmongNames(const std::vector<torture::Fault> &faults, Options &o
     options.names.pop_back();
 }
 
-int tortureProgram(Options options)
+int tortureProgram(TortureOptions options)
 {
     const auto &faults = options.driver.empty() ? torture::catalogue() : torture::catalogueForAnyDriver();
     findProgramAmongNames(faults, options);
@@ -219,7 +220,7 @@ void addTorture(CLI::App &lab, int &status)
 {
     CLI::App &command = *lab.add_subcommand(
         "torture", "Do to lanternix what boards and drivers do wrong, on a screen of its own");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<TortureOptions>();
     command.add_option("PROGRAM", options->program, "The program; by default the installed lanternix")
         ->check(CLI::ExistingFile);
     CLI::Option *const lists =

@@ -24,10 +24,10 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr auto pictureTime = std::chrono::milliseconds(100);
+constexpr auto tableTime = std::chrono::milliseconds(100);
 constexpr auto jsonTime = std::chrono::seconds(1);
 
-struct Options
+struct WatchOptions
 {
     std::string socket;
     bool json = false;
@@ -171,7 +171,7 @@ std::optional<Limit> watchOnScreen(Feed &feed, const std::vector<Limit> &limits,
             press(key, view, feed);
         if (steady_clock::now() < next && !hasKey)
             continue;
-        next = steady_clock::now() + pictureTime;
+        next = steady_clock::now() + tableTime;
         const Figures &figures = view.frozen ? *view.frozen : feed.figures();
         Screen::show(watchText(figures, view.showsBytes), view.foot());
         limit = passed(limits, watchFigures(feed.figures()));
@@ -204,7 +204,7 @@ void printLast(const Feed &feed)
     std::printf("%s\n", feed.hasEnded() ? "the recording has ended" : "the recording goes on");
 }
 
-int watch(const Options &options)
+int watch(const WatchOptions &options)
 {
     const auto limits = limitsOf(options.failOn, watchKeys);
     if (!limits)
@@ -235,7 +235,7 @@ void addWatch(CLI::App &lab, int &status)
 {
     CLI::App &command =
         *lab.add_subcommand("watch", "Show the figures of a running recording in the terminal");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<WatchOptions>();
     command.add_option("SOCKET", options->socket,
                        "The recorder's socket; by default that of the newest recording");
     command.add_flag("--json", options->json, "Print one JSON object a second");

@@ -1,8 +1,8 @@
 #include "commands/watchtext.h"
 
+#include "commands/text.h"
+
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 namespace lab {
 
@@ -10,13 +10,6 @@ namespace {
 
 using capture::ReportKind;
 using Json = nlohmann::ordered_json;
-
-template <typename... Arguments> std::string format(const char *pattern, Arguments... arguments)
-{
-    std::array<char, 256> text{};
-    const int length = std::snprintf(text.data(), text.size(), pattern, arguments...);
-    return {text.data(), static_cast<std::size_t>(std::clamp(length, 0, int(text.size()) - 1))};
-}
 
 /// Raw units to pixels of a screen that is @p size pixels wide or high.
 int pixels(int units, int size)
@@ -81,7 +74,7 @@ std::string insideLine(const Figures::Board &board)
         + format(" us, longest %.1f us", board.longestInside);
 }
 
-constexpr const char *heading =
+constexpr const char *contactHeading =
     "  contact   state         /s lowest median      ago      x      y    px    py";
 
 std::vector<std::string> contactLines(const Figures::Key &key, const ContactFigures &contact,
@@ -119,18 +112,13 @@ std::vector<std::string> contactTable(int board, const Figures &figures)
         }
     }
     if (!lines.empty())
-        lines.insert(lines.begin(), heading);
+        lines.insert(lines.begin(), contactHeading);
     return lines;
 }
 
 Json optionalJson(const std::optional<double> &value)
 {
     return value ? Json(*value) : Json();
-}
-
-double seconds(std::int64_t microseconds)
-{
-    return static_cast<double>(microseconds) / 1e6;
 }
 
 Json contactJson(const Figures::Key &key, const ContactFigures &contact, const Figures &figures)

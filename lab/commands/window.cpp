@@ -42,7 +42,7 @@ public:
     Search &operator=(const Search &) = delete;
 
     /// The content of the largest visible window.
-    std::optional<accept::Area> largest()
+    std::optional<acceptance::Area> largest()
     {
         if (m_root != XCB_WINDOW_NONE)
             look(m_root, 0);
@@ -99,7 +99,7 @@ private:
             m_server, xcb_translate_coordinates(m_server, window, m_root, 0, 0), nullptr));
         if (!size || !corner)
             return;
-        const accept::Area area{corner->dst_x, corner->dst_y, size->width, size->height};
+        const acceptance::Area area{corner->dst_x, corner->dst_y, size->width, size->height};
         if (!m_found || area.width * area.height > m_found->width * m_found->height)
             m_found = area;
     }
@@ -108,7 +108,7 @@ private:
     xcb_connection_t *const m_server;
     xcb_atom_t m_processProperty = XCB_ATOM_NONE;
     xcb_window_t m_root = XCB_WINDOW_NONE; ///< none without a server
-    std::optional<accept::Area> m_found;
+    std::optional<acceptance::Area> m_found;
 };
 
 } // namespace
@@ -121,7 +121,7 @@ bool knowsWindows()
     return isThere;
 }
 
-std::optional<accept::Area> windowOf(pid_t process, const char *display)
+std::optional<acceptance::Area> windowOf(pid_t process, const char *display)
 {
     return Search(process, display).largest();
 }

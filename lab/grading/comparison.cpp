@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t resamples = 1000;
 constexpr std::uint64_t fewest = 5;
-constexpr double outside = 0.025; // on either side
+constexpr double tail = 0.025; // on either side
 
 using Random = std::mt19937_64;
 
@@ -40,8 +40,8 @@ void judge(const Evidence &before, const Evidence &after, bool isBetterHigh, Dif
         return means[static_cast<std::size_t>(share * static_cast<double>(resamples - 1))];
     };
     difference.mean = after.mean() - before.mean();
-    difference.low = at(outside);
-    difference.high = at(1 - outside);
+    difference.low = at(tail);
+    difference.high = at(1 - tail);
     if (difference.low > 0 || difference.high < 0)
         difference.change = (difference.low > 0) == isBetterHigh ? Change::better : Change::worse;
 }

@@ -14,7 +14,7 @@ constexpr int leastSize = 192; // of a field: an info tag of 150 x 125, its circ
 
 } // namespace
 
-Fields::Fields(const accept::Area &window, int contacts)
+Fields::Fields(const acceptance::Area &window, int contacts)
     : m_first{window.x + margin, window.y + margin}, m_contacts(contacts)
 {
     const int width = window.width - 2 * margin;

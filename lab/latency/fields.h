@@ -17,7 +17,7 @@ public:
     static constexpr int step = 22;   ///< between two places, so that a place is untouched until its report
 
     /// Divides @p window among the contacts. Throws std::runtime_error if it is too small for so many.
-    Fields(const accept::Area &window, int contacts);
+    Fields(const acceptance::Area &window, int contacts);
 
     /// Every place of every contact, from top to bottom; without the strip at the top unless @p withStrip.
     Walk walk(bool withStrip) const;

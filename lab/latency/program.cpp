@@ -25,7 +25,7 @@ constexpr Nanoseconds watchInterval = 100 * millisecond; // between checks that 
 constexpr int frame = 10; // pixels: what is looked at in the window lies inside of it
 
 /// Pixels, far from the help text, that are white as soon as the program has painted its window.
-std::vector<Point> emptyPlaces(const accept::Area &window)
+std::vector<Point> emptyPlaces(const acceptance::Area &window)
 {
     const int left = window.x + frame;
     const int top = window.y + frame;
@@ -35,7 +35,7 @@ std::vector<Point> emptyPlaces(const accept::Area &window)
 }
 
 /// Whether @p isExpected holds for the colour at every place in the window.
-template <typename Condition> bool everywhere(const accept::Area &window, const Condition &isExpected)
+template <typename Condition> bool everywhere(const acceptance::Area &window, const Condition &isExpected)
 {
     for (int y = window.y + frame; y < window.y + window.height - frame; ++y) {
         for (int x = window.x + frame; x < window.x + window.width - frame; ++x) {
@@ -46,7 +46,7 @@ template <typename Condition> bool everywhere(const accept::Area &window, const 
     return true;
 }
 
-bool isAllWhite(const Picture &picture, const accept::Area &window)
+bool isAllWhite(const Picture &picture, const acceptance::Area &window)
 {
     return everywhere(window, [&picture](Point place) { return picture.at(place) == white; });
 }
@@ -148,7 +148,7 @@ void Program::awaitFirstPicture()
             throw std::runtime_error("the program shows no picture");
     }
     m_screen.settle(watchInterval, deadline);
-    m_window = lab::windowOf(m_launch.process()).value_or(accept::Area());
+    m_window = lab::windowOf(m_launch.process()).value_or(acceptance::Area());
     if (!m_room->registered)
         throw std::runtime_error("the program has not registered with the driver that measures");
 }

@@ -66,7 +66,7 @@ public:
     Program &operator=(const Program &) = delete;
 
     /// Where the content of its window is on the screen.
-    const accept::Area &window() const { return m_window; }
+    const acceptance::Area &window() const { return m_window; }
 
     /// From the start of the process to its first picture.
     Nanoseconds timeToFirstPicture() const { return m_timeToFirstPicture; }
@@ -111,7 +111,7 @@ private:
     Screen &m_screen;
     const SharedRoom m_room;
     lab::Launch m_launch;
-    accept::Area m_window;
+    acceptance::Area m_window;
     Picture m_empty; ///< of the screen, before anything is drawn
     clockid_t m_clock = 0;
     Nanoseconds m_started = 0;

@@ -11,8 +11,8 @@ namespace page {
 
 namespace {
 
-using accept::lengthText;
-using accept::Result;
+using acceptance::lengthText;
+using acceptance::Result;
 
 /// The heads of a column with names, and of those with numbers.
 void writeHead(Html &html, const char *names, std::initializer_list<const char *> numbers)
@@ -24,17 +24,17 @@ void writeHead(Html &html, const char *names, std::initializer_list<const char *
         html.leaf("th", title, {{"scope", "col"}, {"class", "number"}});
 }
 
-void writeLength(Html &html, double length, const accept::Setting &setting)
+void writeLength(Html &html, double length, const acceptance::Setting &setting)
 {
     html.leaf("td", lengthText(length, setting), {{"class", "number"}});
 }
 
-void writeStep(Html &html, const accept::StepOutcome &outcome)
+void writeStep(Html &html, const acceptance::StepOutcome &outcome)
 {
     const Element row(html, "tr");
     html.leaf("td", outcome.step->title);
     const bool isWrong = outcome.result == Result::wrong;
-    html.leaf("td", accept::nameOf(outcome.result), {{"class", isWrong ? "result fail" : "result"}});
+    html.leaf("td", acceptance::nameOf(outcome.result), {{"class", isWrong ? "result fail" : "result"}});
     const Element cell(html, "td");
     for (const std::string &line : outcome.finding.lines)
         html.leaf("p", line);
@@ -45,7 +45,7 @@ void writeStep(Html &html, const accept::StepOutcome &outcome)
                   {{"class", "note"}});
 }
 
-void writeSteps(Html &html, const accept::Outcome &outcome)
+void writeSteps(Html &html, const acceptance::Outcome &outcome)
 {
     html.leaf("h2", "Steps");
     const Element table(html, "table");
@@ -57,12 +57,12 @@ void writeSteps(Html &html, const accept::Outcome &outcome)
         html.leaf("th", "What was seen", {{"scope", "col"}});
     }
     const Element body(html, "tbody");
-    for (const accept::StepOutcome &step : outcome.steps)
+    for (const acceptance::StepOutcome &step : outcome.steps)
         writeStep(html, step);
 }
 
 void writeErrors(Html &html, const std::string &what, double mean, double worst,
-                 const accept::Setting &setting)
+                 const acceptance::Setting &setting)
 {
     const Element row(html, "tr");
     html.leaf("td", what);
@@ -70,38 +70,40 @@ void writeErrors(Html &html, const std::string &what, double mean, double worst,
     writeLength(html, worst, setting);
 }
 
-std::string adviceText(accept::Advice advice)
+std::string adviceText(acceptance::Advice advice)
 {
     switch (advice) {
-    case accept::Advice::good:
+    case acceptance::Advice::good:
         return "Good: the board reports where it is touched.";
-    case accept::Advice::calibrate:
+    case acceptance::Advice::calibrate:
         return "Calibrate: the errors are too large, but calibrating leaves little of them.";
-    case accept::Advice::replace:
+    case acceptance::Advice::replace:
         break;
     }
     return "Replace: the errors are too large, and calibrating leaves too much of them.";
 }
 
-void writeCalibration(Html &html, const accept::Calibration &calibration, const accept::Setting &setting)
+void writeCalibration(Html &html, const acceptance::Calibration &calibration,
+                      const acceptance::Setting &setting)
 {
     html.leaf("p", adviceText(calibration.advice), {{"class", "verdict"}});
     {
         const Element table(html, "table");
         writeHead(html, "Errors", {"Mean", "Worst"});
         const Element body(html, "tbody");
-        const accept::Errors &errors = calibration.errors;
-        const accept::Errors &left = calibration.left;
+        const acceptance::Errors &errors = calibration.errors;
+        const acceptance::Errors &left = calibration.left;
         writeErrors(html, "as the board is", errors.mean, errors.worst, setting);
         writeErrors(html, "behind the best calibration", left.mean, left.worst, setting);
         writeErrors(html, "limit", setting.targets.mean, setting.targets.worst, setting);
     }
-    html.leaf("p", accept::mappingText(calibration.mapping, setting));
+    html.leaf("p", acceptance::mappingText(calibration.mapping, setting));
     html.leaf("p",
-              "The axes are " + accept::decimal(calibration.mapping.shear) + " degrees off the right angle.");
+              "The axes are " + acceptance::decimal(calibration.mapping.shear)
+                  + " degrees off the right angle.");
 }
 
-void writeTargets(Html &html, const accept::Finding &targets, const accept::Setting &setting)
+void writeTargets(Html &html, const acceptance::Finding &targets, const acceptance::Setting &setting)
 {
     html.leaf("h2", "Targets");
     if (targets.calibration)
@@ -109,15 +111,15 @@ void writeTargets(Html &html, const accept::Finding &targets, const accept::Sett
     distortionMap(html, targets, setting);
 }
 
-void writeEachTarget(Html &html, const accept::Finding &targets, const accept::Setting &setting)
+void writeEachTarget(Html &html, const acceptance::Finding &targets, const acceptance::Setting &setting)
 {
     html.leaf("h2", "Each target");
     const Element table(html, "table");
     writeHead(html, "Target", {"To the right", "Down", "Distance"});
     const Element body(html, "tbody");
-    const accept::Errors errors = accept::errorsOf(targets.touched, setting.scale);
+    const acceptance::Errors errors = acceptance::errorsOf(targets.touched, setting.scale);
     for (std::size_t i = 0; i < targets.touched.size(); ++i) {
-        const accept::Touched &touched = targets.touched[i];
+        const acceptance::Touched &touched = targets.touched[i];
         const Element row(html, "tr");
         html.leaf("td", touched.name);
         writeLength(html, (touched.at.x - touched.target.x) * setting.scale.x, setting);
@@ -141,7 +143,7 @@ void writeSignature(Html &html)
 
 } // namespace
 
-std::string acceptPage(const accept::Outcome &outcome, const grading::Report &report)
+std::string acceptPage(const acceptance::Outcome &outcome, const grading::Report &report)
 {
     Html html("Acceptance test: " + report.file, style);
     {
@@ -149,11 +151,11 @@ std::string acceptPage(const accept::Outcome &outcome, const grading::Report &re
         html.leaf("h1", "Acceptance test");
         html.leaf("p", report.file, {{"class", "note"}});
         const bool keepsLimits = report.total().verdict() != grading::Verdict::fail;
-        html.leaf("p", accept::verdictText(outcome, keepsLimits), {{"class", "verdict"}});
+        html.leaf("p", acceptance::verdictText(outcome, keepsLimits), {{"class", "verdict"}});
         if (report.profile)
             writeVerdict(html, report.total(), report.profile);
         writeSteps(html, outcome);
-        const accept::Finding *const targets = outcome.targets();
+        const acceptance::Finding *const targets = outcome.targets();
         if (targets)
             writeTargets(html, *targets, outcome.setting);
         writeSignature(html);

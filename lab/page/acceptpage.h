@@ -9,6 +9,6 @@ namespace page {
 
 /// The page of an acceptance test, to be signed: the verdict, the steps, what the targets say, and the report
 /// of the whole recording.
-std::string acceptPage(const accept::Outcome &outcome, const grading::Report &report);
+std::string acceptPage(const acceptance::Outcome &outcome, const grading::Report &report);
 
 } // namespace page

@@ -10,19 +10,19 @@ namespace page {
 
 namespace {
 
-using accept::boardWidth;
-using accept::Touched;
+using acceptance::boardWidth;
+using acceptance::Touched;
 
 constexpr double longest = 90; ///< of the lines that join two places, in units of the picture
 constexpr double targetRadius = 9;
 constexpr double arm = 8; ///< of the cross at a reported place
 
 /// The largest round factor with which no error is drawn too long.
-int magnificationOf(const accept::Finding &targets, const Aspect &aspect)
+int magnificationOf(const acceptance::Finding &targets, const Aspect &aspect)
 {
     double farthest = 0;
     for (const Touched &touched : targets.touched) {
-        const accept::Scale scale{aspect.width / boardWidth, aspect.height / boardWidth, ""};
+        const acceptance::Scale scale{aspect.width / boardWidth, aspect.height / boardWidth, ""};
         farthest = std::max(farthest,
                             scale.length({touched.at.x - touched.target.x, touched.at.y - touched.target.y}));
     }
@@ -36,9 +36,9 @@ int magnificationOf(const accept::Finding &targets, const Aspect &aspect)
 
 } // namespace
 
-void distortionMap(Html &html, const accept::Finding &targets, const accept::Setting &setting)
+void distortionMap(Html &html, const acceptance::Finding &targets, const acceptance::Setting &setting)
 {
-    const accept::Area &screen = setting.frame.screen;
+    const acceptance::Area &screen = setting.frame.screen;
     Aspect aspect;
     aspect.height = std::clamp(aspect.width * screen.height / screen.width, 400.0, 3200.0);
     const int magnification = magnificationOf(targets, aspect);
@@ -48,8 +48,8 @@ void distortionMap(Html &html, const accept::Finding &targets, const accept::Set
         "where the board reports it, "
         + (magnification == 1 ? std::string("to scale.")
                               : std::to_string(magnification) + " times as far away as it is.")
-        + " The line at the bottom left is as long as " + accept::lengthText(width / magnification, setting)
-        + ".";
+        + " The line at the bottom left is as long as "
+        + acceptance::lengthText(width / magnification, setting) + ".";
     const Picture picture(html, aspect, "Map of distortion", caption);
     html.leaf("desc", caption);
     for (const Touched &touched : targets.touched) {

@@ -7,6 +7,6 @@
 namespace page {
 
 /// The map of distortion: every target, and joined to it the place where the board reports it, magnified.
-void distortionMap(Html &html, const accept::Finding &targets, const accept::Setting &setting);
+void distortionMap(Html &html, const acceptance::Finding &targets, const acceptance::Setting &setting);
 
 } // namespace page

@@ -54,7 +54,7 @@ void Markup::empty(const char *element, Attributes attributes)
     close();
 }
 
-Html::Html(const std::string &title, const char *style)
+Html::Html(const std::string &title, const char *css)
 {
     m_printer.PushUnknown("DOCTYPE html");
     open("html", {{"lang", "en"}});
@@ -63,7 +63,7 @@ Html::Html(const std::string &title, const char *style)
     empty("meta", {{"name", "viewport"}, {"content", "width=device-width, initial-scale=1"}});
     empty("meta", {{"name", "color-scheme"}, {"content", "light dark"}});
     leaf("title", title);
-    leaf("style", style);
+    leaf("style", css);
     close();
     open("body");
 }
@@ -75,7 +75,7 @@ std::string Html::finish()
     return std::string(m_printer.CStr()) + "\n";
 }
 
-Svg::Svg(const Heading &heading, int width, int height, const char *style)
+Svg::Svg(const Heading &heading, int width, int height, const char *css)
 {
     const std::string size = std::to_string(width) + " " + std::to_string(height);
     open("svg",
@@ -87,7 +87,7 @@ Svg::Svg(const Heading &heading, int width, int height, const char *style)
           {"aria-labelledby", "title description"}});
     leaf("title", heading.title, {{"id", "title"}});
     leaf("desc", heading.description, {{"id", "description"}});
-    leaf("style", style);
+    leaf("style", css);
 }
 
 std::string Svg::finish()

@@ -13,12 +13,11 @@ namespace {
 
 using latency::Distribution;
 using latency::Outcome;
-using latency::Row;
 using latency::timeText;
 
 // All are units of the picture.
 constexpr int width = 1000;
-constexpr int head = 116; ///< above the first row
+constexpr int headHeight = 116; ///< above the first row
 constexpr int rowHeight = 46;
 constexpr int barHeight = 34;
 constexpr int foot = 64; ///< below the last row
@@ -30,7 +29,7 @@ constexpr double least = 16; ///< milliseconds that the axis shows at least
 constexpr double most = 64;  ///< and at most; longer times are the last bar
 
 // Without variables: not everything that shows pictures knows them.
-constexpr const char *style = R"css(
+constexpr const char *chartStyle = R"css(
 text { fill: #1b1f24; font: 15px system-ui, "DejaVu Sans", sans-serif; }
 .title { font-size: 20px; font-weight: 600; }
 .number { text-anchor: end; font-variant-numeric: tabular-nums; }
@@ -56,7 +55,7 @@ class Axis
 public:
     explicit Axis(const Outcome &outcome)
     {
-        for (const Row &row : outcome.rows)
+        for (const latency::Row &row : outcome.rows)
             m_end = std::max(m_end, latency::distributionOf(row.times).p99);
         m_end = std::min(most, std::ceil(m_end / 8) * 8);
     }
@@ -111,13 +110,13 @@ void drawAxis(Svg &svg, const Axis &axis, int bottom)
 {
     const int step = axis.end() > 32 ? 8 : 4;
     for (int time = 0; time <= static_cast<int>(axis.end()); time += step) {
-        line(svg, "rule", axis.at(time), head - 8, axis.at(time), bottom + 6);
+        line(svg, "rule", axis.at(time), headHeight - 8, axis.at(time), bottom + 6);
         write(svg, "middle", axis.at(time), bottom + 24, std::to_string(time));
     }
     write(svg, "middle", (plotLeft + plotRight) / 2.0, bottom + 48, "milliseconds; the last bar: and more");
 }
 
-void drawRow(Svg &svg, const Axis &axis, const Row &row, const latency::TickWait &tick, int bottom)
+void drawRow(Svg &svg, const Axis &axis, const latency::Row &row, const latency::TickWait &tick, int bottom)
 {
     const std::vector<int> counts = axis.counts(row.times);
     const double ticksCount = static_cast<double>(row.times.size()) / tick.period; // in each millisecond
@@ -142,7 +141,7 @@ void drawRow(Svg &svg, const Axis &axis, const Row &row, const latency::TickWait
 /// Who drew the rows whose names do not tell.
 std::string contextOf(const Outcome &outcome)
 {
-    const Row &last = outcome.rows.back();
+    const latency::Row &last = outcome.rows.back();
     return last.split == "contacts" ? "" : " Patterns, ages and lengths: " + latency::drawnBy(last) + ".";
 }
 
@@ -154,9 +153,9 @@ void drawHead(Svg &svg, const Outcome &outcome, const std::string &title)
               + ". The program redraws every " + timeText(outcome.tick.period)
               + " ms. Dotted: what the wait for that alone would give.");
     write(svg, "label", 16, 80, "Thick line: median. Dashed line: 99 % are not longer." + contextOf(outcome));
-    write(svg, "number", plotRight + columnWidth, head - 14, "median");
-    write(svg, "number", plotRight + 2 * columnWidth, head - 14, "99 %");
-    write(svg, "number", plotRight + 3 * columnWidth, head - 14, "reports");
+    write(svg, "number", plotRight + columnWidth, headHeight - 14, "median");
+    write(svg, "number", plotRight + 2 * columnWidth, headHeight - 14, "99 %");
+    write(svg, "number", plotRight + 3 * columnWidth, headHeight - 14, "reports");
 }
 
 /// What the picture shows, for those who do not see it.
@@ -165,7 +164,7 @@ std::string descriptionOf(const Outcome &outcome)
     std::string text = "How many reports took how many milliseconds. The program redraws every "
         + timeText(outcome.tick.period) + " ms, so a report waits " + timeText(outcome.tick.mean())
         + " ms for it on average.";
-    for (const Row &row : outcome.rows) {
+    for (const latency::Row &row : outcome.rows) {
         const Distribution times = latency::distributionOf(row.times);
         text += " " + row.name + ": median " + timeText(times.median) + " ms, 99 % " + timeText(times.p99)
             + " ms.";
@@ -178,14 +177,14 @@ std::string descriptionOf(const Outcome &outcome)
 std::string latencyChart(const Outcome &outcome)
 {
     const std::string title = "From the driver's callback to the pixel";
-    const int bottom = head + rowHeight * static_cast<int>(outcome.rows.size());
+    const int bottom = headHeight + rowHeight * static_cast<int>(outcome.rows.size());
     const Axis axis(outcome);
-    Svg svg({title, descriptionOf(outcome)}, width, bottom + foot, style);
+    Svg svg({title, descriptionOf(outcome)}, width, bottom + foot, chartStyle);
     rectangle(svg, "paper", 0, bottom + foot, width, bottom + foot);
     drawHead(svg, outcome, title);
     drawAxis(svg, axis, bottom);
-    int rowBottom = head;
-    for (const Row &row : outcome.rows)
+    int rowBottom = headHeight;
+    for (const latency::Row &row : outcome.rows)
         drawRow(svg, axis, row, outcome.tick, rowBottom += rowHeight);
     return svg.finish();
 }

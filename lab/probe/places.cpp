@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *variable = "LD_LIBRARY_PATH";
+constexpr const char *folderVariable = "LD_LIBRARY_PATH";
 constexpr const char *absent = "not there";
 constexpr const char *unnamed = "does not name it"; ///< of the list of libraries
 
@@ -104,12 +104,12 @@ std::vector<Place> placesIn(std::string_view trace, std::string_view folders)
     for (const std::string &folder : split(folders)) {
         const std::size_t before = places.size();
         const auto isInside = [&folder](const Place &place) {
-            return place.why == variable && place.path.rfind(folder + "/", 0) == 0;
+            return place.why == folderVariable && place.path.rfind(folder + "/", 0) == 0;
         };
         std::copy_if(tried.begin(), tried.end(), std::back_inserter(places), isInside);
         tried.erase(std::remove_if(tried.begin(), tried.end(), isInside), tried.end());
         if (places.size() == before && !fs::exists(folder))
-            places.push_back({folder + "/" + driverName, variable, "there is no such folder"});
+            places.push_back({folder + "/" + driverName, folderVariable, "there is no such folder"});
     }
     places.insert(places.end(), tried.begin(), tried.end());
     return places;

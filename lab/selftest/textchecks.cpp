@@ -13,7 +13,7 @@ namespace selftest {
 namespace {
 
 constexpr const char *locale = "fr_FR.UTF-8";
-constexpr double patience = 30; // seconds
+constexpr double textTime = 30; // seconds
 
 /// Throws LeftOut if the C library does not know the locale.
 void needLocale()
@@ -42,7 +42,7 @@ std::string checkCommandsText(const Parts &parts)
         const auto printedIn = [&](const char *language) {
             return lab::run({"env", std::string("LC_ALL=") + language, parts.command, subcommand,
                              parts.scenario, "--json"},
-                            "/", patience)
+                            "/", textTime)
                 .output;
         };
         const std::string english = printedIn("C");

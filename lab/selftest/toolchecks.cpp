@@ -15,7 +15,7 @@ namespace selftest {
 
 namespace {
 
-constexpr double patience = 60; // seconds for one subcommand
+constexpr double toolTime = 60; // seconds for one subcommand
 
 std::string contentsOf(const std::string &file)
 {
@@ -36,7 +36,7 @@ public:
         std::vector<std::string> command{"env", "XDG_RUNTIME_DIR=" + m_folder.path(),
                                          "BOARDSIM_SCENARIO=" + m_parts.scenario, m_parts.command};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        m_errand = lab::run(command, m_folder.path(), patience);
+        m_errand = lab::run(command, m_folder.path(), toolTime);
         if (m_errand.status == status)
             return {};
         return "status " + std::to_string(m_errand.status) + ": " + m_errand.errors + m_errand.output;

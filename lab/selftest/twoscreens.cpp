@@ -10,7 +10,7 @@ namespace selftest {
 namespace {
 
 constexpr const char *packages = "xserver-xorg-core, xserver-xorg-video-dummy and x11-xserver-utils";
-constexpr double patience = 20; // seconds
+constexpr double xrandrTime = 20; // seconds
 
 constexpr const char *configuration = R"(Section "Device"
     Identifier "device"
@@ -67,7 +67,7 @@ TwoScreens::TwoScreens()
     for (const std::vector<std::string> &step : steps) {
         std::vector<std::string> command{"xrandr", "--display", display()};
         command.insert(command.end(), step.begin(), step.end());
-        if (!isThere() || lab::run(command, "/", patience).status != 0)
+        if (!isThere() || lab::run(command, "/", xrandrTime).status != 0)
             throw LeftOut(std::string("needs the packages ") + packages);
     }
 }

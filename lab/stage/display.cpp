@@ -10,8 +10,6 @@
 
 namespace stage {
 
-namespace {
-
 struct Free
 {
     void operator()(void *reply) const { std::free(reply); }
@@ -19,8 +17,6 @@ struct Free
 
 /// An answer of the X server; null if there is none.
 template <typename Reply> using Answer = std::unique_ptr<Reply, Free>;
-
-} // namespace
 
 struct Display::Image
 {

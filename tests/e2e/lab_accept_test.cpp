@@ -13,7 +13,7 @@
 
 #include <algorithm>
 
-using namespace accept;
+using namespace acceptance;
 
 namespace {
 

@@ -10,8 +10,8 @@
 
 namespace {
 
-using accept::boardWidth;
-using accept::Place;
+using acceptance::boardWidth;
+using acceptance::Place;
 
 const char *const finger = R"("kind":"touch","id":0,"extent":300)";
 
@@ -19,7 +19,7 @@ const char *const finger = R"("kind":"touch","id":0,"extent":300)";
 class Rushing : public boardsim::Stage
 {
 public:
-    explicit Rushing(accept::Seen &seen) : m_seen(seen) { }
+    explicit Rushing(acceptance::Seen &seen) : m_seen(seen) { }
 
     boardsim::Clock::time_point now() override { return m_now; }
     bool waitUntil(boardsim::Clock::time_point deadline) override
@@ -49,7 +49,7 @@ private:
         return line;
     }
 
-    accept::Seen &m_seen;
+    acceptance::Seen &m_seen;
     const boardsim::Clock::time_point m_start = boardsim::Clock::time_point(std::chrono::hours(1));
     boardsim::Clock::time_point m_now = m_start;
 };
@@ -119,17 +119,17 @@ std::string Technician::tapTargets(int leftOut) const
 {
     std::string lines;
     int index = 0;
-    for (const accept::Target &target : accept::targetsOf(frame)) {
+    for (const acceptance::Target &target : acceptance::targetsOf(frame)) {
         if (index++ != leftOut)
             lines += tap(target.place);
     }
     return lines;
 }
 
-std::string Technician::follow(const std::vector<accept::Course> &courses, const Place &beside) const
+std::string Technician::follow(const std::vector<acceptance::Course> &courses, const Place &beside) const
 {
     std::string lines;
-    for (const accept::Course &course : courses)
+    for (const acceptance::Course &course : courses)
         lines += move(finger,
                       {{course.from.x + beside.x, course.from.y + beside.y},
                        {course.to.x + beside.x, course.to.y + beside.y}},
@@ -173,7 +173,7 @@ std::string Technician::replug() const
     return "{\"type\":\"unplug\",\"board\":1}\n" + wait(3) + "{\"type\":\"plug\",\"board\":1}\n" + wait(0.5);
 }
 
-void show(const std::string &lines, accept::Seen &seen)
+void show(const std::string &lines, acceptance::Seen &seen)
 {
     std::istringstream text("{\"type\":\"scenario\",\"version\":1}\n"
                             "{\"type\":\"device\",\"kind\":1,\"board\":1,\"info\":\"\"}\n"
