@@ -149,6 +149,8 @@ TEST_F(EventItemPicture, ShowsEachRecordWholeWhateverTheLastOneWas)
         {"Identity", contact(-16, 1, here), {here, standard, standard_lines("-16")}},
         {"Buttons", contact(-16, 3, here), {here, standard, standard_lines("-16", "00000011")}},
         {"Radius", contact(256, 1, here, {60, 10}), {here, {60, 10}, radius_lines("60", "10")}},
+        {"Wider", contact(256, 1, here, {90, 10}), {here, {90, 10}, radius_lines("90", "10")}},
+        {"Higher", contact(256, 1, here, {90, 40}), {here, {90, 40}, radius_lines("90", "40")}},
         {"Radius turned", contact(256, 1, here, {10, 60}), {here, {10, 60}, radius_lines("10", "60")}},
         {"No radius", contact(256, 1, here, no_size), {here, standard, radius_lines("0", "0")}},
         {"Next to none",
