@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <future>
 #include <string>
 #include <thread>
@@ -79,6 +80,26 @@ TEST(TheProcess, SharesOneHeapAmongItsThreads)
         render.wait();
 
     EXPECT_EQ(heaps(), before);
+}
+
+/// The process's address space in pages; see proc_pid_statm(5).
+long long pages()
+{
+    std::ifstream statm("/proc/self/statm");
+    long long pages = 0;
+    statm >> pages;
+    return pages;
+}
+
+TEST(TheProcess, GivesBackWhatItTriesWhetherThereIsEnough)
+{
+    process::require_resources(); // the C library keeps the stacks of a few threads
+    const long long before = pages();
+
+    for (int times = 0; times < 20; ++times)
+        process::require_resources();
+
+    EXPECT_EQ(pages(), before);
 }
 
 /// Of a thread that is started now, in bytes.
