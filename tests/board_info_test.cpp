@@ -55,6 +55,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueRow{"WithAClosingBracketBeforeTheOpeningOne", "vid>a<b>", "vid", "b"},
                     ValueRow{"WithAnOpeningBracketInside", "vid<a<b>", "vid", "a<b"},
                     ValueRow{"OfTheNextItemWhereItsOwnBracketsAreMissing", "vid pid<1>", "vid", "1"},
+                    ValueRow{"OfAKeyWithoutALetter", "<04d8>", "", "04d8"},
                     ValueRow{"WithSpaces", "vid< 04d8 >", "vid", " 04d8 "}),
     row_name<ValueRow>);
 
