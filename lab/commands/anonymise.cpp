@@ -1,5 +1,6 @@
 #include "commands/command.h"
 #include "commands/input.h"
+#include "commands/json.h"
 
 #include "capture/privacy.h"
 #include "capture/result.h"
@@ -15,7 +16,6 @@ namespace lab {
 namespace {
 
 using capture::Line;
-using Json = capture::Writer::Json;
 
 struct AnonymiseOptions
 {

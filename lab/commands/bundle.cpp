@@ -2,6 +2,7 @@
 #include "commands/command.h"
 #include "commands/files.h"
 #include "commands/gathering.h"
+#include "commands/json.h"
 #include "commands/probeoptions.h"
 
 #include <cinttypes>
@@ -10,13 +11,9 @@
 #include <memory>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 namespace lab {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct BundleOptions
 {

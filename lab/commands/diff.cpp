@@ -1,4 +1,5 @@
 #include "commands/command.h"
+#include "commands/json.h"
 #include "commands/stream.h"
 
 #include "scenarioreader.h"
@@ -9,14 +10,11 @@
 #include <memory>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 namespace lab {
 
 namespace {
 
 using Event = Stream::Event;
-using Json = nlohmann::ordered_json;
 
 struct DiffOptions
 {

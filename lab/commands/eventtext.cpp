@@ -1,5 +1,6 @@
 #include "commands/eventtext.h"
 
+#include "commands/json.h"
 #include "commands/text.h"
 
 #include "scenarioreader.h"
@@ -12,7 +13,6 @@ using capture::Contact;
 using capture::Line;
 using capture::Report;
 using capture::ReportKind;
-using Json = nlohmann::ordered_json;
 
 std::string stateText(const Contact &contact, ReportKind kind)
 {

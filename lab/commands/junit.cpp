@@ -6,7 +6,7 @@ namespace lab {
 
 namespace {
 
-constexpr const char *tested = "board";
+constexpr const char *testedClass = "board";
 
 } // namespace
 
@@ -24,7 +24,7 @@ void JUnit::add(const grading::Report &report, const std::vector<Limit> &limits)
         for (const grading::Limit &limit : report.profile->limits) {
             const std::string value = page::valueText(figures, limit.key) + "; " + limitText(limit);
             const grading::Verdict verdict = report.grade(limit.key).verdict;
-            m_printer.addCase(tested, limit.key,
+            m_printer.addCase(testedClass, limit.key,
                               verdict == grading::Verdict::fail       ? "failure"
                                   : verdict == grading::Verdict::pass ? nullptr
                                                                       : "skipped",
@@ -33,7 +33,7 @@ void JUnit::add(const grading::Report &report, const std::vector<Limit> &limits)
     }
     for (const Limit &limit : limits) {
         const bool isPassed = figures.count(limit.key) > 0 && limit.isPassedBy(figures.at(limit.key));
-        m_printer.addCase(tested, limit.text, isPassed ? "failure" : nullptr,
+        m_printer.addCase(testedClass, limit.text, isPassed ? "failure" : nullptr,
                           page::valueText(figures, limit.key));
     }
     m_printer.endSuite();
@@ -42,7 +42,7 @@ void JUnit::add(const grading::Report &report, const std::vector<Limit> &limits)
 void JUnit::addUnreadable(const std::string &file)
 {
     m_printer.beginSuite(file, {1, 0, 1, 0});
-    m_printer.addCase(tested, "readable", "error", "the recording cannot be read");
+    m_printer.addCase(testedClass, "readable", "error", "the recording cannot be read");
     m_printer.endSuite();
 }
 

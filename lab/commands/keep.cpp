@@ -1,5 +1,6 @@
 #include "commands/command.h"
 #include "commands/files.h"
+#include "commands/json.h"
 #include "commands/recordingsocket.h"
 
 #include "capture/parts.h"
@@ -13,8 +14,6 @@
 #include <memory>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -23,7 +22,6 @@ namespace lab {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
 
 struct KeepOptions
 {

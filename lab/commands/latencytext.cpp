@@ -1,6 +1,6 @@
 #include "commands/latencytext.h"
 
-#include <nlohmann/json.hpp>
+#include "commands/json.h"
 
 #include <array>
 #include <cmath>
@@ -10,7 +10,6 @@ namespace lab {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using latency::Distribution;
 using latency::Outcome;
 using latency::Rest;

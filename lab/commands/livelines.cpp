@@ -1,23 +1,17 @@
 #include "commands/livelines.h"
 
+#include "commands/json.h"
+
 #include "capture/lines.h"
 
 #include <array>
 #include <cerrno>
-
-#include <nlohmann/json.hpp>
 
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace lab {
-
-namespace {
-
-using Json = nlohmann::ordered_json;
-
-} // namespace
 
 LiveLines::LiveLines(int connection) : m_connection(connection)
 {

@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "commands/files.h"
 #include "commands/input.h"
+#include "commands/json.h"
 #include "commands/launch.h"
 #include "commands/recording.h"
 
@@ -16,13 +17,9 @@
 #include <tuple>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 namespace lab {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct RecordOptions
 {

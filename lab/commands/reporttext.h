@@ -1,16 +1,14 @@
 #pragma once
 
+#include "commands/json.h"
+
 #include "grading/comparison.h"
 #include "grading/report.h"
 
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 namespace lab {
-
-using Json = nlohmann::ordered_json;
 
 /// A contact as an object of "contacts".
 Json contactJson(const grading::ContactSummary &contact);

@@ -1,5 +1,6 @@
 #include "commands/command.h"
 #include "commands/files.h"
+#include "commands/json.h"
 #include "commands/junitprinter.h"
 #include "commands/virtualscreen.h"
 
@@ -15,13 +16,9 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 namespace lab {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct TortureOptions
 {

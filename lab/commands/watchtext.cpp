@@ -1,5 +1,6 @@
 #include "commands/watchtext.h"
 
+#include "commands/json.h"
 #include "commands/text.h"
 
 #include <algorithm>
@@ -9,7 +10,6 @@ namespace lab {
 namespace {
 
 using capture::ReportKind;
-using Json = nlohmann::ordered_json;
 
 /// Raw units to pixels of a screen that is @p size pixels wide or high.
 int pixels(int units, int size)

@@ -7,7 +7,7 @@ namespace latency {
 namespace {
 
 constexpr Nanoseconds resting = 1'500 * millisecond;
-constexpr Nanoseconds quiet = 50 * millisecond; // without a change for so long, all is drawn
+constexpr Nanoseconds quietTime = 50 * millisecond; // without a change for so long, all is drawn
 
 std::vector<Point> watched(std::vector<Point> places)
 {
@@ -34,12 +34,12 @@ Nanoseconds Measurement::draw(const Walk &walk, Nanoseconds interval)
 void Measurement::lift(const std::vector<Point> &places)
 {
     m_program.deliver({report(places, false)});
-    m_screen.settle(quiet, now() + patience);
+    m_screen.settle(quietTime, now() + patience);
 }
 
 double Measurement::restingShare()
 {
-    m_screen.settle(quiet, now() + patience);
+    m_screen.settle(quietTime, now() + patience);
     const Nanoseconds start = now();
     const Nanoseconds processor = m_program.processorTime();
     m_screen.waitForChange(start + resting);
