@@ -170,7 +170,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--file", default="")
     parser.add_argument("--more-time", type=float, default=5, help="seconds that a test may take longer than usual")
-    parser.add_argument("--most-time", type=float, default=0, help="seconds after which a mutant counts as one that lives")
+    parser.add_argument("--most-time", type=float, default=0, help="seconds for a mutant, which then counts as living")
     parser.add_argument("--resume", action="store_true")
     parser.add_argument("--again", action="store_true", help="try again what lived in the resumed run")
     parser.add_argument("--list", action="store_true")
