@@ -191,11 +191,12 @@ protected:
     std::string gate() const { return "{\"type\":\"wait\",\"file\":\"" + path("gate") + "\"}\n"; }
     void open_gate() const { std::ofstream(path("gate")).put('\n'); }
 
+    /// Without a last line that is being written.
     std::vector<nlohmann::json> log() const
     {
         std::vector<nlohmann::json> records;
         std::ifstream file(log_path());
-        for (std::string line; std::getline(file, line);)
+        for (std::string line; std::getline(file, line) && !file.eof();)
             records.push_back(nlohmann::json::parse(line));
         return records;
     }
