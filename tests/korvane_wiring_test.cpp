@@ -94,6 +94,17 @@ TEST(AReportWhileTheBoardsAreFound, GoesToTheSystemIfItIsNotOverTheTarget)
     })) << "by the thread that brought it, without asking the input model";
 }
 
+TEST_F(Wiring, DetachesOnce)
+{
+    Korvane korvane(nullptr, nullptr);
+    korvane.detach();
+    driver.clear_calls();
+
+    korvane.detach();
+
+    EXPECT_EQ(driver.call_texts(), Texts());
+}
+
 TEST_F(Wiring, ConstructionEnumeratesThenConfiguresTwice)
 {
     const Korvane korvane(nullptr, nullptr);
