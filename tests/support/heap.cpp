@@ -1,5 +1,7 @@
 #include "support/heap.h"
 
+#include <fstream>
+
 #include <malloc.h>
 
 /// Null without a sanitizer. A sanitizer has its own heap, unknown to the C library.
@@ -16,4 +18,12 @@ std::size_t heap_in_use()
 std::size_t quarantine()
 {
     return __sanitizer_get_current_allocated_bytes ? std::size_t(256) << 20 : 0;
+}
+
+long long address_space()
+{
+    std::ifstream statm("/proc/self/statm");
+    long long pages = 0;
+    statm >> pages;
+    return pages;
 }
