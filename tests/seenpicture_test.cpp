@@ -62,14 +62,15 @@ TEST_F(SeenPictures, AreNotDrawnWithoutMemory)
 
 TEST_F(SeenPictures, GiveTheMemoryOfSmallerOnesBackAndInTheEndAll)
 {
+    constexpr long long any_picture = 4'000; // pages, and more than Qt takes to paint for the first time
     const long long before = address_space();
 
     ASSERT_TRUE(shows({100, 100}));
     ASSERT_TRUE(shows({10'000, 10'000}));
-    EXPECT_GT(address_space(), before);
+    EXPECT_GT(address_space() - before, any_picture);
     release_seen();
 
-    EXPECT_EQ(address_space(), before);
+    EXPECT_LT(address_space() - before, any_picture);
 }
 
 } // namespace
