@@ -36,8 +36,8 @@ protected:
 class Html : public Markup
 {
 public:
-    /// Begins the document with its head; @p style is CSS without the signs "<", ">" and "&".
-    Html(const std::string &title, const char *style);
+    /// Begins the document with its head; @p css is CSS without the signs "<", ">" and "&".
+    Html(const std::string &title, const char *css);
 
     /// Ends the document. To be called once; returns it.
     std::string finish();
@@ -54,8 +54,8 @@ struct Heading
 class Svg : public Markup
 {
 public:
-    /// Begins the document; @p width and @p height are in its own units, @p style as for a page.
-    Svg(const Heading &heading, int width, int height, const char *style);
+    /// Begins the document; @p width and @p height are in its own units, @p css as for a page.
+    Svg(const Heading &heading, int width, int height, const char *css);
 
     /// Ends the document. To be called once; returns it.
     std::string finish();
