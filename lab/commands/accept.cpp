@@ -334,34 +334,33 @@ int acceptBoard(const AcceptOptions &options)
 
 } // namespace
 
-void addAccept(CLI::App &lab, int &status)
+void addAccept(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand("accept", "Lead a person through the acceptance test of a board");
+    const Command command = lab.command("accept", "Lead a person through the acceptance test of a board");
     const auto options = std::make_shared<AcceptOptions>();
     command
-        .add_option("-o,--output", options->output,
-                    "The HTML page to write; by default one named after the time")
-        ->type_name("FILE");
+        .option("-o,--output", options->output, "The HTML page to write; by default one named after the time")
+        .type("FILE");
     command
-        .add_option("--recording", options->recording.file,
-                    "The recording to write; by default one beside the page")
-        ->type_name("FILE");
+        .option("--recording", options->recording.file,
+                "The recording to write; by default one beside the page")
+        .type("FILE");
     addBoardOptions(command, options->recording);
     addGradingOptions(command, options->size, options->profile);
     command
-        .add_option(
+        .option(
             "--window", options->window,
             "Where the content of the window is, in pixels, such as 1920x1060+0+20; by default it is asked "
             "from the X server")
-        ->type_name("AREA");
-    command.add_option("--fingers", options->fingers, "How many fingers the board tells apart")
-        ->type_name("NUMBER")
-        ->check(CLI::Range(1, 128))
-        ->capture_default_str();
-    command.add_flag("--json", options->json,
-                     "Print the outcome as a JSON object, and the dialogue to standard error");
+        .type("AREA");
+    command.option("--fingers", options->fingers, "How many fingers the board tells apart")
+        .type("NUMBER")
+        .range(1, 128)
+        .showsDefault();
+    command.flag("--json", options->json,
+                 "Print the outcome as a JSON object, and the dialogue to standard error");
     command.footer("Typed at a step, Enter ends it, r begins it again, s skips it, q ends the test.");
-    command.callback([options, &status] { status = acceptBoard(*options); });
+    command.run([options] { return acceptBoard(*options); });
 }
 
 } // namespace lab

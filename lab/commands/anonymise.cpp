@@ -65,16 +65,16 @@ int anonymise(const AnonymiseOptions &options)
 
 } // namespace
 
-void addAnonymise(CLI::App &lab, int &status)
+void addAnonymise(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
-        "anonymise", "Write a recording without users, hosts, folders, serial numbers and notes");
+    const Command command =
+        lab.command("anonymise", "Write a recording without users, hosts, folders, serial numbers and notes");
     const auto options = std::make_shared<AnonymiseOptions>();
-    command.add_option("FILE", options->file, "The recording; - for standard input")->required();
-    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
-        ->type_name("FILE");
-    command.add_flag("--notes", options->notes, "Keep the notes, which somebody has looked through");
-    command.callback([options, &status] { status = anonymise(*options); });
+    command.option("FILE", options->file, "The recording; - for standard input").required();
+    command.option("-o,--output", options->output, "The file to write; by default standard output")
+        .type("FILE");
+    command.flag("--notes", options->notes, "Keep the notes, which somebody has looked through");
+    command.run([options] { return anonymise(*options); });
 }
 
 } // namespace lab

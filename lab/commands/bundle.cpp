@@ -102,26 +102,24 @@ int bundle(BundleOptions &options)
 
 } // namespace
 
-void addBundle(CLI::App &lab, int &status)
+void addBundle(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
+    const Command command = lab.command(
         "bundle", "Pack what whoever looks for the fault needs to know into one file, after asking");
     const auto options = std::make_shared<BundleOptions>();
     command
-        .add_option(
-            "RECORDING", options->recording,
-            "A recording to put in, or a folder with its parts; by default what a rolling recording that "
-            "goes on has kept")
-        ->check(CLI::ExistingPath);
-    command
-        .add_option("-o,--output", options->output, "The file to write; by default one named after the time")
-        ->type_name("FILE");
+        .option("RECORDING", options->recording,
+                "A recording to put in, or a folder with its parts; by default what a rolling recording that "
+                "goes on has kept")
+        .existingPath();
+    command.option("-o,--output", options->output, "The file to write; by default one named after the time")
+        .type("FILE");
     addProbeOptions(command, options->wish);
-    command.add_flag("--identify", options->identify,
-                     "Leave home folders, the host's name and serial numbers in");
-    command.add_flag("--yes", options->yes, "Write without asking");
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = bundle(*options); });
+    command.flag("--identify", options->identify,
+                 "Leave home folders, the host's name and serial numbers in");
+    command.flag("--yes", options->yes, "Write without asking");
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return bundle(*options); });
 }
 
 } // namespace lab

@@ -123,19 +123,19 @@ int check(const std::string &name, bool asJson)
 
 } // namespace
 
-void addCheck(CLI::App &lab, int &status)
+void addCheck(CommandLine &lab)
 {
     struct CheckOptions
     {
         std::string file;
         bool json = false;
     };
-    CLI::App &command =
-        *lab.add_subcommand("check", "Say whether a recording is good, or name its first bad line");
+    const Command command =
+        lab.command("check", "Say whether a recording is good, or name its first bad line");
     const auto options = std::make_shared<CheckOptions>();
-    command.add_option("FILE", options->file, "The recording or scenario; - for standard input")->required();
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = check(options->file, options->json); });
+    command.option("FILE", options->file, "The recording or scenario; - for standard input").required();
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return check(options->file, options->json); });
 }
 
 } // namespace lab

@@ -72,18 +72,18 @@ int cut(const CutOptions &options)
 
 } // namespace
 
-void addCut(CLI::App &lab, int &status)
+void addCut(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
+    const Command command = lab.command(
         "cut",
         "Write a part of a recording that plays by itself: with the boards and contacts that were there");
     const auto options = std::make_shared<CutOptions>();
-    command.add_option("FILE", options->file, "The recording; - for standard input")->required();
-    command.add_option("--from", options->from, "Where the part begins")->type_name("SECONDS");
-    command.add_option("--to", options->to, "Where it ends")->type_name("SECONDS");
-    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
-        ->type_name("FILE");
-    command.callback([options, &status] { status = cut(*options); });
+    command.option("FILE", options->file, "The recording; - for standard input").required();
+    command.option("--from", options->from, "Where the part begins").type("SECONDS");
+    command.option("--to", options->to, "Where it ends").type("SECONDS");
+    command.option("-o,--output", options->output, "The file to write; by default standard output")
+        .type("FILE");
+    command.run([options] { return cut(*options); });
 }
 
 } // namespace lab

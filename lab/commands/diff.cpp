@@ -169,19 +169,19 @@ int diff(const DiffOptions &options)
 
 } // namespace
 
-void addDiff(CLI::App &lab, int &status)
+void addDiff(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
+    const Command command = lab.command(
         "diff", "Say where two recordings differ in what the board sent and in what the program answered");
     const auto options = std::make_shared<DiffOptions>();
-    command.add_option("A", options->first, "One recording")->required();
-    command.add_option("B", options->second, "The other")->required();
-    command.add_flag("--times", options->times, "Compare also how long each event came after the one before");
-    command.add_option("--tolerance", options->tolerance, "Microseconds by which such times may differ")
-        ->capture_default_str()
-        ->type_name("US");
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = diff(*options); });
+    command.option("A", options->first, "One recording").required();
+    command.option("B", options->second, "The other").required();
+    command.flag("--times", options->times, "Compare also how long each event came after the one before");
+    command.option("--tolerance", options->tolerance, "Microseconds by which such times may differ")
+        .showsDefault()
+        .type("US");
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return diff(*options); });
 }
 
 } // namespace lab

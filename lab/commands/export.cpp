@@ -84,17 +84,16 @@ int run(const ExportOptions &options)
 
 } // namespace
 
-void addExport(CLI::App &lab, int &status)
+void addExport(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand("export", "Write the contacts of a recording for other tools");
+    const Command command = lab.command("export", "Write the contacts of a recording for other tools");
     const auto options = std::make_shared<ExportOptions>();
-    command.add_option("FILE", options->file, "The recording")->required();
-    command.add_flag("--csv", options->csv, "A table: a row for each contact of each report");
-    command.add_flag("--vcd", options->vcd,
-                     "A waveform (IEEE 1364), for GTKWave for example; reads FILE twice");
-    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
-        ->type_name("FILE");
-    command.callback([options, &status] { status = run(*options); });
+    command.option("FILE", options->file, "The recording").required();
+    command.flag("--csv", options->csv, "A table: a row for each contact of each report");
+    command.flag("--vcd", options->vcd, "A waveform (IEEE 1364), for GTKWave for example; reads FILE twice");
+    command.option("-o,--output", options->output, "The file to write; by default standard output")
+        .type("FILE");
+    command.run([options] { return run(*options); });
 }
 
 } // namespace lab

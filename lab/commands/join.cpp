@@ -85,14 +85,14 @@ int join(const JoinOptions &options)
 
 } // namespace
 
-void addJoin(CLI::App &lab, int &status)
+void addJoin(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand("join", "Write several recordings as one, one behind the other");
+    const Command command = lab.command("join", "Write several recordings as one, one behind the other");
     const auto options = std::make_shared<JoinOptions>();
-    command.add_option("FILE", options->files, "The recordings, in their order")->required()->expected(2, -1);
-    command.add_option("-o,--output", options->output, "The file to write; by default standard output")
-        ->type_name("FILE");
-    command.callback([options, &status] { status = join(*options); });
+    command.option("FILE", options->files, "The recordings, in their order").required().atLeast(2);
+    command.option("-o,--output", options->output, "The file to write; by default standard output")
+        .type("FILE");
+    command.run([options] { return join(*options); });
 }
 
 } // namespace lab

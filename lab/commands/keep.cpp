@@ -107,21 +107,18 @@ int keepRunning(const KeepOptions &options)
 
 } // namespace
 
-void addKeep(CLI::App &lab, int &status)
+void addKeep(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand("keep", "Save what a rolling recording has kept");
+    const Command command = lab.command("keep", "Save what a rolling recording has kept");
     const auto options = std::make_shared<KeepOptions>();
-    command.add_option("FILE", options->capture,
-                       "A rolling recording that has ended, or a folder with its parts; by default the "
-                       "recording that goes on");
+    command.option("FILE", options->capture,
+                   "A rolling recording that has ended, or a folder with its parts; by default the "
+                   "recording that goes on");
     command
-        .add_option("-o,--output", options->output,
-                    "The file to write; by default one named after the recording")
-        ->type_name("FILE");
-    command.add_flag("--json", options->json, "Print a JSON object");
-    command.callback([options, &status] {
-        status = options->capture.empty() ? keepRunning(*options) : keepEnded(*options);
-    });
+        .option("-o,--output", options->output, "The file to write; by default one named after the recording")
+        .type("FILE");
+    command.flag("--json", options->json, "Print a JSON object");
+    command.run([options] { return options->capture.empty() ? keepRunning(*options) : keepEnded(*options); });
 }
 
 } // namespace lab

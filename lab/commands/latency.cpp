@@ -124,30 +124,29 @@ std::string faultOf(const std::string &size)
 
 } // namespace
 
-void addLatency(CLI::App &lab, int &status)
+void addLatency(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
-        "latency", "Measure how long a report takes from the driver's callback to the pixel");
+    const Command command =
+        lab.command("latency", "Measure how long a report takes from the driver's callback to the pixel");
     const auto options = std::make_shared<LatencyOptions>();
-    command.add_option("PROGRAM", options->program, "Measure this program; by default lanternix");
-    command.add_option("--contacts", options->contacts, "Only so many contacts; by default 1, 2, 5 and 10")
-        ->type_name("NUMBER")
-        ->check(CLI::Range(1, 10));
-    command.add_option("--tags", options->tags, "Only with info tags, or only without; by default both")
-        ->check(CLI::IsMember({"on", "off"}));
-    command.add_option("--samples", options->samples, "How many reports to measure for each row")
-        ->type_name("NUMBER")
-        ->check(CLI::Range(1, 10000))
-        ->capture_default_str();
-    command.add_flag("--headless", options->headless, "Use a screen of its own, which nobody sees");
-    command.add_option("--size", options->size, "Use such a screen of this size, such as 1920x1080")
-        ->type_name("WIDTHxHEIGHT")
-        ->check(faultOf);
-    command
-        .add_option("-o,--output", options->output, "Also draw the distributions into this file, as an SVG")
-        ->type_name("OUT.svg");
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = run(*options); });
+    command.option("PROGRAM", options->program, "Measure this program; by default lanternix");
+    command.option("--contacts", options->contacts, "Only so many contacts; by default 1, 2, 5 and 10")
+        .type("NUMBER")
+        .range(1, 10);
+    command.option("--tags", options->tags, "Only with info tags, or only without; by default both")
+        .among({"on", "off"});
+    command.option("--samples", options->samples, "How many reports to measure for each row")
+        .type("NUMBER")
+        .range(1, 10000)
+        .showsDefault();
+    command.flag("--headless", options->headless, "Use a screen of its own, which nobody sees");
+    command.option("--size", options->size, "Use such a screen of this size, such as 1920x1080")
+        .type("WIDTHxHEIGHT")
+        .check(faultOf);
+    command.option("-o,--output", options->output, "Also draw the distributions into this file, as an SVG")
+        .type("OUT.svg");
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return run(*options); });
 }
 
 } // namespace lab

@@ -9,8 +9,6 @@
 #include <cstdio>
 #include <filesystem>
 
-#include <CLI/CLI.hpp>
-
 namespace lab {
 
 namespace {
@@ -34,14 +32,14 @@ std::optional<grading::BoardSize> sizeOf(const std::string &text)
 
 } // namespace
 
-void addGradingOptions(CLI::App &command, std::string &size, std::string &profile)
+void addGradingOptions(const Command &command, std::string &size, std::string &profile)
 {
-    command.add_option("--size", size, "The size of the board's area in millimetres, such as 1660x934")
-        ->type_name("WIDTHxHEIGHT");
+    command.option("--size", size, "The size of the board's area in millimetres, such as 1660x934")
+        .type("WIDTHxHEIGHT");
     command
-        .add_option("--profile", profile,
-                    "What the figures are held against: board, touchscreen, touchpad, robot, or a file")
-        ->type_name("NAME|FILE");
+        .option("--profile", profile,
+                "What the figures are held against: board, touchscreen, touchpad, robot, or a file")
+        .type("NAME|FILE");
 }
 
 bool Grading::read(const std::string &sizeText, const std::string &profileName)

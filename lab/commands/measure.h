@@ -1,19 +1,16 @@
 #pragma once
 
+#include "commands/commandline.h"
 #include "grading/report.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace lab {
 
 /// Adds --size and --profile.
-void addGradingOptions(CLI::App &command, std::string &size, std::string &profile);
+void addGradingOptions(const Command &command, std::string &size, std::string &profile);
 
 /// What a recording is held against, as the command line says.
 struct Grading

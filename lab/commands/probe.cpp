@@ -36,18 +36,17 @@ int run(ProbeOptions options)
 
 } // namespace
 
-void addProbeOptions(CLI::App &command, probe::Wish &wish)
+void addProbeOptions(const Command &command, probe::Wish &wish)
 {
-    command.add_option("--driver", wish.driver, "Try this driver instead of the one that the loader finds")
-        ->type_name("PATH")
-        ->check(CLI::ExistingFile);
-    command.add_option("--seconds", wish.seconds, "How long to wait for a report; by default 5")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 86400.0));
-    command
-        .add_option("--patience", wish.patience, "How long the driver may take for one step; by default 10")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.1, 3600.0));
+    command.option("--driver", wish.driver, "Try this driver instead of the one that the loader finds")
+        .type("PATH")
+        .existingFile();
+    command.option("--seconds", wish.seconds, "How long to wait for a report; by default 5")
+        .type("SECONDS")
+        .range(0.0, 86400.0);
+    command.option("--patience", wish.patience, "How long the driver may take for one step; by default 10")
+        .type("SECONDS")
+        .range(0.1, 3600.0);
 }
 
 void askToTouch(double seconds)
@@ -56,14 +55,14 @@ void askToTouch(double seconds)
         std::fprintf(stderr, "touch the board: listening for %g s\n", seconds);
 }
 
-void addProbe(CLI::App &lab, int &status)
+void addProbe(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
-        "probe", "Say whether driver and board are ready for lanternix, or the one thing to do");
+    const Command command =
+        lab.command("probe", "Say whether driver and board are ready for lanternix, or the one thing to do");
     const auto options = std::make_shared<ProbeOptions>();
     addProbeOptions(command, options->wish);
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = run(*options); });
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return run(*options); });
 }
 
 } // namespace lab

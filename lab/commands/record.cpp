@@ -135,24 +135,24 @@ int record(const RecordOptions &options)
 
 } // namespace
 
-void addRecord(CLI::App &lab, int &status)
+void addRecord(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
-        "record", "Start lanternix, or another program, and record what happens at the board");
+    const Command command =
+        lab.command("record", "Start lanternix, or another program, and record what happens at the board");
     const auto options = std::make_shared<RecordOptions>();
     command
-        .add_option("-o,--output", options->recording.file,
-                    "The file to write; by default one named after the time")
-        ->type_name("FILE");
+        .option("-o,--output", options->recording.file,
+                "The file to write; by default one named after the time")
+        .type("FILE");
     addBoardOptions(command, options->recording);
-    command.add_option("--keep", options->keep, "Keep the last seconds only; lanternix-lab keep saves them")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(1e-6, 1e6));
-    command.add_flag("--json", options->json,
-                     "Print JSON objects, and what the program prints to standard error");
-    command.add_option("PROGRAM", options->program, "The program to start, and its arguments, behind --");
-    command.positionals_at_end();
-    command.callback([options, &status] { status = record(*options); });
+    command.option("--keep", options->keep, "Keep the last seconds only; lanternix-lab keep saves them")
+        .type("SECONDS")
+        .range(1e-6, 1e6);
+    command.flag("--json", options->json,
+                 "Print JSON objects, and what the program prints to standard error");
+    command.option("PROGRAM", options->program, "The program to start, and its arguments, behind --");
+    command.argumentsAtEnd();
+    command.run([options] { return record(*options); });
 }
 
 } // namespace lab

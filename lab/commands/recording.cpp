@@ -5,8 +5,6 @@
 
 #include <cstdio>
 
-#include <CLI/CLI.hpp>
-
 namespace lab {
 
 Recording::Recording(const Choice &choice)
@@ -33,18 +31,18 @@ void Recording::prepare(Launch &launch) const
         launch.set("BOARDSIM_SCENARIO", absolute(m_choice.scenario));
 }
 
-void addBoardOptions(CLI::App &command, Recording::Choice &choice)
+void addBoardOptions(const Command &command, Recording::Choice &choice)
 {
-    CLI::Option *const scenario =
-        command.add_option("--sim", choice.scenario, "Use the simulated board, which plays this scenario")
-            ->type_name("SCENARIO")
-            ->check(CLI::ExistingFile);
-    command.add_option("--driver", choice.driver, "Use this driver instead of the one that the loader finds")
-        ->type_name("PATH")
-        ->check(CLI::ExistingFile)
-        ->excludes(scenario);
-    command.add_flag("--identify", choice.identify,
-                     "Also write user, host and serial numbers into the recording");
+    const Option scenario =
+        command.option("--sim", choice.scenario, "Use the simulated board, which plays this scenario")
+            .type("SCENARIO")
+            .existingFile();
+    command.option("--driver", choice.driver, "Use this driver instead of the one that the loader finds")
+        .type("PATH")
+        .existingFile()
+        .excludes(scenario);
+    command.flag("--identify", choice.identify,
+                 "Also write user, host and serial numbers into the recording");
 }
 
 } // namespace lab

@@ -1,14 +1,11 @@
 #pragma once
 
+#include "commands/commandline.h"
 #include "commands/launch.h"
 #include "commands/lock.h"
 
 #include <memory>
 #include <string>
-
-namespace CLI {
-class App;
-}
 
 namespace lab {
 
@@ -44,6 +41,6 @@ private:
 };
 
 /// Adds --sim and --driver, which choose the board, and --identify.
-void addBoardOptions(CLI::App &command, Recording::Choice &choice);
+void addBoardOptions(const Command &command, Recording::Choice &choice);
 
 } // namespace lab

@@ -165,29 +165,29 @@ int replay(const ReplayOptions &options)
 
 } // namespace
 
-void addReplay(CLI::App &lab, int &status)
+void addReplay(CommandLine &lab)
 {
-    CLI::App &command =
-        *lab.add_subcommand("replay", "Start lanternix on a recording, which the simulated board plays");
+    const Command command =
+        lab.command("replay", "Start lanternix on a recording, which the simulated board plays");
     const auto options = std::make_shared<ReplayOptions>();
-    command.add_option("FILE", options->file, "The recording or scenario")->required();
-    command.add_option("--speed", options->speed, "How many times as fast as it was recorded, or max")
-        ->type_name("N|max")
-        ->capture_default_str();
-    command.add_flag("--loop", options->loops, "Play it over and over");
-    CLI::Option *const headless = command.add_flag(
-        "--headless", options->headless, "Use a screen of its own, which nobody sees, and end with the play");
-    command.add_option("--screenshot", options->screenshot, "Save the last picture of that screen as a PNG")
-        ->type_name("OUT.png")
-        ->needs(headless);
+    command.option("FILE", options->file, "The recording or scenario").required();
+    command.option("--speed", options->speed, "How many times as fast as it was recorded, or max")
+        .type("N|max")
+        .showsDefault();
+    command.flag("--loop", options->loops, "Play it over and over");
+    const Option headless = command.flag("--headless", options->headless,
+                                         "Use a screen of its own, which nobody sees, and end with the play");
+    command.option("--screenshot", options->screenshot, "Save the last picture of that screen as a PNG")
+        .type("OUT.png")
+        .needs(headless);
     command
-        .add_option("-o,--output", options->output,
-                    "Record the replay into this file, to compare the program's answers")
-        ->type_name("FILE");
+        .option("-o,--output", options->output,
+                "Record the replay into this file, to compare the program's answers")
+        .type("FILE");
     command.footer(
         "Keys on a terminal: space pauses and goes on, n plays the next report, N up to the next change of "
         "contacts, b goes back by one report, g goes to a time, q ends.");
-    command.callback([options, &status] { status = replay(*options); });
+    command.run([options] { return replay(*options); });
 }
 
 } // namespace lab

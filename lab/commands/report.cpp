@@ -235,31 +235,29 @@ int report(const ReportOptions &options)
 
 } // namespace
 
-void addReport(CLI::App &lab, int &status)
+void addReport(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
+    const Command command = lab.command(
         "report", "Measure recordings: report rate, jitter, straightness, losses; compare two, list many");
     const auto options = std::make_shared<ReportOptions>();
     command
-        .add_option("FILE", options->files,
-                    "The recordings, or folders of them; two recordings are compared; - for standard input")
-        ->required();
-    command
-        .add_option("-o,--output", options->output, "The HTML page to write; without it, print the figures")
-        ->type_name("FILE");
+        .option("FILE", options->files,
+                "The recordings, or folders of them; two recordings are compared; - for standard input")
+        .required();
+    command.option("-o,--output", options->output, "The HTML page to write; without it, print the figures")
+        .type("FILE");
     addGradingOptions(command, options->size, options->profile);
     command
-        .add_option("--fail-on", options->failOn,
-                    "End with status 1 if a figure passes a limit, such as \"gap_count>0\"")
-        ->type_name("KEY>VALUE");
+        .option("--fail-on", options->failOn,
+                "End with status 1 if a figure passes a limit, such as \"gap_count>0\"")
+        .type("KEY>VALUE");
     command
-        .add_option("--junit", options->junit,
-                    "Also write the limits and whether they are kept, as JUnit does")
-        ->type_name("FILE");
-    CLI::Option *const json = command.add_flag("--json", options->json, "Print one JSON object");
-    command.add_flag("--jsonl", options->jsonLines, "Print one JSON object for each recording, a line each")
-        ->excludes(json);
-    command.callback([options, &status] { status = report(*options); });
+        .option("--junit", options->junit, "Also write the limits and whether they are kept, as JUnit does")
+        .type("FILE");
+    const Option json = command.flag("--json", options->json, "Print one JSON object");
+    command.flag("--jsonl", options->jsonLines, "Print one JSON object for each recording, a line each")
+        .excludes(json);
+    command.run([options] { return report(*options); });
 }
 
 } // namespace lab

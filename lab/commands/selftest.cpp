@@ -167,22 +167,20 @@ int test(const SelftestOptions &options)
 
 } // namespace
 
-void addSelftest(CLI::App &lab, int &status)
+void addSelftest(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
+    const Command command = lab.command(
         "selftest", "Test what is installed here, with the simulated board, on a screen of its own");
     const auto options = std::make_shared<SelftestOptions>();
-    command.add_option("PROGRAM", options->program, "The program; by default the installed lanternix")
-        ->check(CLI::ExistingFile);
+    command.option("PROGRAM", options->program, "The program; by default the installed lanternix")
+        .existingFile();
     command
-        .add_option("--run", options->requirements,
-                    "Test only this requirement, such as tools; may be repeated")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    command.add_option("--junit", options->junit, "Also write the result as JUnit does")
-        ->type_name("OUT.xml");
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = test(*options); });
+        .option("--run", options->requirements, "Test only this requirement, such as tools; may be repeated")
+        .type("NAME")
+        .single();
+    command.option("--junit", options->junit, "Also write the result as JUnit does").type("OUT.xml");
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return test(*options); });
 }
 
 } // namespace lab

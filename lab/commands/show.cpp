@@ -131,25 +131,22 @@ int show(const ShowOptions &options)
 
 } // namespace
 
-void addShow(CLI::App &lab, int &status)
+void addShow(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand("show", "Print every event of a recording in one readable line");
+    const Command command = lab.command("show", "Print every event of a recording in one readable line");
     const auto options = std::make_shared<ShowOptions>();
-    command.add_option("FILE", options->file, "The recording or scenario; - for standard input")->required();
-    command.add_flag("--all", options->all, "Print every report, also those in which contacts only move");
-    command.add_option("--board", options->boards, "Only what this board reports and gets; may be repeated")
-        ->type_name("NUMBER");
-    command.add_option("--kind", options->kinds, "Only events of this kind; may be repeated")
-        ->check(CLI::IsMember(kindNames));
-    command
-        .add_option("--contact", options->contacts, "Only reports with this contact or pen; may be repeated")
-        ->type_name("NUMBER");
-    command.add_option("--from", options->from, "Only from this time on")->type_name("SECONDS");
-    command.add_option("--to", options->to, "Only up to this time")->type_name("SECONDS");
-    command.add_flag("--calls,!--no-calls", options->calls,
-                     "Whether to print the program's calls of the driver");
-    command.add_flag("--json", options->json, "Print one JSON object a line, with the contacts decoded");
-    command.callback([options, &status] { status = show(*options); });
+    command.option("FILE", options->file, "The recording or scenario; - for standard input").required();
+    command.flag("--all", options->all, "Print every report, also those in which contacts only move");
+    command.option("--board", options->boards, "Only what this board reports and gets; may be repeated")
+        .type("NUMBER");
+    command.option("--kind", options->kinds, "Only events of this kind; may be repeated").among(kindNames);
+    command.option("--contact", options->contacts, "Only reports with this contact or pen; may be repeated")
+        .type("NUMBER");
+    command.option("--from", options->from, "Only from this time on").type("SECONDS");
+    command.option("--to", options->to, "Only up to this time").type("SECONDS");
+    command.flag("--calls,!--no-calls", options->calls, "Whether to print the program's calls of the driver");
+    command.flag("--json", options->json, "Print one JSON object a line, with the contacts decoded");
+    command.run([options] { return show(*options); });
 }
 
 } // namespace lab

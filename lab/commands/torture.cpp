@@ -213,27 +213,26 @@ int tortureProgram(TortureOptions options)
 
 } // namespace
 
-void addTorture(CLI::App &lab, int &status)
+void addTorture(CommandLine &lab)
 {
-    CLI::App &command = *lab.add_subcommand(
-        "torture", "Do to lanternix what boards and drivers do wrong, on a screen of its own");
+    const Command command =
+        lab.command("torture", "Do to lanternix what boards and drivers do wrong, on a screen of its own");
     const auto options = std::make_shared<TortureOptions>();
-    command.add_option("PROGRAM", options->program, "The program; by default the installed lanternix")
-        ->check(CLI::ExistingFile);
-    CLI::Option *const lists =
-        command.add_flag("--list", options->lists, "List the faults with their numbers, and try none");
-    command.add_option("--run", options->names, "Try only these faults, by their names or numbers")
-        ->type_name("NAME")
-        ->excludes(lists);
+    command.option("PROGRAM", options->program, "The program; by default the installed lanternix")
+        .existingFile();
+    const Option lists =
+        command.flag("--list", options->lists, "List the faults with their numbers, and try none");
+    command.option("--run", options->names, "Try only these faults, by their names or numbers")
+        .type("NAME")
+        .excludes(lists);
     command
-        .add_option("--driver", options->driver,
-                    "Try a board maker's driver, as it is and without each of its functions")
-        ->type_name("PATH")
-        ->check(CLI::ExistingFile);
-    command.add_option("--junit", options->junit, "Also write the result as JUnit does")
-        ->type_name("OUT.xml");
-    command.add_flag("--json", options->json, "Print one JSON object");
-    command.callback([options, &status] { status = tortureProgram(*options); });
+        .option("--driver", options->driver,
+                "Try a board maker's driver, as it is and without each of its functions")
+        .type("PATH")
+        .existingFile();
+    command.option("--junit", options->junit, "Also write the result as JUnit does").type("OUT.xml");
+    command.flag("--json", options->json, "Print one JSON object");
+    command.run([options] { return tortureProgram(*options); });
 }
 
 } // namespace lab

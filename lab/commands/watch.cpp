@@ -231,22 +231,19 @@ int watch(const WatchOptions &options)
 
 } // namespace
 
-void addWatch(CLI::App &lab, int &status)
+void addWatch(CommandLine &lab)
 {
-    CLI::App &command =
-        *lab.add_subcommand("watch", "Show the figures of a running recording in the terminal");
+    const Command command = lab.command("watch", "Show the figures of a running recording in the terminal");
     const auto options = std::make_shared<WatchOptions>();
-    command.add_option("SOCKET", options->socket,
-                       "The recorder's socket; by default that of the newest recording");
-    command.add_flag("--json", options->json, "Print one JSON object a second");
+    command.option("SOCKET", options->socket,
+                   "The recorder's socket; by default that of the newest recording");
+    command.flag("--json", options->json, "Print one JSON object a second");
     command
-        .add_option("--fail-on", options->failOn,
-                    "End with status 1 when a figure passes a limit, such as lost_count>0")
-        ->type_name("KEY>VALUE");
-    command.add_option("--seconds", options->seconds, "End after this time")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, 1e9));
-    command.callback([options, &status] { status = watch(*options); });
+        .option("--fail-on", options->failOn,
+                "End with status 1 when a figure passes a limit, such as lost_count>0")
+        .type("KEY>VALUE");
+    command.option("--seconds", options->seconds, "End after this time").type("SECONDS").range(0.001, 1e9);
+    command.run([options] { return watch(*options); });
 }
 
 } // namespace lab
