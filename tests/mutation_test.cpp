@@ -202,6 +202,13 @@ const QByteArray check = "#include <cstring>\n"
                          "    return done ? 0 : 1;\n"
                          "}\n";
 
+const QByteArray explanation = "# Why not.\n\n"
+                               "src/small.cpp\n"
+                               "  bool positive(int a) { return a > 0; }\n"
+                               "  a > 0 -> a >= 0\n"
+                               "  Zero is never asked for,\n"
+                               "  and one is not, either.\n";
+
 /// A project with mutants that are killed, that run for ever, that live, that are not reached, and one that
 /// does not compile. Built once.
 class Verdicts : public testing::Test
@@ -252,13 +259,7 @@ TEST_F(Verdicts, AreGoodIfNoMutantLives)
 
 TEST_F(Verdicts, DoNotCountWhatIsExplained)
 {
-    s_project->write(explained,
-                     "# Why not.\n\n"
-                     "src/small.cpp\n"
-                     "  bool positive(int a) { return a > 0; }\n"
-                     "  a > 0 -> a >= 0\n"
-                     "  Zero is never asked for,\n"
-                     "  and one is not, either.\n");
+    s_project->write(explained, explanation);
 
     const Answer answer = s_project->mutate({"--file", "cpp:2:31"});
 
@@ -308,6 +309,17 @@ TEST_F(Verdicts, OfMutantsThatLivedAreFoundAgainIfThatIsWanted)
 
     EXPECT_EQ(answer.status, 0) << answer.errors.constData();
     EXPECT_TRUE(answer.errors.startsWith("1 of 1: killed")) << answer.errors.constData();
+}
+
+TEST_F(Verdicts, OfMutantsThatAreExplainedAreNotFoundAgain)
+{
+    s_project->write(explained, explanation);
+    s_project->mutate({"--file", "cpp:2:31"});
+
+    const Answer answer = s_project->mutate({"--file", "cpp:2:31", "--resume", "--again"});
+
+    EXPECT_EQ(answer.status, 0);
+    EXPECT_EQ(answer.errors.toStdString(), "");
 }
 
 TEST(AMutantThatTakesTooLong, CountsAsOneThatLives)

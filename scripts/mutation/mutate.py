@@ -6,6 +6,7 @@ Usage: mutate.py PROJECT [--jobs N] [--sample N [--seed S]] [--file REGEX] [--re
 """
 
 import argparse
+import collections
 import concurrent.futures
 import json
 import os
@@ -60,24 +61,31 @@ class Explained:
 class Results:
     """The verdicts, a line each as soon as it is known, so that an interrupted run can be continued."""
 
-    def __init__(self, folder, fingerprint, resume, again):
+    def __init__(self, folder, fingerprint, resume, tried_again):
+        """@p tried_again: whether a mutant of this name is to be tried again if it lived."""
         self.path = folder / "results.jsonl"
         self.by_name = {}
         self.lock = threading.Lock()
         if resume and self.path.exists():
-            self.read(fingerprint, again)
+            self.read(fingerprint, tried_again)
         else:
             self.path.write_text(json.dumps({"sources": fingerprint}) + "\n")
 
-    def read(self, fingerprint, again):
+    def read(self, fingerprint, tried_again):
         whole = [line for line in self.path.read_text().splitlines(keepends=True) if line.endswith("\n")]
         entries = [json.loads(line) for line in whole]
         if not entries or entries[0].get("sources") != fingerprint:
             raise Failure(f"{self.path} is of other sources; run again without --resume")
         self.by_name = {entry["mutant"]: entry for entry in entries[1:]
-                        if not again or entry["result"].startswith("killed")}
+                        if entry["result"].startswith("killed") or not tried_again(entry["mutant"])}
         kept = [entries[0]] + list(self.by_name.values())  # without a line that was cut off
         self.path.write_text("".join(json.dumps(entry) + "\n" for entry in kept))
+
+    def killers(self, mutants):
+        """How many mutants of a file a case has killed, by file and case."""
+        file_of = {mutant.name: mutant.file for mutant in mutants}
+        return collections.Counter((file_of[name], entry["by"]) for name, entry in self.by_name.items()
+                                   if "by" in entry and name in file_of)
 
     def add(self, name, entry):
         with self.lock:
@@ -100,7 +108,7 @@ def chosen(build, options):
 def try_all(numbers, build, reach, results, options):
     """Tries the mutants that have no verdict yet, several at once."""
     waiting = [number for number in numbers if build.mutants[number].name not in results.by_name]
-    trials = trial.Trials(reach, options.more_time, options.most_time)
+    trials = trial.Trials(reach, options.more_time, options.most_time, results.killers(build.mutants))
     done = 0
 
     def attempt(number):
@@ -172,7 +180,7 @@ def main():
     parser.add_argument("--more-time", type=float, default=5, help="seconds that a test may take longer than usual")
     parser.add_argument("--most-time", type=float, default=0, help="seconds for a mutant, which then counts as living")
     parser.add_argument("--resume", action="store_true")
-    parser.add_argument("--again", action="store_true", help="try again what lived in the resumed run")
+    parser.add_argument("--again", action="store_true", help="try again what lived in the resumed run and is not explained")
     parser.add_argument("--list", action="store_true")
     options = parser.parse_args()
     project = options.project.resolve()
@@ -186,7 +194,8 @@ def main():
     if options.list:
         print("\n".join(f"{number}: {build.mutants[number].name}" for number in sorted(numbers)))
         return 0
-    results = Results(folder, build.fingerprint, options.resume, options.again)
+    reasons = {build.mutants[number].name for number in explained.reasons}
+    results = Results(folder, build.fingerprint, options.resume, lambda name: options.again and name not in reasons)
     reach = trial.Reach(trial.cases_of(build.build), build.mutants, build.fingerprint, folder, options.jobs)
     for name in reach.failing:
         print(f"scripts/mutate: {name} fails on the unchanged program and is left out", file=sys.stderr)

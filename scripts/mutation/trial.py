@@ -121,6 +121,10 @@ class Reach:
             if not entry["passed"]:
                 self.failing.append(case.name)
         self.cases = sorted((case for case in cases if case.reached), key=lambda case: case.seconds)
+        self.shares = collections.defaultdict(collections.Counter)  # of each file, how many mutants each case reaches
+        for case in self.cases:
+            for number in case.reached:
+                self.shares[mutants[number].file][case.name] += 1
 
     def read(self, wanted):
         """What earlier runs have kept for these keys; the rest, and a line that was cut off, is dropped."""
@@ -157,21 +161,23 @@ class Reach:
 class Trials:
     """Tries mutants, on several threads, each with the cases that reach it."""
 
-    def __init__(self, reach, more_time, most_time):
+    def __init__(self, reach, more_time, most_time, kills):
         self.reach = reach
         self.more_time = more_time
         self.most_time = most_time
-        self.kills = collections.Counter()  # of a file and a case
+        self.kills = kills  # a Counter of a file and a case
         self.lock = threading.Lock()
 
     def reaching(self, number):
         """The cases that reach a mutant, the most promising first: those that kill the most mutants of its file in
-        the time they take, then those that are soon done and reach little else."""
+        the time they take, then those that are soon done and reach much of the file and little else."""
         file = self.reach.mutants[number].file
+        share = self.reach.shares[file]
         with self.lock:
             kills = {case.name: self.kills[file, case.name] for case in self.reach.cases}
         return sorted((case for case in self.reach.cases if number in case.reached),
-                      key=lambda case: (-kills[case.name] / case.seconds, case.seconds * len(case.reached)))
+                      key=lambda case: (-kills[case.name] / case.seconds,
+                                        case.seconds * len(case.reached) / share[case.name] ** 2))
 
     def verdict(self, number):
         """Runs the cases that reach a mutant until one tells it from the unchanged program, and returns what is noted.
