@@ -58,6 +58,18 @@ TEST_F(AFullBacklog, HoldsAReportUpUntilHalfOfItHasBeenHandled)
     EXPECT_EQ(backlog.handledSoFar(), 2U);
 }
 
+TEST_F(AFullBacklog, LetsAReportThroughOnceExactlyHalfIsLeft)
+{
+    backlog.sent(Backlog::enough / 2 - 1); // by the thread that handles them; the report itself is the rest
+    std::thread driver = sender();
+    wait_until(backlog, 1);
+
+    backlog.handled(Backlog::enough);
+
+    driver.join();
+    EXPECT_EQ(backlog.waiting(), 2U);
+}
+
 TEST_F(AFullBacklog, LetsAllThreadsThroughAtOnce)
 {
     std::thread first = sender();
@@ -100,6 +112,24 @@ TEST(ABacklog, LetsAReportThroughIfNoMoreThanEnoughIsOnItsWay)
 
     EXPECT_EQ(backlog.heldUp(), 0);
     backlog.handled(Backlog::enough - 1);
+    driver.join();
+}
+
+TEST(ABacklog, ForgetsAllOfAReportThatIsHandled)
+{
+    Backlog backlog(for_ever);
+    backlog.follow();
+    for (int i = 0; i <= Backlog::enough; ++i) {
+        backlog.sent(0);
+        backlog.handled(0);
+    }
+
+    std::thread driver([&backlog] { backlog.sent(0); });
+    while (backlog.waiting() == 0 && backlog.heldUp() == 0)
+        std::this_thread::yield();
+
+    EXPECT_EQ(backlog.heldUp(), 0);
+    const Backlog::Opening opening(backlog);
     driver.join();
 }
 
@@ -150,6 +180,43 @@ TEST(ABacklog, CountsTheLargerSizeOfAnEraser)
 
     EXPECT_EQ(ZorvicHardware::load(erasers), 128 + 40);
 }
+
+TEST(ABacklog, CountsAPenAsOneAndEveryTouchByItsExtent)
+{
+    EXPECT_EQ(ZorvicHardware::load(ZorvicHardware::PenEvent{}), 1);
+    EXPECT_EQ(ZorvicHardware::load(ZorvicHardware::TouchEvent{}), 0);
+    EXPECT_EQ(ZorvicHardware::load(ZorvicHardware::TouchEvent{{1, 0, 0, 20'000, true}, {2, 0, 0, 9, true}}),
+              40 + 1);
+}
+
+struct Report
+{
+    const char *name;
+    QByteArray bytes;
+};
+
+class AReport : public testing::TestWithParam<Report>
+{
+    SimulatedDriver m_driver;
+
+protected:
+    LiveDialog dialog;
+};
+
+TEST_P(AReport, IsCountedOnItsWayAndThere)
+{
+    reports::deliver(dialog.hardware(), GetParam().bytes);
+
+    EXPECT_EQ(dialog.hardware().backlog().handledSoFar(), 1U) << "of no effect for one that was never sent";
+    EXPECT_EQ(dialog.hardware().backlog().waiting(), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , AReport,
+    testing::Values(Report{"OfAPen", reports::pen({1, 16'384, 16'384, true, false, false})},
+                    Report{"OfATouch", reports::touch({{1, 16'384, 16'384, 300, true}})},
+                    Report{"OfAnEraser", reports::erase({{1, 16'384, 16'384, 300, 300, true}})}),
+    row_name<Report>);
 
 struct Kind
 {

@@ -1,7 +1,10 @@
 #include "hardware/callbackguard.h"
 
+#include "support/heap.h"
+
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <memory>
 #include <thread>
@@ -82,6 +85,29 @@ TEST(AVisit, IsLetInToEachOfTwoContexts)
     EXPECT_TRUE(is_let_in(&context));
 }
 
+TEST(AVisit, IsLetInToEachOfTwoContextsAfterAThirdHasGone)
+{
+    std::make_unique<CallbackGuard>(&another).reset();
+    const CallbackGuard guard(&context);
+    const CallbackGuard other(&another);
+
+    EXPECT_TRUE(is_let_in(&context));
+    EXPECT_TRUE(is_let_in(&another));
+}
+
+TEST(Guards, TakeNoMoreMemoryTheMoreThereHaveBeen)
+{
+    constexpr int count = 100'000;
+    const auto guard_and_go = [] { const CallbackGuard guard(&context); };
+    guard_and_go();
+    const std::size_t before = heap_in_use();
+
+    for (int i = 0; i < count; ++i)
+        guard_and_go();
+
+    EXPECT_LT(heap_in_use(), before + count + quarantine()) << "less than a byte for each";
+}
+
 TEST(Closing, GivesUpOnAVisitThatDoesNotEnd)
 {
     CallbackGuard guard(&context);
@@ -104,6 +130,28 @@ TEST(Closing, WaitsForAVisitToEnd)
         std::this_thread::yield();
     visitor.leave();
     closer.join();
+}
+
+TEST(Closing, WithTheGuardWaitsForAVisitHoweverLongItTakes)
+{
+    auto guard = std::make_unique<CallbackGuard>(&context);
+    std::atomic<bool> has_left = false;
+    std::promise<void> entered;
+    std::thread visitor([&] {
+        const Visit visit(&context);
+        entered.set_value();
+        while (is_let_in(&context)) // until the guard is being closed
+            std::this_thread::yield();
+        for (int i = 0; i < 1000; ++i)
+            std::this_thread::yield();
+        has_left = true;
+    });
+    entered.get_future().wait();
+
+    guard.reset();
+
+    EXPECT_TRUE(has_left);
+    visitor.join();
 }
 
 TEST(Closing, DoesNotWaitForTheVisitsThatItIsInsideOf)

@@ -82,6 +82,26 @@ TEST_P(ContactsOfOneKind, AreNotLookedAtWithoutAWidgetOfInterest)
     EXPECT_EQ(looks, 0);
 }
 
+TEST_P(ContactsOfOneKind, KeepTheirDestinationIfAnotherWidgetIsSet)
+{
+    ASSERT_TRUE(is_own(1));
+
+    destinations.setWidgetOfInterest(&other);
+
+    EXPECT_TRUE(is_own(1));
+    EXPECT_FALSE(is_own(2));
+}
+
+TEST_P(ContactsOfOneKind, AreForgottenIfTheWidgetOfInterestIsCleared)
+{
+    ASSERT_TRUE(is_own(1));
+
+    destinations.setWidgetOfInterest(nullptr);
+    destinations.setWidgetOfInterest(&other);
+
+    EXPECT_FALSE(is_own(1)) << "it is judged again";
+}
+
 TEST_P(ContactsOfOneKind, AreTheProgramsIfTheWidgetOfInterestIsClearedMeanwhile)
 {
     widget_there = &other;
