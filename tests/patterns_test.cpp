@@ -1,3 +1,4 @@
+#include "patterngeometry.h"
 #include "strokesview.h"
 #include "support/items.h"
 #include "support/pictures.h"
@@ -338,6 +339,14 @@ TEST_F(Patterns, TakeEachOthersPlace)
             toggle(second);
         }
     }
+}
+
+TEST(ARingOfTargets, HasNoSizeUntilItIsFilledIn)
+{
+    const pattern::Ring ring;
+
+    EXPECT_EQ(ring.across, 0);
+    EXPECT_EQ(ring.diameter, 0);
 }
 
 TEST(PatternAtTheStart, IsTheHelp)

@@ -13,6 +13,13 @@ TEST_F(Strokes, AreNoneAtFirst)
     EXPECT_EQ(statistics(m_view), (Statistics{0, 0, 1000000, -1, 0}));
 }
 
+TEST(APieceOfAStroke, HasNoWidthUntilItIsFilledIn)
+{
+    const StrokesView::segment piece;
+
+    EXPECT_EQ(piece.width, 0);
+}
+
 TEST_F(Strokes, StartWithADotAndGoOnFromTheLastPosition)
 {
     pen(1, {20.5, 30.25});

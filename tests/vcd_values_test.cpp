@@ -137,6 +137,16 @@ std::vector<double> difficult_numbers(int count)
     return numbers;
 }
 
+TEST(AChange, IsAllZerosUntilItIsFilledIn)
+{
+    const Vcd::change change;
+
+    EXPECT_EQ(change.id, 0U);
+    EXPECT_EQ(change.type, 0);
+    EXPECT_EQ(change.value, 0);
+    EXPECT_EQ(change.time, 0);
+}
+
 TEST(TraceValues, AMillionNumbersAreWrittenAsAStreamDoes)
 {
     const std::vector<double> numbers = difficult_numbers(1000000);
