@@ -110,6 +110,53 @@ INSTANTIATE_TEST_SUITE_P(
                     TouchRow{"InTheFirstColumn", {-9, 0}, true}, TouchRow{"FarAway", {100, 0}, false}),
     row_name<TouchRow>);
 
+TEST(KeptPicture, CoversThePixelsThatItTouchesAndOneAroundThem)
+{
+    const auto draw_nothing = [](QPainter &) {};
+
+    EXPECT_EQ(KeptPicture::around({-7, -5, 14, 10}, {}, draw_nothing).covered({20, 30}),
+              QRect(20 - 8, 30 - 6, 16, 12));
+    EXPECT_EQ(KeptPicture::around({-7, -5, 14, 10}, {0.5, 0.25}, draw_nothing).covered({20, 30}),
+              QRect(20 - 8, 30 - 6, 17, 13));
+}
+
+TEST(KeptPicture, TakesItsPixelsAndAQuarterOfAKilobyte)
+{
+    const KeptPicture picture({0, 0, 16, 12}, {}, [](QPainter &) {});
+
+    EXPECT_EQ(picture.memory(), 16 * 12 * 4 + 256);
+}
+
+TEST(KeptPicture, ReplacesWhatStaysTheSameAfterAMove)
+{
+    QImage image = canvas();
+    QPainter painter(&image);
+    EXPECT_FALSE(KeptPicture::can_replace(painter)) << "it is not antialiased";
+
+    painter.setRenderHint(QPainter::Antialiasing);
+    EXPECT_TRUE(KeptPicture::can_replace(painter));
+    painter.translate(3.5, 4);
+    EXPECT_TRUE(KeptPicture::can_replace(painter));
+    painter.scale(2, 2);
+    EXPECT_FALSE(KeptPicture::can_replace(painter));
+}
+
+TEST(KeptPicture, LeavesThePaintersTransformAsItIs)
+{
+    const KeptPicture picture = KeptPicture::around(ellipse, {}, draw_ellipse);
+    QImage image = canvas();
+    QPainter painter(&image);
+
+    painter.translate(5, 5);
+    EXPECT_TRUE(painter.worldMatrixEnabled());
+    picture.show(painter, {20, 20});
+    EXPECT_TRUE(painter.worldMatrixEnabled());
+
+    painter.setWorldMatrixEnabled(false);
+    picture.show(painter, {20, 20});
+    EXPECT_FALSE(painter.worldMatrixEnabled());
+}
+
 TEST(KeptPicture, HoldsNothingWithoutMemory)
 {
     const KeptPicture picture(QRect(0, 0, 1000000, 1000000), {}, draw_ellipse);
