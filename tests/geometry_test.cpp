@@ -40,20 +40,21 @@ TEST_P(NearestPointOnLine, GivesTheSquaredDistance)
     EXPECT_FLOAT_EQ(distance_squared_to_line(row.p, row.a, row.b), row.distance_squared);
 }
 
-INSTANTIATE_TEST_SUITE_P(Segment, NearestPointOnLine,
-                         testing::Values(LineRow{"AboveTheMiddle", {5, 3}, {0, 0}, {10, 0}, {5, 0}, 9},
-                                         LineRow{"BelowAQuarter", {2.5F, -2}, {0, 0}, {10, 0}, {2.5F, 0}, 4},
-                                         LineRow{"OnTheLine", {7, 0}, {0, 0}, {10, 0}, {7, 0}, 0},
-                                         LineRow{"BesideAnInclinedLine", {0, 2}, {0, 0}, {4, 4}, {1, 1}, 2},
-                                         LineRow{
-                                             "AwayFromTheOrigin", {12, 13}, {10, 10}, {10, 20}, {10, 13}, 4},
-                                         LineRow{"LevelWithTheStart", {0, 4}, {0, 0}, {10, 0}, {0, 0}, 16},
-                                         LineRow{"BeforeTheStart", {-3, 4}, {0, 0}, {10, 0}, {0, 0}, 25},
-                                         LineRow{"LevelWithTheEnd", {10, 4}, {0, 0}, {10, 0}, {10, 0}, 16},
-                                         LineRow{"BeyondTheEnd", {13, 4}, {0, 0}, {10, 0}, {10, 0}, 25},
-                                         LineRow{"SegmentOfNoLength", {4, 5}, {1, 1}, {1, 1}, {1, 1}, 25},
-                                         LineRow{"AtASegmentOfNoLength", {1, 1}, {1, 1}, {1, 1}, {1, 1}, 0}),
-                         row_name<LineRow>);
+INSTANTIATE_TEST_SUITE_P(
+    Segment, NearestPointOnLine,
+    testing::Values(LineRow{"AboveTheMiddle", {5, 3}, {0, 0}, {10, 0}, {5, 0}, 9},
+                    LineRow{"BelowAQuarter", {2.5F, -2}, {0, 0}, {10, 0}, {2.5F, 0}, 4},
+                    LineRow{"OnTheLine", {7, 0}, {0, 0}, {10, 0}, {7, 0}, 0},
+                    LineRow{"BesideAnInclinedLine", {0, 2}, {0, 0}, {4, 4}, {1, 1}, 2},
+                    LineRow{"AwayFromTheOrigin", {12, 13}, {10, 10}, {10, 20}, {10, 13}, 4},
+                    LineRow{"LevelWithTheStart", {0, 4}, {0, 0}, {10, 0}, {0, 0}, 16},
+                    LineRow{"JustPastTheStart", {0.05F, 3}, {0, 0}, {10, 0}, {0.05F, 0}, 9},
+                    LineRow{"BeforeTheStart", {-3, 4}, {0, 0}, {10, 0}, {0, 0}, 25},
+                    LineRow{"LevelWithTheEnd", {10, 4}, {0, 0}, {10, 0}, {10, 0}, 16},
+                    LineRow{"BeyondTheEnd", {13, 4}, {0, 0}, {10, 0}, {10, 0}, 25},
+                    LineRow{"SegmentOfNoLength", {4, 5}, {1, 1}, {1, 1}, {1, 1}, 25},
+                    LineRow{"AtASegmentOfNoLength", {1, 1}, {1, 1}, {1, 1}, {1, 1}, 0}),
+    row_name<LineRow>);
 
 TEST(NearestPointOnLineBeyondItsEnd, IsExactlyTheEnd)
 {
