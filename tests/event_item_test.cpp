@@ -156,6 +156,7 @@ TEST_F(EventItemPicture, ShowsEachRecordWholeWhateverTheLastOneWas)
         {"Next to none",
          contact(256, 1, here, {1e-13, 1e-13}),
          {here, {1e-13, 1e-13}, radius_lines(tiny, tiny)}},
+        {"Below a pixel", contact(256, 1, here, {0.6, 0.5}), {here, {0.6, 0.5}, radius_lines("0.6", "0.5")}},
         {"Large", contact(256, 1, here, {600, 500}), {here, {600, 500}, radius_lines("600", "500")}},
         {"Small", contact(256, 1, here, {60, 10}), {here, {60, 10}, radius_lines("60", "10")}},
         {"Large again", contact(256, 1, here, {600, 500}), {here, {600, 500}, radius_lines("600", "500")}},

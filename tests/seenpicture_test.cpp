@@ -17,12 +17,12 @@ class SeenPictures : public testing::Test
 protected:
     ~SeenPictures() override { release_seen(); }
 
-    /// Shows the top left corner of a picture of this size, and returns whether it has been drawn.
+    /// Shows a part of a picture of this size, and returns whether it has been drawn.
     bool shows(const QSize &size)
     {
         bool drawn = false;
         QPainter painter(&m_screen);
-        show_seen(painter, {{0, 0}, size}, QRect(0, 0, 16, 16), [&drawn](QPainter &) { drawn = true; });
+        show_seen(painter, {{0, 0}, size}, QRect(8, 8, 16, 16), [&drawn](QPainter &) { drawn = true; });
         return drawn;
     }
 
