@@ -14,7 +14,8 @@
 
 using namespace lab_testing;
 
-// The manual page and the completion are held against what the command itself says with --help.
+// The manual page in each language and the completion are held against what the command itself says with
+// --help.
 
 namespace {
 
@@ -74,20 +75,17 @@ Names positionalsOf(const std::string &subcommand)
     return find(part(help({QString::fromStdString(subcommand)}), "Positionals"), "^  ([A-Z]+) ");
 }
 
-/// The sections of the manual page by their names; hyphens as they are typed.
-QMap<QString, QString> sections()
+/// The sections of a manual page by their names; hyphens as they are typed, without the changes of font.
+QMap<QString, QString> sections(const char *page)
 {
-    QFile file(MANUAL_PAGE);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    QFile file(page);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << page;
+    QString content = QString::fromUtf8(file.readAll());
+    content.replace("\\-", "-").remove(QRegularExpression("\\\\f[BIPR]"));
     QMap<QString, QString> sections;
-    for (const QString &text : QString::fromUtf8(file.readAll()).replace("\\-", "-").split("\n.SH ").mid(1))
-        sections[text.section('\n', 0, 0)] = text.section('\n', 1);
+    for (const QString &text : content.split("\n.SH ").mid(1))
+        sections[text.section('\n', 0, 0).remove('"')] = text.section('\n', 1);
     return sections;
-}
-
-QString sectionOf(const std::string &subcommand)
-{
-    return sections().value(QString::fromStdString(subcommand).toUpper());
 }
 
 /// What bash offers behind @p words, the last of which is being typed.
@@ -115,12 +113,29 @@ Names completions(const QStringList &words, const QString &folder = "/")
 
 } // namespace
 
-TEST(TheManualPage, HasASectionForEachSubcommandAndNoOther)
+struct PageRow
 {
-    const Names others{"NAME", "SYNOPSIS", "DESCRIPTION", "EXIT STATUS", "ENVIRONMENT", "FILES", "SEE ALSO"};
+    const char *language;
+    const char *file;
+    Names others; ///< the sections that are not about a subcommand
+};
+
+class TheManualPage : public testing::TestWithParam<PageRow>
+{
+protected:
+    const QMap<QString, QString> m_sections = sections(GetParam().file);
+
+    QString sectionOf(const std::string &subcommand) const
+    {
+        return m_sections.value(QString::fromStdString(subcommand).toUpper());
+    }
+};
+
+TEST_P(TheManualPage, HasASectionForEachSubcommandAndNoOther)
+{
     Names named;
-    for (const QString &name : sections().keys()) {
-        if (others.count(name.toStdString()) == 0)
+    for (const QString &name : m_sections.keys()) {
+        if (GetParam().others.count(name.toStdString()) == 0)
             named.insert(name.toLower().toStdString());
     }
 
@@ -128,21 +143,21 @@ TEST(TheManualPage, HasASectionForEachSubcommandAndNoOther)
     EXPECT_EQ(named, subcommands());
 }
 
-TEST(TheManualPage, ExplainsEachOptionAndNoOther)
+TEST_P(TheManualPage, ExplainsEachOptionAndNoOther)
 {
     for (const std::string &subcommand : subcommands())
         EXPECT_EQ(find(sectionOf(subcommand), "(?<![a-z-])(--[a-z][a-z-]*)"), optionsOf(subcommand))
             << subcommand;
 }
 
-TEST(TheManualPage, HasTheShortOptions)
+TEST_P(TheManualPage, HasTheShortOptions)
 {
     for (const std::string &subcommand : subcommands())
         EXPECT_EQ(find(sectionOf(subcommand), "(?<![a-z-])(-[a-z])(?![a-z-])"), shortOptionsOf(subcommand))
             << subcommand;
 }
 
-TEST(TheManualPage, NamesEachPositionalInTheSynopsis)
+TEST_P(TheManualPage, NamesEachPositionalInTheSynopsis)
 {
     for (const std::string &subcommand : subcommands()) {
         const QString synopsis = sectionOf(subcommand).section("\n.PP", 0, 0);
@@ -151,6 +166,25 @@ TEST(TheManualPage, NamesEachPositionalInTheSynopsis)
                 << subcommand;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(, TheManualPage,
+                         testing::Values(PageRow{"English",
+                                                 MANUAL_PAGE,
+                                                 {"NAME", "SYNOPSIS", "DESCRIPTION", "EXIT STATUS",
+                                                  "ENVIRONMENT", "FILES", "SEE ALSO"}},
+                                         PageRow{"German",
+                                                 MANUAL_PAGES "/de/lanternix-lab.1.in",
+                                                 {"BEZEICHNUNG", "ÜBERSICHT", "BESCHREIBUNG", "EXIT-STATUS",
+                                                  "UMGEBUNGSVARIABLEN", "DATEIEN", "SIEHE AUCH"}},
+                                         PageRow{"Spanish",
+                                                 MANUAL_PAGES "/es/lanternix-lab.1.in",
+                                                 {"NOMBRE", "SINOPSIS", "DESCRIPCIÓN", "ESTADO DE SALIDA",
+                                                  "ENTORNO", "ARCHIVOS", "VÉASE TAMBIÉN"}},
+                                         PageRow{"French",
+                                                 MANUAL_PAGES "/fr/lanternix-lab.1.in",
+                                                 {"NOM", "SYNOPSIS", "DESCRIPTION", "CODE DE RETOUR",
+                                                  "ENVIRONNEMENT", "FICHIERS", "VOIR AUSSI"}}),
+                         [](const auto &row) { return std::string(row.param.language); });
 
 TEST(TheCompletion, OffersTheSubcommands)
 {
