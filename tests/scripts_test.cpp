@@ -151,6 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"TryPackagesInAFile", "try-packages", {"calls"}, ""},
         Refusal{"TryPackagesInAFolderWithOtherFiles", "try-packages", {"bin"}, ""},
         Refusal{"TryPackagesInAFolderWithFolders", "try-packages", {"."}, ""},
+        Refusal{"TranslationsCheckOfAFile", "translations", {"--check", "x"}, "unknown argument \"x\""},
         Refusal{"ScreenshotsOtherPicture", "screenshots", {"help", "tag"}, "unknown picture \"tag\""},
         Refusal{"InstallNothing", "install-packages", {}, "no purpose"},
         Refusal{"InstallForOtherPurpose", "install-packages", {"run", "fun"}, "unknown purpose \"fun\""},
