@@ -313,6 +313,25 @@ TEST_F(EventItemPicture, KeepsItsTextAtAnyScale)
     EXPECT_GT(black, 1000);
 }
 
+TEST_F(EventItemPicture, HasLinesOfOnePixelAtAnyScale)
+{
+    m_item->refresh(contact(-1, 1, {0, 0}, {20, 20}));
+    m_item->rebuild();
+    QImage canvas = empty_canvas();
+    QPainter painter(&canvas);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(500, 450);
+    painter.scale(4, 4);
+    m_item->redraw(painter);
+    painter.end();
+
+    const auto darkness = [&canvas](int y) { return 255 - canvas.pixelColor(540, y).red(); };
+    double thickness = 0; // of the cross
+    for (int y = 440; y < 460; ++y)
+        thickness += darkness(y) / 255.0;
+    EXPECT_NEAR(thickness, 1, 0.01);
+}
+
 struct LocaleRow
 {
     const char *name; ///< of the C library's locale

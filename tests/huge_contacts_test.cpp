@@ -1,6 +1,7 @@
 // Contacts whose pictures are far larger than the screen, such as those of a palm with the greatest extent.
 
 #include "item.h"
+#include "picturememory.h"
 
 #include "support/heap.h"
 #include "support/items.h"
@@ -137,6 +138,55 @@ INSTANTIATE_TEST_SUITE_P(
         Place{"Flat", {180, 160}, {3839.5, 300.25}}, Place{"Narrow", {180, 160}, {299.5, 6000.25}},
         Place{"AsLargeAsTheView", {200.5, 150.5}, {900, 700}}),
     row_name<Place>);
+
+/// A contact that is turned and scaled, in the way that items can be.
+struct Attitude
+{
+    const char *name;
+    float rotation; ///< degrees
+    float scale;
+};
+
+class ATurnedTouch : public Touch
+{
+public:
+    explicit ATurnedTouch(const Attitude &attitude) : Touch(QPointF(), QColor(255, 0, 0, 32))
+    {
+        m_rotation = attitude.rotation;
+        m_scale = attitude.scale;
+        refresh(contact(256, 1, {210.25, 180.5}, {150, 90}));
+    }
+};
+
+class AContact : public HugeContacts, public testing::WithParamInterface<Attitude>
+{
+protected:
+    QImage picture()
+    {
+        const auto touch = std::make_shared<ATurnedTouch>(GetParam());
+        m_view.add_item(touch);
+        render(*touch);
+        const QImage shown = painted(*touch);
+        m_view.sub_item(touch.get());
+        return shown;
+    }
+};
+
+TEST_P(AContact, LooksTheSameWithAndWithoutACache)
+{
+    const QImage with_a_cache = picture();
+
+    const PictureMemory all({4996, 10'000}); // that pictures may take
+    ASSERT_TRUE(all.is_held());
+
+    EXPECT_TRUE(same_picture(picture(), with_a_cache));
+}
+
+INSTANTIATE_TEST_SUITE_P(, AContact,
+                         testing::Values(Attitude{"Upright", 0, 1}, Attitude{"Turned", 30, 1},
+                                         Attitude{"Larger", 0, 1.5F}, Attitude{"Smaller", 0, 0.5F},
+                                         Attitude{"TurnedAndSmaller", -100, 0.5F}),
+                         row_name<Attitude>);
 
 TEST_F(HugeContacts, AreComposedBackToFront)
 {
