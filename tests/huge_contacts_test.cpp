@@ -290,6 +290,17 @@ std::vector<Crowd> crowds()
 
 INSTANTIATE_TEST_SUITE_P(, MemoryOfHugeContacts, testing::ValuesIn(crowds()), row_name<Crowd>);
 
+TEST_F(HugeContacts, TakeAddressesOnlyWhileTheyArePainted)
+{
+    constexpr long long any_picture = 4'000; // pages, and more than Qt takes to paint for the first time
+    show_alike(1, greatest);
+    const long long before = address_space();
+
+    paint_a_part();
+
+    EXPECT_LT(address_space() - before, any_picture);
+}
+
 TEST_F(HugeContacts, GiveTheirMemoryBackWhenTheyShrinkAndWhenTheyGrow)
 {
     for (const QPointF radius : {QPointF(86, 74), greatest, QPointF(380, 300), greatest, QPointF(25, 25)}) {

@@ -159,10 +159,23 @@ TEST(KeptPicture, LeavesThePaintersTransformAsItIs)
 
 TEST(KeptPicture, HoldsNothingWithoutMemory)
 {
-    const KeptPicture picture(QRect(0, 0, 1000000, 1000000), {}, draw_ellipse);
+    bool is_drawn = false;
+    const KeptPicture picture(QRect(0, 0, 1000000, 1000000), {},
+                              [&is_drawn](QPainter &) { is_drawn = true; });
 
     EXPECT_TRUE(picture.is_null());
     EXPECT_FALSE(picture.suits({}));
+    EXPECT_FALSE(is_drawn);
+}
+
+TEST(Subpixels, AreInAnOrder)
+{
+    const std::vector<Subpixel> ordered{{0, 0.5}, {0.25, 0}, {0.25, 0.75}, {0.5, 0.25}};
+
+    for (std::size_t first = 0; first < ordered.size(); ++first) {
+        for (std::size_t second = 0; second < ordered.size(); ++second)
+            EXPECT_EQ(ordered[first] < ordered[second], first < second) << first << ", " << second;
+    }
 }
 
 TEST(KeptPicture, OwnsNoPaintEngine)

@@ -26,6 +26,18 @@ ZorvicHardware &manager(const Korvane &korvane)
     return *korvane.findChild<ZorvicHardware *>();
 }
 
+TEST(ARecordOfAContact, IsAllZerosUntilItIsFilledIn)
+{
+    const Korvane::Controls record;
+
+    EXPECT_EQ(record.id, 0);
+    EXPECT_EQ(record.flags, 0U);
+    EXPECT_EQ(record.buttons, 0);
+    EXPECT_EQ(record.radius, QPointF());
+    EXPECT_EQ(record.pos, QPointF());
+    EXPECT_EQ(record.view_pos, QPointF());
+}
+
 struct Kind
 {
     const char *name;

@@ -106,6 +106,12 @@ qint64 Program::resident_memory() const
     return pages.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }
 
+bool Program::maps(const QByteArray &name) const
+{
+    QFile maps(QStringLiteral("/proc/%1/maps").arg(m_process.processId()));
+    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains(name);
+}
+
 QByteArray Program::standard_output()
 {
     return m_process.readAllStandardOutput();

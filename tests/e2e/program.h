@@ -48,6 +48,8 @@ public:
     int ending_signal();
     /// Bytes; 0 once the program has ended.
     qint64 resident_memory() const;
+    /// Whether a library whose file's name contains @p name is loaded.
+    bool maps(const QByteArray &name) const;
     QByteArray standard_output();
     QByteArray standard_error();
 

@@ -33,6 +33,14 @@ TEST(StartingTheProgram, MakesAWindowWithoutAlpha)
     EXPECT_TRUE(program.desktop().window_is_as_deep_as_the_screen());
 }
 
+TEST(StartingTheProgram, LoadsNoOpenGl)
+{
+    Program program({});
+
+    EXPECT_TRUE(program.maps("/platforms/libqxcb"));
+    EXPECT_FALSE(program.maps("/xcbglintegrations/"));
+}
+
 TEST(PluggingABoard, EnumeratesAndConfiguresAgain)
 {
     Program program(SimulatedDriver::two_boards_and_a_hub()
