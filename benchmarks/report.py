@@ -59,6 +59,18 @@ GOALS = [
     ("pictures as before: pixels that differ, tags apart", "pictures: pixels that differ, tags apart", "median", 0, ""),
     ("pictures as before: largest difference in a tag",
      "pictures: largest difference in a tag", "median", 2, "levels of 255"),
+    *[(f"10 touches, tags on, 3840 x 2160 to 1920 x 1080: {case}, {figure}",
+       f"sizes: 10 touches, tags on, 3840x2160 and 1920x1080 in turn: {case}, ratio of the {figure}", "median", 1.1, "×")
+      for case, figure in (("to pixel", "medians"), ("to pixel", "99th percentiles"),
+                           ("processor time per report", "medians"))],
+    *[(f"40 touches every 8 ms, tags on, {size}: {case}", f"sizes: 40 touches, tags on, {size}: {measurement}",
+       figure, limit, unit)
+      for size in ("1920x1080", "3840x2160")
+      for case, measurement, figure, limit, unit in (
+          ("tick", "tick", "median", 8.8, "ms"), ("tick", "tick", "p99", 12, "ms"),
+          ("ticks missed, of 1,000", "ticks missed", "median", 10, ""),
+          ("last report to last change", "last report to last change", "median", 20, "ms"),
+          ("segments not drawn", "segments missing", "median", 0, ""))],
     ("recorder: added to a report on the driver's thread",
      "recorder: report_on_the_drivers_thread: added", "median", 1000, "ns"),
     ("recorder: added from report to pixel, pen (mean)",

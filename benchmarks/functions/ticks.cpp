@@ -112,9 +112,9 @@ void tick_options(benchmark::internal::Benchmark *benchmark)
     benchmark->ArgName("items")->MeasureProcessCPUTime()->UseRealTime()->Unit(benchmark::kMicrosecond);
 }
 
-BENCHMARK(tick_unchanged)->Arg(0)->Arg(10)->Arg(128)->Apply(tick_options);
-BENCHMARK(tick_moved)->Arg(10)->Arg(128)->Apply(tick_options);
-BENCHMARK(tick_moved_and_paint)->Arg(1)->Arg(10)->Arg(128)->Apply(tick_options);
+BENCHMARK(tick_unchanged)->Arg(0)->Arg(10)->Arg(40)->Arg(128)->Apply(tick_options);
+BENCHMARK(tick_moved)->Arg(10)->Arg(40)->Arg(128)->Apply(tick_options);
+BENCHMARK(tick_moved_and_paint)->Arg(1)->Arg(10)->Arg(40)->Arg(128)->Apply(tick_options);
 
 void launch_and_join(benchmark::State &state)
 {

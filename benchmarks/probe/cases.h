@@ -18,6 +18,12 @@ struct Setting
     latency::Screen &screen;
     std::string program_before; ///< the build to compare pictures with; may be empty
     bool quick = false;         ///< whether to repeat less often
+
+    /// The same on another screen.
+    Setting on(latency::Screen &other) const
+    {
+        return {paths, bare_window, recorded, other, program_before, quick};
+    }
 };
 
 /// What a case has measured: {"samples": {NAME: [NUMBER...]}, "values": {NAME: NUMBER}}. The names carry the
@@ -34,4 +40,5 @@ void add_latency_cases(std::vector<Case> &cases); ///< from a report to its pixe
 void add_flood_cases(std::vector<Case> &cases);   ///< more reports than ticks
 void add_mouse_cases(std::vector<Case> &cases);   ///< motions of a mouse beside reports
 void add_idle_cases(std::vector<Case> &cases);    ///< the start, and an idle program
+void add_size_cases(std::vector<Case> &cases);    ///< larger screens, and contacts of many hands
 void add_picture_cases(std::vector<Case> &cases); ///< pictures compared with another build's

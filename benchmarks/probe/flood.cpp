@@ -1,12 +1,13 @@
 // Measures floods, with more reports than ticks: what a report costs, whether every report is drawn, and how
 // long the last one takes.
 
-#include "cases.h"
-#include "latency/contacts.h"
+#include "flood.h"
+
 #include "latency/statistics.h"
 #include "places.h"
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 #include <string>
 
@@ -22,34 +23,19 @@ constexpr int most_reports = 100'000; // for more, the screen has no room for th
 constexpr int touch_radius = 3;       // pixels; the path is made for lines of this half width
 constexpr Nanoseconds rest = 250 * millisecond; // without a change for so long, all is drawn
 
-struct Flood
-{
-    Contacts contacts;
-    int rate = 0; ///< reports a second
-    bool tags = false;
-};
-
-/// The reports of a flood, and the pixels that prove them.
-struct Plan
-{
-    Walk walk;
-    std::vector<Point> proofs;
-    std::vector<Point> last_proofs; ///< of the last report
-};
-
 /// As many contacts as there is room for draw a proof with each report; the others move to and fro in the
 /// strip.
-Plan plan(const Flood &flood, int count, const Screen &screen)
+Plan plan(const Contacts &contacts, int count, const Screen &screen)
 {
-    const int rows_per_contact = dense_rows(count, screen);
+    const int rows_per_contact = dense_rows(count, full_width(screen, first_row));
     const int room = (rows_end - first_row) / dense_row_height / rows_per_contact;
-    const int proving = std::min(flood.contacts.count, room);
+    const int proving = std::min(contacts.count, room);
     Plan plan;
     plan.walk.assign(static_cast<std::size_t>(count), {});
-    for (int contact = 0; contact < flood.contacts.count; ++contact) {
+    for (int contact = 0; contact < contacts.count; ++contact) {
         const int top = first_row + contact * rows_per_contact * dense_row_height;
         const std::vector<Place> path =
-            contact < proving ? dense_path(count, top, screen) : std::vector<Place>();
+            contact < proving ? dense_path(count, full_width(screen, top)) : std::vector<Place>();
         for (int i = 0; i < count; ++i) {
             auto &places = plan.walk[static_cast<std::size_t>(i)];
             if (contact < proving) {
@@ -73,6 +59,16 @@ std::vector<double> ticks(const std::vector<Nanoseconds> &changes)
     for (const Nanoseconds change : changes)
         times.push_back(static_cast<double>(change) / millisecond);
     return ticksBetween(times);
+}
+
+/// How many ticks of 8 ms did not come in the times between those that did.
+double missed(const std::vector<double> &ticks)
+{
+    constexpr double usual = 8;
+    double missed = 0;
+    for (const double tick : ticks)
+        missed += std::max(0.0, std::round(tick / usual) - 1);
+    return missed;
 }
 
 double longest(const std::vector<double> &times)
@@ -118,49 +114,8 @@ std::vector<Nanoseconds> watch(Program &program, Screen &screen, const Plan &pla
 
 Result run(const Setting &setting, const Flood &flood)
 {
-    Screen &screen = setting.screen;
-    Program program(setting.paths, screen);
-    program.prepare(flood.tags);
     const int count = std::min(most_reports, flood.rate * (setting.quick ? 1 : 5));
-    const Plan planned = plan(flood, count, screen);
-    std::vector<boardsim::Bytes> reports;
-    for (const std::vector<Point> &places : planned.walk)
-        reports.push_back(flood.contacts.report(places, screen));
-
-    const Nanoseconds interval = second / flood.rate;
-    const Nanoseconds processor = program.processorTime();
-    screen.forgetChanges();
-    program.beginDelivery(reports, interval);
-    const std::vector<Nanoseconds> changes = watch(program, screen, planned, now() + count * interval);
-    const Delivery *const deliveries = program.awaitDelivery();
-    const Nanoseconds last_report = deliveries[count - 1].called;
-    const Nanoseconds last_change = changes.empty() ? last_report : changes.back();
-    const auto taken = static_cast<double>(program.processorTime() - processor);
-
-    Result result;
-    const std::vector<double> intervals = ticks(changes);
-    const std::vector<double> inside = times_inside(deliveries, reports.size());
-    result["samples"]["tick [ms]"] = intervals;
-    result["samples"]["inside callback [µs]"] = inside;
-    result["values"]["processor time per report [µs]"] = taken / count / 1000;
-    result["values"]["longest between two changes [ms]"] = longest(intervals);
-    result["values"]["longest inside callback [µs]"] = longest(inside);
-    result["values"]["reports"] = count;
-    result["values"]["reports a second, as delivered"] =
-        (count - 1) * static_cast<double>(second) / static_cast<double>(last_report - deliveries[0].called);
-    result["values"]["last report to last change [ms]"] =
-        static_cast<double>(std::max<Nanoseconds>(0, last_change - last_report)) / millisecond;
-
-    // Lifting the contacts removes the info tags and uncovers what was below them.
-    program.deliver({flood.contacts.report(planned.walk.back(), screen, false)});
-    long lost = missing(planned, screen.picture());
-    for (const Nanoseconds deadline = now() + 4 * second; lost > 0 && now() < deadline;) {
-        screen.waitForChange(now() + rest);
-        lost = missing(planned, screen.picture());
-    }
-    result["values"]["segments looked for"] = planned.proofs.size();
-    result["values"]["segments missing"] = lost;
-    return result;
+    return run_flood(setting, flood, plan(flood.contacts, count, setting.screen));
 }
 
 /// Measures reports that only cross to the GUI thread, which drops them because a resting pen changes
@@ -183,6 +138,57 @@ Result run_resting(const Setting &setting, int rate)
 }
 
 } // namespace
+
+Result run_flood(const Setting &setting, const Flood &flood, const Plan &plan)
+{
+    Screen &screen = setting.screen;
+    Program program(setting.paths, screen);
+    program.prepare(flood.tags);
+    std::vector<boardsim::Bytes> reports;
+    for (const std::vector<Point> &places : plan.walk) {
+        const std::vector<boardsim::Bytes> step = flood.contacts.reports(places, screen);
+        reports.insert(reports.end(), step.begin(), step.end());
+    }
+
+    const auto count = static_cast<int>(reports.size());
+    const Nanoseconds interval = second / flood.rate * static_cast<Nanoseconds>(plan.walk.size()) / count;
+    const Nanoseconds processor = program.processorTime();
+    screen.forgetChanges();
+    program.beginDelivery(reports, interval);
+    const std::vector<Nanoseconds> changes = watch(program, screen, plan, now() + count * interval);
+    const Delivery *const deliveries = program.awaitDelivery();
+    const Nanoseconds last_report = deliveries[count - 1].called;
+    const Nanoseconds last_change = changes.empty() ? last_report : changes.back();
+    const auto taken = static_cast<double>(program.processorTime() - processor);
+
+    Result result;
+    const std::vector<double> intervals = ticks(changes);
+    const std::vector<double> inside = times_inside(deliveries, reports.size());
+    result["samples"]["tick [ms]"] = intervals;
+    result["samples"]["inside callback [µs]"] = inside;
+    result["values"]["ticks missed"] = missed(intervals);
+    result["values"]["processor time per tick [ms]"] =
+        taken / static_cast<double>(std::max<std::size_t>(1, intervals.size())) / millisecond;
+    result["values"]["processor time per report [µs]"] = taken / count / 1000;
+    result["values"]["longest between two changes [ms]"] = longest(intervals);
+    result["values"]["longest inside callback [µs]"] = longest(inside);
+    result["values"]["reports"] = count;
+    result["values"]["reports a second, as delivered"] =
+        (count - 1) * static_cast<double>(second) / static_cast<double>(last_report - deliveries[0].called);
+    result["values"]["last report to last change [ms]"] =
+        static_cast<double>(std::max<Nanoseconds>(0, last_change - last_report)) / millisecond;
+
+    // Lifting the contacts removes the info tags and uncovers what was below them.
+    program.deliver(flood.contacts.reports(plan.walk.back(), screen, false));
+    long lost = missing(plan, screen.picture());
+    for (const Nanoseconds deadline = now() + 4 * second; lost > 0 && now() < deadline;) {
+        screen.waitForChange(now() + rest);
+        lost = missing(plan, screen.picture());
+    }
+    result["values"]["segments looked for"] = plan.proofs.size();
+    result["values"]["segments missing"] = lost;
+    return result;
+}
 
 void add_flood_cases(std::vector<Case> &cases)
 {

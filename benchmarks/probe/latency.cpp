@@ -2,7 +2,7 @@
 // program's tick.
 
 #include "cases.h"
-#include "latency/measurement.h"
+#include "measure.h"
 
 #include <algorithm>
 #include <numeric>
@@ -11,9 +11,6 @@
 using namespace latency;
 
 namespace {
-
-constexpr int warm_up = 5; // reports; the first one makes the contact
-constexpr Nanoseconds warm_up_interval = 50 * millisecond;
 
 // Steps are longer than the circles of the info tags, so that a place is untouched until its report.
 constexpr int pen_step = 32; // pixels, as are all below
@@ -46,31 +43,6 @@ Walk walk_of_ten(int count)
         walk.push_back(places);
     }
     return walk;
-}
-
-constexpr Nanoseconds even_step = 36'944'272; // four ticks and the golden ratio of one
-
-/// Adds samples and values to @p result; @p suffix is appended to their names.
-void measure(Program &program, Measurement &measurement, const Walk &walk, Result &result,
-             const std::string &suffix = {})
-{
-    const double share = measurement.restingShare();
-    const Nanoseconds start = now();
-    const Nanoseconds processor = program.processorTime();
-    std::vector<double> to_pixel;
-    std::vector<double> inside;
-    for (const Sample &sample : measurement.run(walk)) {
-        to_pixel.push_back(static_cast<double>(sample.toPixel) / millisecond);
-        inside.push_back(static_cast<double>(sample.inside) / 1000);
-    }
-    const auto taken = static_cast<double>(program.processorTime() - processor);
-    const double own = taken - share * static_cast<double>(now() - start);
-    const auto reports = static_cast<double>(walk.size());
-    result["samples"]["to pixel [ms]" + suffix] = to_pixel;
-    result["samples"]["inside callback [µs]" + suffix] = inside;
-    result["values"]["processor time per report [ms]" + suffix] = own / reports / millisecond;
-    result["values"]["processor time per report, resting ticks included [ms]" + suffix] =
-        taken / reports / millisecond;
 }
 
 int report_count(const Setting &setting)

@@ -25,6 +25,7 @@ std::vector<Case> chosen_cases(const std::regex &filter, bool with_pictures)
     add_flood_cases(all);
     add_mouse_cases(all);
     add_idle_cases(all);
+    add_size_cases(all);
     if (with_pictures)
         add_picture_cases(all);
     std::vector<Case> chosen;

@@ -41,7 +41,7 @@ Result run(const Setting &setting, int rate)
     Screen &screen = setting.screen;
     Program program(setting.paths, screen);
     program.prepare(false);
-    const std::vector<Place> path = dense_path(motions, first_row, screen);
+    const std::vector<Place> path = dense_path(motions, full_width(screen, first_row));
     const std::vector<boardsim::Bytes> reports = pen_reports(rate, screen);
 
     screen.movePointer(path.front().at);

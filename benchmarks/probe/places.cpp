@@ -11,9 +11,9 @@ constexpr int half_line = 3;       // the program's own stroke width
 constexpr int turn = 8;            // how far out the path turns to the next row
 constexpr int points_per_turn = 2; // the corners of the turn, whose proofs lie outside
 
-int columns(const Screen &screen)
+int columns(const Area &area)
 {
-    return (screen.width() - 2 * margin) / step;
+    return (area.right - area.left) / step;
 }
 
 /// The pixels just inside a round end of a line around @p at.
@@ -34,27 +34,32 @@ Point beside(Point at, bool right)
 
 } // namespace
 
-int dense_rows(int count, const Screen &screen)
+Area full_width(const Screen &screen, int top)
 {
-    const int per_row = columns(screen) + points_per_turn;
+    return {margin, top, screen.width() - margin};
+}
+
+int dense_rows(int count, const Area &area)
+{
+    const int per_row = columns(area) + points_per_turn;
     return (count + per_row - 1) / per_row;
 }
 
-std::vector<Place> dense_path(int count, int top, const Screen &screen)
+std::vector<Place> dense_path(int count, const Area &area)
 {
     std::vector<Place> path;
-    const int last = columns(screen) - 1;
+    const int last = columns(area) - 1;
     const auto full = [&path, count] { return static_cast<int>(path.size()) >= count; };
     for (int row = 0; !full(); ++row) {
         const bool right = row % 2 == 0;
-        const int y = top + dense_row_height * row;
+        const int y = area.top + dense_row_height * row;
         for (int i = 0; i <= last && !full(); ++i) {
             const int column = right ? i : last - i;
             const bool peak = column % 2 == 0;
-            const Point at{margin + step * column, peak ? y : y + depth};
+            const Point at{area.left + step * column, peak ? y : y + depth};
             path.push_back({at, peak ? above(at) : below(at)});
         }
-        const int edge = right ? margin + step * last + turn : margin - turn;
+        const int edge = right ? area.left + step * last + turn : area.left - turn;
         for (int corner = 0; corner < points_per_turn && !full(); ++corner) {
             const Point at{edge, y + dense_row_height * corner};
             path.push_back({at, beside(at, right)});

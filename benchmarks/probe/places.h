@@ -1,6 +1,6 @@
 #pragma once
 
-#include "latency/screen.h"
+#include "latency/contacts.h"
 
 #include <vector>
 
@@ -14,9 +14,12 @@ struct Place
 
 /// The densest stroke in which each report has a proof, drawn with the program's own stroke width: a zigzag
 /// of peaks four pixels apart, row below row. The proof of a peak is the pixel at its tip.
-/// @p top is that of the first row; the rows fill the width of the screen.
-std::vector<Place> dense_path(int count, int top, const latency::Screen &screen);
+/// The rows fill the width of @p area; the turns between them and the line's own width reach 11 pixels
+/// beyond it.
+std::vector<Place> dense_path(int count, const latency::Area &area);
 
 /// The number of rows that such a path takes, and how far apart they are.
-int dense_rows(int count, const latency::Screen &screen);
+int dense_rows(int count, const latency::Area &area);
+/// The width of the screen, with room for the turns; @p top in pixels.
+latency::Area full_width(const latency::Screen &screen, int top);
 constexpr int dense_row_height = 9; // pixels: the line's 6, the zigzag's 2, and one between the rows

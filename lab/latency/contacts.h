@@ -17,8 +17,13 @@ struct Contacts
     int count = 1;  ///< a pen is always alone
     int radius = 0; ///< pixels; pens have none
 
-    /// One report of all contacts; @p places are in pixels of the screen, one for each.
-    boardsim::Bytes report(const std::vector<Point> &places, const Screen &screen, bool down = true) const;
+    /// One report of all contacts; @p places are in pixels of the screen, one for each. The contacts are
+    /// numbered from @p firstId.
+    boardsim::Bytes report(const std::vector<Point> &places, const Screen &screen, bool down = true,
+                           int firstId = 0) const;
+    /// The same in as many reports as it takes, since one holds ten contacts at most.
+    std::vector<boardsim::Bytes> reports(const std::vector<Point> &places, const Screen &screen,
+                                         bool down = true) const;
 };
 
 /// Where some contacts are at each of their reports.

@@ -23,9 +23,10 @@ Nanoseconds Measurement::draw(const Walk &walk, Nanoseconds interval)
     const std::vector<Point> pixels = watched(walk.back());
     const std::vector<Colour> before = m_screen.colours(pixels);
     std::vector<boardsim::Bytes> reports;
-    reports.reserve(walk.size());
-    for (const std::vector<Point> &places : walk)
-        reports.push_back(report(places));
+    for (const std::vector<Point> &places : walk) {
+        const std::vector<boardsim::Bytes> step = this->reports(places);
+        reports.insert(reports.end(), step.begin(), step.end());
+    }
     const Nanoseconds first = m_program.deliver(reports, interval)->called;
     m_program.awaitStrokes(pixels, before);
     return first;
@@ -33,7 +34,7 @@ Nanoseconds Measurement::draw(const Walk &walk, Nanoseconds interval)
 
 void Measurement::lift(const std::vector<Point> &places)
 {
-    m_program.deliver({report(places, false)});
+    m_program.deliver(reports(places, false));
     m_screen.settle(quietTime, now() + patience);
 }
 
@@ -56,7 +57,7 @@ std::vector<Sample> Measurement::run(const Walk &walk)
         const std::vector<Point> pixels = watched(places);
         const std::vector<Colour> before = m_screen.colours(pixels);
         m_screen.forgetChanges();
-        m_program.beginDelivery({report(places)});
+        m_program.beginDelivery(reports(places));
         const Nanoseconds seen = m_program.awaitStrokes(pixels, before);
         const Delivery &delivery = *m_program.awaitDelivery();
         samples.push_back({delivery.called, seen - delivery.called, delivery.inside});

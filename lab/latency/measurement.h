@@ -14,12 +14,12 @@ constexpr Point watched(Point place)
     return {place.x + 1, place.y + 1};
 }
 
-/// One report that was followed to its pixel.
+/// One report that was followed to its pixel, or several of contacts that move together.
 struct Sample
 {
-    Nanoseconds called = 0;  ///< when the packet callback was called
+    Nanoseconds called = 0;  ///< when the packet callback was called with the (first) report
     Nanoseconds toPixel = 0; ///< from then on until the last of its contacts was seen on the screen
-    Nanoseconds inside = 0;  ///< the packet callback
+    Nanoseconds inside = 0;  ///< the packet callback, the first time
 };
 
 /// Draws with some contacts and measures their reports one by one. Keeps references to the program and the
@@ -35,6 +35,11 @@ public:
     boardsim::Bytes report(const std::vector<Point> &places, bool down = true) const
     {
         return m_contacts.report(places, m_screen, down);
+    }
+    /// As many reports as it takes for all contacts.
+    std::vector<boardsim::Bytes> reports(const std::vector<Point> &places, bool down = true) const
+    {
+        return m_contacts.reports(places, m_screen, down);
     }
 
     /// Delivers without measuring, and waits for the last report's pixels. Returns when the first report was
