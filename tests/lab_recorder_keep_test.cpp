@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <csignal>
 #include <optional>
 #include <string>
@@ -81,7 +82,18 @@ private:
 
 } // namespace
 
-TEST_F(ARollingRecording, IsSavedWithSigusr1)
+/// The program has set its locale, as Qt does when it begins.
+class ARollingRecordingInALocale : public ARollingRecording, public testing::WithParamInterface<const char *>
+{
+protected:
+    ARollingRecordingInALocale()
+    {
+        EXPECT_NE(std::setlocale(LC_ALL, GetParam()), nullptr) << "not installed";
+    }
+    ~ARollingRecordingInALocale() override { std::setlocale(LC_ALL, "C"); }
+};
+
+TEST_P(ARollingRecordingInALocale, IsSavedWithSigusr1)
 {
     use(gate() + three_reports);
     Receiver receiver;
@@ -106,6 +118,9 @@ TEST_F(ARollingRecording, IsSavedWithSigusr1)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), saved().front() + ": the last 0.0 s have been saved\n");
     EXPECT_FALSE(fs::exists(capture_path()));
 }
+
+INSTANTIATE_TEST_SUITE_P(Each, ARollingRecordingInALocale, testing::Values("C", "fr_FR.UTF-8", "ja_JP.UTF-8"),
+                         [](const auto &row) { return std::string(row.param, row.param[0] == 'C' ? 1 : 2); });
 
 TEST_F(ARollingRecording, LeavesAHandlerOfTheProgramAlone)
 {

@@ -1,6 +1,7 @@
 #include "recorder/keeping.h"
 
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <ctime>
 #include <exception>
@@ -23,11 +24,20 @@ std::string answerText(const std::string &file, const capture::Kept &kept)
     return writer.text();
 }
 
+/// With one decimal and a point: the recorder runs in a program that may have set a locale with a comma.
+std::string secondsText(std::int64_t microseconds)
+{
+    std::array<char, 40> text{};
+    const auto result = std::to_chars(text.data(), text.data() + text.size(),
+                                      static_cast<double>(microseconds) / 1e6, std::chars_format::fixed, 1);
+    return {text.data(), result.ptr};
+}
+
 void tell(const std::string &file, const capture::Kept &kept)
 {
     if (kept.error.empty())
-        std::fprintf(stderr, "%s: the last %.1f s have been saved\n", file.c_str(),
-                     static_cast<double>(kept.time) / 1e6);
+        std::fprintf(stderr, "%s: the last %s s have been saved\n", file.c_str(),
+                     secondsText(kept.time).c_str());
     else
         std::fprintf(stderr, "%s\n", kept.error.c_str());
 }
