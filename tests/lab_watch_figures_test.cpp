@@ -1,4 +1,5 @@
 #include "commands/limits.h"
+#include "commands/text.h"
 #include "commands/watchtext.h"
 
 #include "capture/lineparser.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <clocale>
 #include <string>
 
 using namespace lab;
@@ -211,3 +213,37 @@ INSTANTIATE_TEST_SUITE_P(, ALimit,
                                          LimitRow{"NoFigure", ">1", false},
                                          LimitRow{"NotANumber", "lost_count>nan", false}),
                          [](const auto &row) { return std::string(row.param.name); });
+
+struct FittingRow
+{
+    const char *name;
+    const char *locale;
+    const char *text;
+    int columns;
+    const char *expected;
+};
+
+class TheTextThatFits : public testing::TestWithParam<FittingRow>
+{
+protected:
+    TheTextThatFits() { EXPECT_NE(std::setlocale(LC_CTYPE, GetParam().locale), nullptr) << "not installed"; }
+    ~TheTextThatFits() override { std::setlocale(LC_CTYPE, "C"); }
+};
+
+TEST_P(TheTextThatFits, IsCountedInColumnsAndNeverEndsWithinACharacter)
+{
+    EXPECT_EQ(fitting(GetParam().text, GetParam().columns), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Watch, TheTextThatFits,
+    testing::Values(FittingRow{"AllOfIt", "fr_FR.UTF-8", "h bytes", 7, "h bytes"},
+                    FittingRow{"Part", "fr_FR.UTF-8", "h bytes", 3, "h b"},
+                    FittingRow{"Nothing", "fr_FR.UTF-8", "h", 0, ""},
+                    FittingRow{"TwoBytesInAColumn", "fr_FR.UTF-8", "\u00e9t\u00e9s", 3, "\u00e9t\u00e9"},
+                    FittingRow{"ThreeBytesInTwoColumns", "ja_JP.UTF-8", "\u76e4\u9762_", 4, "\u76e4\u9762"},
+                    FittingRow{"HalfOfAWideCharacter", "ja_JP.UTF-8", "\u76e4\u9762_", 3, "\u76e4"},
+                    FittingRow{"AMarkOnTheLastLetter", "fr_FR.UTF-8", "e\u0301t", 1, "e\u0301"},
+                    FittingRow{"ACutOffCharacter", "ja_JP.UTF-8", "a\xe7\x9b", 3, "a\xe7\x9b"},
+                    FittingRow{"BytesWithoutUtf8", "C", "\xc3\xa9t", 2, "\xc3\xa9"}),
+    [](const auto &row) { return std::string(row.param.name); });

@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "commands/feed.h"
 #include "commands/limits.h"
+#include "commands/text.h"
 #include "commands/watchtext.h"
 
 #include <algorithm>
@@ -60,15 +61,16 @@ public:
         const int count = static_cast<int>(lines.size());
         const int room = LINES - 1; // above the foot
         for (int row = 0; row < std::min(count, room); ++row)
-            mvaddnstr(row, 0, lines[static_cast<std::size_t>(row)].c_str(), COLS);
+            mvaddstr(row, 0, fitting(lines[static_cast<std::size_t>(row)], COLS).c_str());
         if (count > room && room > 0) {
             move(room - 1, 0);
             clrtoeol();
             const std::string more = "... " + std::to_string(count - room + 1) + " more lines";
-            addnstr(more.c_str(), COLS);
+            addstr(fitting(more, COLS).c_str());
         }
         attron(A_REVERSE);
-        mvaddnstr(LINES - 1, 0, foot.c_str(), COLS - 1); // the last place would scroll some terminals
+        // The last place would scroll some terminals.
+        mvaddstr(LINES - 1, 0, fitting(foot, COLS - 1).c_str());
         attroff(A_REVERSE);
         refresh();
     }
