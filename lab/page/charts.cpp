@@ -32,7 +32,11 @@ void drawMarks(Html &html, int board, const Marks &marks, const Aspect &aspect)
         const double y = place.y / boardWidth * aspect.height;
         html.empty("circle", {{"class", "finding"}, {"cx", whole(x)}, {"cy", whole(y)}, {"r", "16"}});
         html.leaf("text", std::string(1, marks.letter),
-                  {{"x", whole(x)}, {"y", whole(y + 7)}, {"font-size", "20"}, {"text-anchor", "middle"}});
+                  {{"class", "letter"},
+                   {"x", whole(x)},
+                   {"y", whole(y + 7)},
+                   {"font-size", "20"},
+                   {"text-anchor", "middle"}});
     }
 }
 
@@ -62,7 +66,7 @@ void shade(Html &html, const CellArea &area, double opacity)
                 {"y", numberText(area.y, 5)},
                 {"width", numberText(area.width, 4)},
                 {"height", numberText(area.height, 4)},
-                {"opacity", numberText(opacity, 2)}});
+                {"fill-opacity", numberText(opacity, 2)}});
 }
 
 } // namespace
@@ -93,7 +97,7 @@ void coverageMap(Html &html, int board, const grading::BoardMap &map, const Aspe
     const Picture picture(
         html, aspect, "Coverage",
         "Cells of board " + std::to_string(board)
-            + " in which contacts were down, the darker the longer. A cross marks a cell that "
+            + " in which contacts were down, the fuller the longer. A cross marks a cell that "
               "nothing has reached: "
             + numberText(100 - map.coveragePercent()) + " % of them.");
     for (std::size_t cell = 0; cell < counts.size(); ++cell) {
@@ -124,7 +128,7 @@ void cellMap(Html &html, const std::string &title, const std::string &caption, c
         if (!value)
             continue;
         const CellArea area = areaOf(cell, aspect);
-        shade(html, area, highest > 0 ? 0.05 + 0.5 * *value / highest : 0.05);
+        shade(html, area, highest > 0 ? 0.05 + 0.4 * *value / highest : 0.05);
         html.leaf("text", numberText(*value, 2),
                   {{"x", whole(area.x + area.width / 2)},
                    {"y", whole(area.y + area.height / 2 + 6)},

@@ -29,7 +29,7 @@ void strokeMap(Html &html, int board, const grading::BoardMap &map, const std::v
                const Aspect &aspect);
 /// Which cells contacts have been in; those without are crossed.
 void coverageMap(Html &html, int board, const grading::BoardMap &map, const Aspect &aspect);
-/// A number in each cell in which something was measured; the highest ones are the darkest. Nothing if
+/// A number in each cell in which something was measured; the highest ones are the fullest. Nothing if
 /// nothing was.
 void cellMap(Html &html, const std::string &title, const std::string &caption, const grading::CellMap &map,
              const Aspect &aspect);

@@ -39,13 +39,13 @@ text { fill: #1b1f24; font: 15px system-ui, "DejaVu Sans", sans-serif; }
 .tick { fill: none; stroke: #1b1f24; stroke-width: 1.5; stroke-dasharray: 2 3; }
 .median { stroke: #1b1f24; stroke-width: 3; }
 .far { stroke: #1b1f24; stroke-width: 2; stroke-dasharray: 7 4; }
-.rule { stroke: #d0d7de; }
+.rule { stroke: #848d97; }
 @media (prefers-color-scheme: dark) {
   text { fill: #e6e9ed; }
   .paper { fill: #14181d; }
   .bar { fill: #2a5580; stroke: #7db7f5; }
   .tick, .median, .far { stroke: #e6e9ed; }
-  .rule { stroke: #3a424c; }
+  .rule { stroke: #6e7681; }
 }
 )css";
 

@@ -36,10 +36,10 @@ svg .stroke { fill: none; stroke: currentColor; stroke-linejoin: round; stroke-l
 svg .pen { stroke-width: 3; }
 svg .touch { stroke-width: 3; stroke-dasharray: 9 6; }
 svg .erase { stroke-width: 3; stroke-dasharray: 1 8; }
-svg .grid { stroke: var(--rule); stroke-width: 1; }
-svg .cell { fill: var(--mark); }
+svg .cell { fill: var(--mark); stroke: var(--mark); }
 svg .blind { stroke: currentColor; stroke-width: 2; opacity: .55; }
 svg .finding { stroke: var(--mark); fill: none; stroke-width: 3; }
+svg .letter { paint-order: stroke; stroke: var(--tint); stroke-width: 5; font-weight: 700; }
 svg .bar { fill: var(--mark); }
 .signature { display: grid; grid-template-columns: repeat(3, 1fr); gap: 1.5rem; margin-top: 3rem; break-inside: avoid; }
 .signature div { border-top: 1px solid currentColor; padding-top: .3rem; }
