@@ -3,11 +3,13 @@
 
 #include "commands/command.h"
 
-#include <cstdio>
+#include "language.h"
+
 #include <exception>
 
 int main(int argc, char *argv[])
 try {
+    lab::chooseLanguage();
     lab::CommandLine commandLine;
     for (const auto add :
          {lab::addProbe, lab::addBundle, lab::addTorture, lab::addSelftest, lab::addLatency, lab::addRecord,
@@ -16,6 +18,6 @@ try {
         add(commandLine);
     return commandLine.run(argc, argv);
 } catch (const std::exception &error) {
-    std::fprintf(stderr, "lanternix-lab: %s\n", error.what());
+    lab::complain("%s", error.what());
     return lab::unreadable;
 }

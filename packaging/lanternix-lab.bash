@@ -9,7 +9,7 @@ _lanternix_lab()
     for word in "${COMP_WORDS[@]:1:COMP_CWORD - 1}"; do
         [[ $word == -* ]] || { subcommand=$word; break; }
     done
-    help=$("$1" ${subcommand:+"$subcommand"} --help 2>/dev/null) || return
+    help=$(LC_ALL=C "$1" ${subcommand:+"$subcommand"} --help 2>/dev/null) || return
     # "  -o,--output FILE    what it is": a blank and capitals behind the option name its value.
     if [[ $before =~ ^--?[a-z-]+$ ]]; then
         value=$(sed -nE "s/^  (-[a-z],)?($before)(,[^ ]+)? ([A-Z][^ ]*).*/\4/p; s/^  ($before),--[^ ]+ ([A-Z][^ ]*).*/\2/p" \
@@ -32,7 +32,7 @@ _lanternix_lab()
         ;;
     NAME*)
         if [[ $subcommand == torture ]]; then
-            words=$("$1" torture --list | awk '{ print $2 }')
+            words=$(LC_ALL=C "$1" torture --list | awk '{ print $2 }')
         elif [[ $subcommand == selftest ]]; then
             words='patterns contacts tags resize mapping scales screens text torture tools'
         else

@@ -1,6 +1,7 @@
 #include "capture/contacts.h"
 
 #include "hardware/reportlayout.h"
+#include "language.h"
 
 namespace capture {
 
@@ -90,17 +91,17 @@ std::string_view nameOf(ReportKind kind)
 {
     switch (kind) {
     case ReportKind::pen:
-        return "pen";
+        return lab::trLater("pen");
     case ReportKind::touch:
-        return "touch";
+        return lab::trLater("touch");
     case ReportKind::erase:
-        return "erase";
+        return lab::trLater("erase");
     case ReportKind::status:
-        return "status";
+        return lab::trLater("status");
     case ReportKind::other:
         break;
     }
-    return "other";
+    return lab::trLater("other");
 }
 
 void decode(const std::uint8_t *bytes, std::size_t size, Report &report)
@@ -113,6 +114,11 @@ void decode(const std::uint8_t *bytes, std::size_t size, Report &report)
         report.contacts.push_back(penOf(plain));
     else if (report.kind == ReportKind::touch || report.kind == ReportKind::erase)
         readContacts(plain, report);
+}
+
+const char *kindText(ReportKind kind)
+{
+    return lab::tr(nameOf(kind).data());
 }
 
 } // namespace capture

@@ -36,6 +36,9 @@ struct Report
     std::size_t surplus = 0;       ///< bytes behind the last whole contact
 };
 
+/// What a kind is called, for a person.
+const char *kindText(ReportKind kind);
+
 /// Decodes a report as the program does, with or without the 3-byte prefix that some boards put before it.
 /// Uses the vector of @p report again. No state; may be called on any thread.
 void decode(const std::uint8_t *bytes, std::size_t size, Report &report);

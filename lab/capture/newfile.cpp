@@ -1,5 +1,7 @@
 #include "capture/newfile.h"
 
+#include "language.h"
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -9,7 +11,8 @@
 
 namespace capture {
 
-NewFile::NewFile(const std::string &name) : m_name(name == "-" ? "standard output" : name), m_target(name)
+NewFile::NewFile(const std::string &name)
+    : m_name(name == "-" ? lab::tr("standard output") : name), m_target(name)
 {
     namespace fs = std::filesystem;
     if (name == "-") {
@@ -68,7 +71,7 @@ bool NewFile::finish()
 bool NewFile::fail(int error)
 {
     if (m_error.empty()) {
-        m_error = m_name + ":0: cannot be written: " + std::strerror(error);
+        m_error = m_name + ":0: " + lab::format(lab::tr("cannot be written: %s"), std::strerror(error));
         std::fprintf(stderr, "%s\n", m_error.c_str());
     }
     return false;

@@ -3,6 +3,7 @@
 #include "capture/cut.h"
 #include "capture/reader.h"
 #include "capture/result.h"
+#include "language.h"
 
 #include <algorithm>
 #include <array>
@@ -32,7 +33,7 @@ public:
     explicit Part(const std::string &name) : m_file(open(name.c_str(), O_RDONLY | O_CLOEXEC))
     {
         if (m_file < 0) {
-            m_error = name + ":0: cannot be opened: " + std::strerror(errno);
+            m_error = name + ":0: " + lab::format(lab::tr("cannot be opened: %s"), std::strerror(errno));
             return;
         }
         m_reader = std::make_unique<Reader>(m_file, name);
@@ -44,7 +45,7 @@ public:
         if (const auto head = takeHead(m_first))
             m_head = *head;
         else
-            m_error = name + ":1: is no part of a rolling recording";
+            m_error = name + ":1: " + lab::tr("is no part of a rolling recording");
     }
     ~Part()
     {
@@ -188,7 +189,7 @@ Kept joinParts(const std::string &folder, const std::string &output, std::int64_
     if (!parts.empty() && !hasBegun(partName(folder, parts.back())))
         parts.pop_back();
     if (parts.empty())
-        return {folder + ":0: holds no parts of a recording"};
+        return {folder + ":0: " + lab::tr("holds no parts of a recording")};
     const std::string newest = partName(folder, parts.back());
     const std::int64_t end = until ? *until : endOf(newest);
     const std::int64_t from = std::max<std::int64_t>(end - Part(newest).head().keep, 0);

@@ -1,11 +1,14 @@
 #include "capture/reader.h"
 
+#include "language.h"
 #include "scenarioreader.h"
 
 #include <cstring>
 #include <utility>
 
 namespace capture {
+
+using lab::tr;
 
 Reader::Reader(int file, std::string name) : m_name(std::move(name)), m_lines(file) { }
 
@@ -16,10 +19,10 @@ bool Reader::next()
         case Lines::Next::end:
             return finish();
         case Lines::Next::tooLong:
-            return refuse(m_lines.number(),
-                          "longer than " + std::to_string(boardsim::longestLine) + " bytes");
+            return refuse(m_lines.number(), lab::format(tr("longer than %zu bytes"), boardsim::longestLine));
         case Lines::Next::unreadable:
-            return refuse(m_lines.number(), std::string("cannot be read: ") + std::strerror(m_lines.error()));
+            return refuse(m_lines.number(),
+                          lab::format(tr("cannot be read: %s"), std::strerror(m_lines.error())));
         case Lines::Next::line:
             break;
         }
@@ -29,7 +32,7 @@ bool Reader::next()
         case LineParser::Result::nothing:
             break;
         case LineParser::Result::cutOff:
-            m_remark = message(m_lines.number(), "cut off; read up to the line before");
+            m_remark = message(m_lines.number(), tr("cut off; read up to the line before"));
             return finish();
         case LineParser::Result::wrong:
             return refuse(m_parser.faultLine(), m_parser.fault());

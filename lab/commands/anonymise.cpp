@@ -1,12 +1,11 @@
 #include "commands/command.h"
 #include "commands/input.h"
 #include "commands/json.h"
+#include "language.h"
 
 #include "capture/privacy.h"
 #include "capture/result.h"
 
-#include <cinttypes>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -59,7 +58,7 @@ int anonymise(const AnonymiseOptions &options)
     if (!input.tellEnd() || !result.finish())
         return unreadable;
     if (notes > 0)
-        std::fprintf(stderr, "lanternix-lab: %" PRId64 " notes are left out; --notes keeps them\n", notes);
+        complain(trCount("%lld notes are left out; --notes keeps them", notes), whole(notes));
     return success;
 }
 

@@ -63,7 +63,7 @@ void Archive::check(int result)
     if (result >= ARCHIVE_WARN || !m_error.empty())
         return;
     const int number = archive_errno(m_archive);
-    m_error = m_name + ":0: cannot be written: " + std::strerror(number);
+    m_error = m_name + ":0: " + format(tr("cannot be written: %s"), std::strerror(number));
 }
 
 bool Archive::finish()

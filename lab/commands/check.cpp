@@ -1,5 +1,6 @@
 #include "commands/command.h"
 #include "commands/input.h"
+#include "language.h"
 
 #include "capture/contacts.h"
 
@@ -70,19 +71,28 @@ std::int64_t allReports(const Contents &contents)
 
 void print(const std::string &name, const Contents &contents)
 {
-    std::printf("%s: good; %" PRId64 " lines, %" PRId64 " reports", name.c_str(), contents.lines,
-                allReports(contents));
+    const std::int64_t all = allReports(contents);
+    std::string reports = format(trCount("%lld reports", all), whole(all));
     const char *separator = " (";
     for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
         if (contents.reports.at(kind) == 0)
             continue;
-        std::printf("%s%" PRId64 " %s", separator, contents.reports.at(kind),
-                    std::string(capture::nameOf(kinds.at(kind))).c_str());
+        reports += format("%s%lld %s", separator, whole(contents.reports.at(kind)),
+                          capture::kindText(kinds.at(kind)));
         separator = ", ";
     }
-    std::printf("%s, %" PRId64 " calls, %" PRId64 " handed back, %" PRId64 " lost, %.6f s%s\n",
-                allReports(contents) > 0 ? ")" : "", contents.calls, contents.handbacks, contents.lost,
-                static_cast<double>(contents.last) / 1e6, contents.hasEnd ? "" : ", without an end");
+    if (all > 0)
+        reports += ")";
+    const double seconds = static_cast<double>(contents.last) / 1e6;
+    const char *const pattern = contents.hasEnd
+        // TRANSLATORS: a file, and texts about lines, reports, calls, reports that went back, and lost ones.
+        ? tr("%s: good; %s, %s, %s, %s, %s, %.6f s\n")
+        : tr("%s: good; %s, %s, %s, %s, %s, %.6f s, without an end\n");
+    std::printf(pattern, name.c_str(),
+                format(trCount("%lld lines", contents.lines), whole(contents.lines)).c_str(), reports.c_str(),
+                format(trCount("%lld calls", contents.calls), whole(contents.calls)).c_str(),
+                format(trCount("%lld handed back", contents.handbacks), whole(contents.handbacks)).c_str(),
+                format(trCount("%lld lost", contents.lost), whole(contents.lost)).c_str(), seconds);
 }
 
 void printJson(const std::string &name, const Contents &contents)

@@ -1,10 +1,45 @@
 #include "commands/commandline.h"
 
+#include "commands/usageerror.h"
+#include "language.h"
+
 #include <CLI/CLI.hpp>
 
 #include <optional>
 
 namespace lab {
+
+namespace {
+
+/// The help with its own words in the person's language.
+class Help : public CLI::Formatter
+{
+public:
+    Help()
+    {
+        for (const char *const word : {trLater("Usage"), trLater("OPTIONS"), trLater("SUBCOMMAND"),
+                                       trLater("Positionals"), trLater("Options"), trLater("Subcommands"),
+                                       trLater("REQUIRED"), trLater("Needs"), trLater("Excludes")})
+            label(word, tr(word));
+    }
+
+    std::string make_group(std::string group, bool isPositional,
+                           std::vector<const CLI::Option *> options) const override
+    {
+        return CLI::Formatter::make_group(get_label(group), isPositional, std::move(options));
+    }
+
+    std::string make_subcommands(const CLI::App *command, CLI::AppFormatMode mode) const override
+    {
+        const std::string heading = "\nSubcommands:\n";
+        std::string text = CLI::Formatter::make_subcommands(command, mode);
+        if (text.rfind(heading, 0) == 0)
+            text.replace(0, heading.size(), "\n" + get_label("Subcommands") + ":\n");
+        return text;
+    }
+};
+
+} // namespace
 
 const Option &Option::type(const char *name) const
 {
@@ -86,7 +121,7 @@ const Option &Option::check(std::string (*faultOf)(const std::string &value)) co
 
 template <class Value> Option Command::option(const char *name, Value &value, const char *description) const
 {
-    return Option(*m_command.add_option(name, value, description));
+    return Option(*m_command.add_option(name, value, tr(description)));
 }
 
 template Option Command::option(const char *, std::string &, const char *) const;
@@ -98,7 +133,7 @@ template Option Command::option(const char *, std::vector<int> &, const char *) 
 
 Option Command::flag(const char *name, bool &value, const char *description) const
 {
-    return Option(*m_command.add_flag(name, value, description));
+    return Option(*m_command.add_flag(name, value, tr(description)));
 }
 
 void Command::argumentsAtEnd() const
@@ -108,7 +143,7 @@ void Command::argumentsAtEnd() const
 
 void Command::footer(const char *text) const
 {
-    m_command.footer(text);
+    m_command.footer(tr(text));
 }
 
 void Command::run(const std::function<int()> &work) const
@@ -118,12 +153,16 @@ void Command::run(const std::function<int()> &work) const
 
 CommandLine::CommandLine()
     : m_lab(std::make_unique<CLI::App>(
-        "Records, shows, checks and replays what an electronic whiteboard reports.", "lanternix-lab"))
+        tr("Records, shows, checks and replays what an electronic whiteboard reports."), "lanternix-lab"))
 {
-    m_lab->set_version_flag("--version", "lanternix-lab " LANTERNIX_VERSION);
+    m_lab->formatter(std::make_shared<Help>());
+    m_lab->set_help_flag("-h,--help", tr("Print this help message and exit"));
+    m_lab->set_version_flag("--version", "lanternix-lab " LANTERNIX_VERSION,
+                            tr("Display program version information and exit"));
     m_lab->require_subcommand(1);
     m_lab->failure_message([](const CLI::App *, const CLI::Error &error) {
-        return "lanternix-lab: " + std::string(error.what()) + "; see lanternix-lab --help\n";
+        return "lanternix-lab: "
+            + format(tr("%s; see lanternix-lab --help"), usageError(error.what()).c_str()) + "\n";
     });
 }
 
@@ -131,7 +170,7 @@ CommandLine::~CommandLine() = default;
 
 Command CommandLine::command(const char *name, const char *description)
 {
-    return {*m_lab->add_subcommand(name, description), m_status};
+    return {*m_lab->add_subcommand(name, tr(description)), m_status};
 }
 
 bool CommandLine::isKnown(const std::string &first) const
@@ -143,7 +182,7 @@ bool CommandLine::isKnown(const std::string &first) const
 int CommandLine::run(int argc, char *argv[])
 try {
     if (argc > 1 && !isKnown(argv[1]))
-        throw CLI::ExtrasError("there is no subcommand " + std::string(argv[1]), CLI::ExitCodes::ExtrasError);
+        throw CLI::ExtrasError(std::string("there is no subcommand ") + argv[1], CLI::ExitCodes::ExtrasError);
     m_lab->parse(argc, argv);
     return m_status;
 } catch (const CLI::ParseError &error) {

@@ -1,5 +1,6 @@
 #include "commands/command.h"
 #include "commands/input.h"
+#include "language.h"
 
 #include "capture/cut.h"
 #include "capture/result.h"
@@ -42,7 +43,7 @@ bool isTimed(const Line &line)
 int cut(const CutOptions &options)
 {
     if (!(options.from < options.to)) {
-        std::fprintf(stderr, "lanternix-lab: --from is not before --to\n");
+        complain(tr("--from is not before --to"));
         return unreadable;
     }
     const auto from = static_cast<std::int64_t>(options.from * 1e6);
@@ -54,8 +55,8 @@ int cut(const CutOptions &options)
         const Line &line = input.line();
         const std::int64_t at = times.of(line);
         if (!isTimed(line)) {
-            std::fprintf(stderr, "%s:%lld: a scenario with moves, waits or blocks cannot be cut\n",
-                         options.file.c_str(), static_cast<long long>(line.number));
+            std::fprintf(stderr, "%s:%lld: %s\n", options.file.c_str(), whole(line.number),
+                         tr("a scenario with moves, waits or blocks cannot be cut"));
             return unreadable;
         }
         if (static_cast<double>(at) / 1e6 > options.to || line.type == Line::Type::end)

@@ -1,6 +1,7 @@
 #include "commands/desk.h"
 
 #include "commands/eventtext.h"
+#include "language.h"
 
 #include <algorithm>
 #include <array>
@@ -141,8 +142,9 @@ void Desk::draw()
     const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
     // A line that fills the last column would wrap, and the next one would not replace it.
     const std::size_t width = isKnown ? size.ws_col - 1U : 79;
-    const std::string state = m_isPaused ? "PAUSED  " : "";
-    std::printf("\r%s\x1b[K", (state + m_told).substr(0, width).c_str());
+    // TRANSLATORS: the replay is; in capital letters.
+    const std::string state = m_isPaused ? std::string(tr("PAUSED")) + "  " : "";
+    std::printf("\r%s\x1b[K", beginningOf(state + m_told, width).c_str());
     std::fflush(stdout);
 }
 

@@ -2,6 +2,7 @@
 
 #include "commands/launch.h"
 #include "commands/transport.h"
+#include "language.h"
 
 #include <chrono>
 #include <string>
@@ -49,7 +50,7 @@ public:
     Transport::Clock::time_point now() override;
     bool wait(Transport::Clock::time_point deadline) override;
     int key() override { return m_keys.next(); }
-    double askForSeconds() override { return m_keys.askForNumber("go to which second? "); }
+    double askForSeconds() override { return m_keys.askForNumber(tr("go to which second? ")); }
     void send(const std::string &line) override;
     /// Shows the line in the place of the one before, but no more lines than a person can read.
     void show(const capture::Line &line, bool isPaused) override;

@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "commands/json.h"
 #include "commands/stream.h"
+#include "language.h"
 
 #include "scenarioreader.h"
 
@@ -31,8 +32,7 @@ class Comparison
 {
 public:
     Comparison(const DiffOptions &options, Stream::Side side)
-        : m_options(options), m_side(side == Stream::Side::board ? "the board" : "the program"),
-          m_first(options.first, side, Input::Progress::drawn),
+        : m_options(options), m_side(side), m_first(options.first, side, Input::Progress::drawn),
           m_second(options.second, side, Input::Progress::none)
     {
     }
@@ -111,7 +111,9 @@ private:
         m_firstPlace = {{"a", jsonOf(first)}, {"b", jsonOf(second)}};
         if (m_options.json)
             return;
-        std::printf("%s differs first:\n", m_side);
+        std::printf("%s\n",
+                    m_side == Stream::Side::board ? tr("the board differs first:")
+                                                  : tr("the program differs first:"));
         tell(m_options.first, first);
         tell(m_options.second, second);
     }
@@ -120,20 +122,22 @@ private:
     {
         if (!event)
             return nullptr;
-        return {{"line", event->line}, {"at_s", static_cast<double>(event->at) / 1e6}, {"what", event->what}};
+        return {{"line", event->line},
+                {"at_s", static_cast<double>(event->at) / 1e6},
+                {"what", event->what.text(Audience::program)}};
     }
 
     static void tell(const std::string &file, const Event *event)
     {
         if (event)
             std::printf("  %s:%" PRId64 ": %.6f s: %s\n", file.c_str(), event->line,
-                        static_cast<double>(event->at) / 1e6, boardsim::oneLine(event->what).c_str());
+                        static_cast<double>(event->at) / 1e6, boardsim::oneLine(event->what.text()).c_str());
         else
-            std::printf("  %s: has ended\n", file.c_str());
+            std::printf(tr("  %s: has ended\n"), file.c_str());
     }
 
     const DiffOptions &m_options;
-    const char *const m_side;
+    const Stream::Side m_side;
     Stream m_first;
     Stream m_second;
     std::int64_t m_places = 0;
@@ -160,10 +164,11 @@ int diff(const DiffOptions &options)
     if (options.json)
         printJson(board, program);
     else if (isSame)
-        std::printf("no difference\n");
+        std::printf("%s\n", tr("no difference"));
     else
-        std::printf("%" PRId64 " places in what the board sent, %" PRId64 " in what the program answered\n",
-                    board.places(), program.places());
+        std::printf(trCount("%lld places in what the board sent, %lld in what the program answered\n",
+                            board.places()),
+                    whole(board.places()), whole(program.places()));
     return isSame ? success : findings;
 }
 

@@ -66,7 +66,7 @@ Errand run(std::vector<std::string> program, const std::string &folder, double s
     Errand errand;
     pid_t process = 0;
     if (const int error = spawn(std::move(program), folder, output, errors, process)) {
-        errand.errors = name + ": " + std::strerror(error) + "\n";
+        errand.errors = name + ": " + strerrordesc_np(error) + "\n";
         return errand;
     }
     errand.status = await(process, seconds);

@@ -2,6 +2,7 @@
 
 #include "commands/json.h"
 #include "commands/text.h"
+#include "language.h"
 
 #include "scenarioreader.h"
 
@@ -17,10 +18,12 @@ using capture::ReportKind;
 std::string stateText(const Contact &contact, ReportKind kind)
 {
     if (kind != ReportKind::pen)
-        return contact.down ? "down" : "lifted";
-    std::string state = contact.down ? "tip" : "hovering";
+        return contact.down ? tr("down") : tr("lifted");
+    // TRANSLATORS: a pen's tip touches the board; the same in one word.
+    std::string state = contact.down ? tr("tip") : tr("hovering");
     if (contact.button)
-        state += "+button";
+        // TRANSLATORS: of a pen; follows the text before.
+        state += tr("+button");
     if (contact.bit2)
         state += "+bit2";
     return state;
@@ -29,9 +32,9 @@ std::string stateText(const Contact &contact, ReportKind kind)
 std::string sizeText(const Contact &contact, ReportKind kind)
 {
     if (kind == ReportKind::touch)
-        return format(" extent %d", contact.width);
+        return format(tr(" extent %d"), contact.width);
     if (kind == ReportKind::erase)
-        return format(" size %dx%d", contact.width, contact.height);
+        return format(tr(" size %dx%d"), contact.width, contact.height);
     return {};
 }
 
@@ -78,18 +81,21 @@ std::string timeText(const Line &line)
 
 std::string reportText(const Line &line, const Report &report)
 {
-    std::string text = format("board %d  %-6s", line.board, std::string(nameOf(report.kind)).c_str());
+    std::string text = format(tr("board %d"), line.board) + "  " + padded(kindText(report.kind), 6);
     const char *separator = " ";
     for (const Contact &contact : report.contacts) {
-        text += format("%s%d %s at %d,%d", separator, contact.id, stateText(contact, report.kind).c_str(),
-                       contact.x, contact.y)
+        text += separator
+            // TRANSLATORS: a number, "down" or "lifted", and a place.
+            + format(tr("%d %s at %d,%d"), contact.id, stateText(contact, report.kind).c_str(), contact.x,
+                     contact.y)
             + sizeText(contact, report.kind);
         separator = "; ";
     }
     if (report.kind == ReportKind::status || report.kind == ReportKind::other)
         text += " " + hexOf(line);
     if (report.surplus > 0)
-        text += format(" and %zu bytes too many", report.surplus);
+        text += format(trCount(" and %zu bytes too many", static_cast<std::int64_t>(report.surplus)),
+                       report.surplus);
     if (line.inside)
         text += format("  (%.1f us)", *line.inside);
     return text;
@@ -100,26 +106,30 @@ std::string eventText(const Line &line)
     const Json json = Json::parse(line.text);
     switch (line.type) {
     case Line::Type::first:
-        return "recording of version " + json.value("version", Json()).dump();
+        return format(tr("recording of version %s"), json.value("version", Json()).dump().c_str());
     case Line::Type::call:
-        return "call   " + callText(json);
+        // TRANSLATORS: of the program to the driver. The texts up to "mark" stand in a column of 7 letters.
+        return padded(tr("call"), 7) + callText(json);
     case Line::Type::handback:
-        return format("board %d  back to the system %s", line.board, hexOf(line).c_str());
+        // TRANSLATORS: a contact that goes back to the operating system; %s is its bytes.
+        return format(tr("board %d  back to the system %s"), line.board, hexOf(line).c_str());
     case Line::Type::lost:
-        return "lost   " + json.value("count", Json()).dump() + " reports";
+        return padded(tr("lost"), 7)
+            + format(trCount("%s reports", json.value("count", std::int64_t{0})),
+                     json.value("count", Json()).dump().c_str());
     case Line::Type::note:
     case Line::Type::mark:
-        return (line.type == Line::Type::note ? "note   " : "mark   ")
+        return padded(line.type == Line::Type::note ? tr("note") : tr("mark"), 7)
             + boardsim::oneLine(json.value("text", ""));
     case Line::Type::device:
-        return format("board %d  device of kind %d  ", line.board, json.value("kind", 0))
+        return format(tr("board %d  device of kind %d  "), line.board, json.value("kind", 0))
             + boardsim::oneLine(json.value("info", ""));
     case Line::Type::plug:
-        return format("board %d  plugged in", line.board);
+        return format(tr("board %d  plugged in"), line.board);
     case Line::Type::unplug:
-        return format("board %d  unplugged", line.board);
+        return format(tr("board %d  unplugged"), line.board);
     case Line::Type::end:
-        return "end of the recording";
+        return tr("end of the recording");
     default:
         return boardsim::oneLine(std::string(line.text));
     }

@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "commands/input.h"
 #include "commands/waveform.h"
+#include "language.h"
 
 #include "capture/contacts.h"
 #include "capture/newfile.h"
@@ -65,12 +66,11 @@ int exportTo(const ExportOptions &options, std::FILE *out)
 int run(const ExportOptions &options)
 {
     if (options.csv == options.vcd) {
-        std::fprintf(stderr,
-                     "lanternix-lab: export needs either --csv or --vcd; see lanternix-lab export --help\n");
+        complain(tr("export needs either --csv or --vcd; see lanternix-lab export --help"));
         return unreadable;
     }
     if (options.vcd && options.file == "-") {
-        std::fprintf(stderr, "lanternix-lab: export --vcd reads its file twice, so it needs one\n");
+        complain(tr("export --vcd reads its file twice, so it needs one"));
         return unreadable;
     }
     capture::NewFile out(options.output);

@@ -1,5 +1,7 @@
 #include "commands/files.h"
 
+#include "language.h"
+
 #include <array>
 #include <cstdio>
 #include <ctime>
@@ -35,7 +37,8 @@ std::string firstOf(const std::vector<std::string> &candidates, const char *what
         if (fs::exists(path, ignored))
             return path.string();
     }
-    std::fprintf(stderr, "lanternix-lab: %s is not installed\n", what);
+    // TRANSLATORS: "the recorder", "the scenario tags.jsonl (package lanternix-sim)" and so on.
+    complain(tr("%s is not installed"), what);
     return {};
 }
 
@@ -86,28 +89,28 @@ std::string findRecorder()
 {
     return firstOf(
         {LANTERNIX_RECORDER_FROM_BIN "/libzorvicboardex.so.1", "recorder-driver/libzorvicboardex.so.1"},
-        "the recorder");
+        tr("the recorder"));
 }
 
 std::string findLatencyDriver()
 {
     return firstOf(
         {LANTERNIX_LATENCY_DRIVER_FROM_BIN "/libzorvicboardex.so.1", "latency-driver/libzorvicboardex.so.1"},
-        "the driver that measures latency");
+        tr("the driver that measures latency"));
 }
 
 std::string findSimulatedDriver()
 {
     return firstOf(
         {LANTERNIX_DRIVER_FROM_BIN "/libzorvicboardex.so.1", "../sim/driver/libzorvicboardex.so.1"},
-        "the simulated board (package lanternix-sim)");
+        tr("the simulated board (package lanternix-sim)"));
 }
 
 std::string findHostileDriver()
 {
     return firstOf(
         {LANTERNIX_HOSTILE_DRIVER_FROM_BIN "/libzorvicboardex.so.1", "../sim/hostile/libzorvicboardex.so.1"},
-        "the board that misbehaves (package lanternix-sim)");
+        tr("the board that misbehaves (package lanternix-sim)"));
 }
 
 std::string findProgram()
@@ -118,7 +121,7 @@ std::string findProgram()
 std::string findScenario(const std::string &name)
 {
     return firstOf({LANTERNIX_SCENARIOS_FROM_BIN "/" + name, "scenarios/" + name},
-                   ("the scenario " + name + " (package lanternix-sim)").c_str());
+                   format(tr("the scenario %s (package lanternix-sim)"), name.c_str()).c_str());
 }
 
 std::string ownPath()
@@ -137,7 +140,7 @@ std::string findProfile(const std::string &name)
     if (name.find_first_of("/.") != std::string::npos)
         return name;
     return firstOf({LANTERNIX_PROFILES_FROM_BIN "/" + name + ".json", "profiles/" + name + ".json"},
-                   ("a profile " + name).c_str());
+                   format(tr("a profile %s"), name.c_str()).c_str());
 }
 
 std::string findDriver(const std::string &given)
@@ -157,7 +160,7 @@ std::string findDriver(const std::string &given)
     close(ends[0]);
     waitpid(child, nullptr, 0);
     if (path.empty()) {
-        std::fprintf(stderr, "lanternix-lab: the loader finds no driver %s\n", driverName);
+        complain(tr("the loader finds no driver %s"), driverName);
         return {};
     }
     return absolute(path);

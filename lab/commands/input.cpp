@@ -1,5 +1,6 @@
 #include "commands/input.h"
 
+#include "language.h"
 #include "scenarioreader.h"
 
 #include <algorithm>
@@ -30,12 +31,12 @@ Input::Input(const std::string &name, Progress progress)
     m_file = name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status = {};
     if (m_file < 0) {
-        m_refusal = std::string("cannot be opened: ") + std::strerror(errno);
+        m_refusal = format(tr("cannot be opened: %s"), std::strerror(errno));
         return;
     }
     if (fstat(m_file, &status) == 0 && S_ISREG(status.st_mode))
         m_size = status.st_size;
-    m_reader = std::make_unique<capture::Reader>(m_file, name == "-" ? "standard input" : name);
+    m_reader = std::make_unique<capture::Reader>(m_file, name == "-" ? tr("standard input") : name);
 }
 
 Input::~Input()

@@ -2,12 +2,12 @@
 #include "commands/files.h"
 #include "commands/json.h"
 #include "commands/recordingsocket.h"
+#include "language.h"
 
 #include "capture/parts.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -38,7 +38,7 @@ int tell(const KeepOptions &options, const std::string &file, std::int64_t repor
     if (options.json)
         std::printf("%s\n", Json{{"file", file}, {"reports", reports}, {"seconds", seconds}}.dump().c_str());
     else
-        std::printf("%s: %" PRId64 " reports, %.1f s\n", file.c_str(), reports, seconds);
+        std::printf(trCount("%s: %lld reports, %.1f s\n", reports), file.c_str(), whole(reports), seconds);
     return success;
 }
 
@@ -54,9 +54,9 @@ int keepEnded(const KeepOptions &options)
     const bool isFolder = fs::is_directory(options.capture, ignored);
     const std::string folder = isFolder ? options.capture : capture::partsFolder(options.capture);
     if (options.output.empty() && isFolder)
-        return refuse("lanternix-lab: -o FILE names what is to be made of a folder");
+        return refuse("lanternix-lab: " + std::string(tr("-o FILE names what is to be made of a folder")));
     if (options.output.empty() && fs::exists(options.capture, ignored))
-        return refuse(options.capture + ":0: exists already; -o FILE names another one");
+        return refuse(options.capture + ":0: " + tr("exists already; -o FILE names another one"));
     const std::string output = options.output.empty() ? options.capture : options.output;
     const capture::Kept kept = capture::joinParts(folder, output);
     if (!kept.error.empty())
@@ -86,7 +86,8 @@ Json awaitAnswer(int connection)
 int keepRunning(const KeepOptions &options)
 {
     if (options.output == "-")
-        return refuse("lanternix-lab: a recording that goes on is saved to a file; -o FILE names it");
+        return refuse("lanternix-lab: "
+                      + std::string(tr("a recording that goes on is saved to a file; -o FILE names it")));
     const int connection = connectToRecording({});
     if (connection < 0)
         return unreadable;
@@ -98,7 +99,8 @@ int keepRunning(const KeepOptions &options)
     const Json answer = isSent ? awaitAnswer(connection) : Json();
     close(connection);
     if (!answer.is_object())
-        return refuse("lanternix-lab: the recording has ended before it was saved, or has eight readers");
+        return refuse("lanternix-lab: "
+                      + std::string(tr("the recording has ended before it was saved, or has eight readers")));
     if (answer.contains("error"))
         return refuse("lanternix-lab: " + answer.value("error", ""));
     return tell(options, answer.value("file", ""), answer.value("reports", std::int64_t(0)),

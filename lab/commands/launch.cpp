@@ -1,5 +1,7 @@
 #include "commands/launch.h"
 
+#include "language.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -181,7 +183,7 @@ bool Launch::start()
     }
     const HeldSignals held;
     if (const int error = spawn(m_program, changed(m_changes), streams, held.former(), m_process)) {
-        std::fprintf(stderr, "lanternix-lab: %s: %s\n", m_program.front().c_str(), std::strerror(error));
+        complain("%s: %s", m_program.front().c_str(), std::strerror(error));
         m_process = 0;
         return false;
     }

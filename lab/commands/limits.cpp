@@ -1,5 +1,7 @@
 #include "commands/limits.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -31,8 +33,7 @@ std::optional<std::vector<Limit>> limitsOf(const std::vector<std::string> &texts
     for (const std::string &text : texts) {
         const std::optional<Limit> limit = Limit::parse(text, keys);
         if (!limit) {
-            std::fprintf(stderr, "lanternix-lab: \"%s\" is no limit such as %s>0\n", text.c_str(),
-                         keys.front().c_str());
+            complain(tr("\"%s\" is no limit such as %s>0"), text.c_str(), keys.front().c_str());
             return {};
         }
         limits.push_back(*limit);

@@ -1,5 +1,7 @@
 #include "commands/lock.h"
 
+#include "language.h"
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -19,7 +21,7 @@ std::string runtimeFolder()
     struct stat status = {};
     // Whoever else made it could listen in, or stand in for a recording.
     if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid())
-        throw std::runtime_error(folder + " is no folder of this user's own");
+        throw std::runtime_error(format(tr("%s is no folder of this user's own"), folder.c_str()));
     return folder;
 }
 

@@ -1,11 +1,9 @@
 #include "commands/motion.h"
 
 #include "commands/eventtext.h"
+#include "language.h"
 
 #include <algorithm>
-#include <array>
-#include <cinttypes>
-#include <cstdio>
 
 namespace lab {
 
@@ -45,14 +43,14 @@ std::vector<std::string> Motion::end()
 
     std::vector<std::string> lines;
     for (const Run &run : runs) {
-        std::array<char, 100> told{};
+        std::string told;
         const double seconds = static_cast<double>(run.last - run.first) / 1e6;
         if (run.count > 1 && seconds > 0)
-            std::snprintf(told.data(), told.size(), "  [%" PRId64 " reports of motion, %.1f a second]",
-                          run.count, static_cast<double>(run.count - 1) / seconds);
+            told = format(trCount("  [%lld reports of motion, %.1f a second]", run.count), whole(run.count),
+                          static_cast<double>(run.count - 1) / seconds);
         else if (run.count > 1)
-            std::snprintf(told.data(), told.size(), "  [%" PRId64 " reports of motion]", run.count);
-        lines.push_back(run.text + told.data());
+            told = format(trCount("  [%lld reports of motion]", run.count), whole(run.count));
+        lines.push_back(run.text + told);
     }
     return lines;
 }

@@ -4,11 +4,11 @@
 #include "commands/json.h"
 #include "commands/launch.h"
 #include "commands/recording.h"
+#include "language.h"
 
 #include "capture/contacts.h"
 #include "capture/parts.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -86,8 +86,8 @@ void tellBeginning(const RecordOptions &options, const std::string &driver, cons
 {
     if (options.json)
         std::printf("%s\n", Json{{"driver", driver}, {"file", file}}.dump().c_str());
-    else
-        std::printf("driver %s, recording %s\n", driver.c_str(), file.c_str());
+    else // TRANSLATORS: the files of the driver and of the recording.
+        std::printf(tr("driver %s, recording %s\n"), driver.c_str(), file.c_str());
     std::fflush(stdout);
 }
 
@@ -102,9 +102,11 @@ void tellEnd(const RecordOptions &options, const Totals &totals)
                          {"lost", totals.lost}}
                         .dump()
                         .c_str());
-    else
-        std::printf("%" PRId64 " reports, %.1f s, %" PRId64 " contacts, %" PRId64 " lost\n", totals.reports,
-                    seconds, totals.contacts, totals.lost);
+    else // TRANSLATORS: "41207 reports, 62.4 s, 118 contacts, 0 lost": the last are reports.
+        std::printf(tr("%s, %.1f s, %s, %s\n"),
+                    format(trCount("%lld reports", totals.reports), whole(totals.reports)).c_str(), seconds,
+                    format(trCount("%lld contacts", totals.contacts), whole(totals.contacts)).c_str(),
+                    format(trCount("%lld lost", totals.lost), whole(totals.lost)).c_str());
 }
 
 int record(const RecordOptions &options)

@@ -2,6 +2,7 @@
 
 #include "commands/files.h"
 #include "commands/recordingsocket.h"
+#include "language.h"
 
 #include <cstdio>
 
@@ -16,7 +17,7 @@ Recording::Recording(const Choice &choice)
         return;
     m_lock = std::make_unique<Lock>("recording", m_driver);
     if (!m_lock->isHeld())
-        std::fprintf(stderr, "lanternix-lab: the board of %s is being recorded already\n", m_driver.c_str());
+        complain(tr("the board of %s is being recorded already"), m_driver.c_str());
 }
 
 void Recording::prepare(Launch &launch) const

@@ -2,6 +2,7 @@
 
 #include "commands/launch.h"
 #include "commands/lock.h"
+#include "language.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -55,7 +56,7 @@ int connectToNewest()
         if (const int connection = connectTo(name); connection >= 0)
             return connection;
     }
-    std::fprintf(stderr, "lanternix-lab: nothing is being recorded\n");
+    complain(tr("nothing is being recorded"));
     return -1;
 }
 
@@ -72,7 +73,7 @@ int connectToRecording(const std::string &name)
         return connectToNewest();
     const int connection = connectTo(name);
     if (connection < 0)
-        std::fprintf(stderr, "%s:0: no recording answers: %s\n", name.c_str(), std::strerror(errno));
+        std::fprintf(stderr, tr("%s:0: no recording answers: %s\n"), name.c_str(), std::strerror(errno));
     return connection;
 }
 

@@ -5,6 +5,7 @@
 #include "commands/lock.h"
 #include "commands/transport.h"
 #include "commands/virtualscreen.h"
+#include "language.h"
 
 #include "scenarioreader.h"
 
@@ -68,7 +69,8 @@ public:
         m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         if (bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0
             || listen(m_socket, 1) != 0)
-            std::fprintf(stderr, "%s:0: cannot be listened at: %s\n", m_name.c_str(), std::strerror(errno));
+            std::fprintf(stderr, tr("%s:0: cannot be listened at: %s\n"), m_name.c_str(),
+                         std::strerror(errno));
     }
     ~Listener()
     {
@@ -127,7 +129,7 @@ int replay(const ReplayOptions &options)
 {
     const auto speed = speedOf(options.speed);
     if (!speed) {
-        std::fprintf(stderr, "lanternix-lab: \"%s\" is neither a speed nor max\n", options.speed.c_str());
+        complain(tr("\"%s\" is neither a speed nor max"), options.speed.c_str());
         return unreadable;
     }
     std::string error;
@@ -136,7 +138,7 @@ int replay(const ReplayOptions &options)
         std::fprintf(stderr, "%s\n", error.c_str());
     std::error_code ignored;
     if (std::filesystem::equivalent(options.file, options.output, ignored)) {
-        std::fprintf(stderr, "lanternix-lab: a replay cannot be recorded into the file that it plays\n");
+        complain(tr("a replay cannot be recorded into the file that it plays"));
         return unreadable;
     }
     const std::string driver = findSimulatedDriver();

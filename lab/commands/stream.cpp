@@ -1,6 +1,7 @@
 #include "commands/stream.h"
 
 #include "commands/text.h"
+#include "language.h"
 
 #include <nlohmann/json.hpp>
 
@@ -25,36 +26,52 @@ std::string callText(const Line &line)
     return text + " -> " + (call.contains("result") ? call["result"].dump() : "null");
 }
 
-std::optional<std::string> boardText(const Line &line)
+std::optional<Stream::What> ofBoard(const Line &line)
 {
-    const std::string board = "board " + std::to_string(line.board);
     switch (line.type) {
     case Line::Type::report:
-        return board + " reports " + hexOf(line);
+        return Stream::What{line.type, line.board, hexOf(line)};
     case Line::Type::plug:
-        return board + " is plugged in";
     case Line::Type::unplug:
-        return board + " is unplugged";
+        return Stream::What{line.type, line.board, {}};
     case Line::Type::device: {
         const auto device = nlohmann::json::parse(line.text);
-        return board + " is of kind " + std::to_string(device.value("kind", 0)) + " "
-            + device.value("info", "");
+        return Stream::What{line.type, line.board,
+                            std::to_string(device.value("kind", 0)) + " " + device.value("info", "")};
     }
     default:
         return {};
     }
 }
 
-std::optional<std::string> programText(const Line &line)
+std::optional<Stream::What> ofProgram(const Line &line)
 {
     if (line.type == Line::Type::handback)
-        return "hands back " + hexOf(line) + " through board " + std::to_string(line.board);
+        return Stream::What{line.type, line.board, hexOf(line)};
     if (line.type == Line::Type::call)
-        return "calls " + callText(line);
+        return Stream::What{line.type, 0, callText(line)};
     return {};
 }
 
 } // namespace
+
+std::string Stream::What::text(Audience audience) const
+{
+    switch (type) {
+    case Line::Type::report: // TRANSLATORS: %s is the bytes of the report.
+        return format(tr("board %d reports %s", audience), board, detail.c_str());
+    case Line::Type::plug:
+        return format(tr("board %d is plugged in", audience), board);
+    case Line::Type::unplug:
+        return format(tr("board %d is unplugged", audience), board);
+    case Line::Type::device: // TRANSLATORS: %s is the number of the kind, and what the device says of itself.
+        return format(tr("board %d is of kind %s", audience), board, detail.c_str());
+    case Line::Type::handback: // TRANSLATORS: the program; so does the next text. %s is the bytes.
+        return format(tr("hands back %s through board %d", audience), detail.c_str(), board);
+    default:
+        return format(tr("calls %s", audience), detail.c_str());
+    }
+}
 
 Stream::Stream(const std::string &file, Side side, Input::Progress progress)
     : m_input(file, progress), m_side(side)
@@ -79,11 +96,11 @@ bool Stream::readOne()
 {
     while (m_input.next()) {
         const Line &line = m_input.line();
-        const auto what = m_side == Side::board ? boardText(line) : programText(line);
+        auto what = m_side == Side::board ? ofBoard(line) : ofProgram(line);
         if (!what)
             continue;
         const std::int64_t at = line.at.value_or(m_last);
-        m_events.push_back({line.number, at, at - m_last, *what});
+        m_events.push_back({line.number, at, at - m_last, std::move(*what)});
         m_last = at;
         return true;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "commands/input.h"
+#include "language.h"
 
 #include <cstdint>
 #include <deque>
@@ -15,12 +16,27 @@ class Stream
 public:
     enum class Side { board, program };
 
+    /// What was done, times and addresses aside.
+    struct What
+    {
+        capture::Line::Type type = capture::Line::Type::other;
+        int board = 0;
+        std::string detail; ///< the bytes, the call with its arguments, or the device
+
+        bool operator==(const What &other) const
+        {
+            return type == other.type && board == other.board && detail == other.detail;
+        }
+        bool operator!=(const What &other) const { return !(*this == other); }
+        std::string text(Audience audience = Audience::person) const;
+    };
+
     struct Event
     {
         std::int64_t line = 0;  ///< in the file
         std::int64_t at = 0;    ///< microseconds
         std::int64_t since = 0; ///< microseconds since the event of this side before
-        std::string what;       ///< equal for equal events, times and addresses aside
+        What what;
     };
 
     Stream(const std::string &file, Side side, Input::Progress progress);

@@ -2,20 +2,10 @@
 
 #include "capture/line.h"
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
 namespace lab {
-
-/// What printf(3) makes of @p pattern, which is the program's own; of a text that is too long, the beginning.
-template <typename... Arguments> std::string format(const char *pattern, Arguments... arguments)
-{
-    std::array<char, 256> text{};
-    std::snprintf(text.data(), text.size(), pattern, arguments...);
-    return text.data();
-}
 
 /// The bytes of a report or of what is handed back.
 std::string hexOf(const capture::Line &line);

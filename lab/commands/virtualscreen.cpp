@@ -1,6 +1,7 @@
 #include "commands/virtualscreen.h"
 
 #include "capture/newfile.h"
+#include "language.h"
 
 #include <array>
 #include <chrono>
@@ -120,7 +121,7 @@ std::string pictureAtRest(const std::string &display)
             return latest;
         former = std::move(latest);
     }
-    std::fprintf(stderr, "lanternix-lab: no picture of a screen at rest can be taken (package maim)\n");
+    complain(tr("no picture of a screen at rest can be taken (package maim)"));
     return {};
 }
 
@@ -148,14 +149,13 @@ VirtualScreen::VirtualScreen(std::vector<std::string> server, const std::string 
     const std::string number = readNumber(ends[0]);
     close(ends[0]);
     if (number.empty()) {
-        std::fprintf(stderr, "lanternix-lab: %s does not start (package %s)\n", arguments.front(),
-                     package.c_str());
+        complain(tr("%s does not start (package %s)"), arguments.front(), package.c_str());
         return;
     }
     m_display = ":" + number;
     m_windowManager = start({"openbox"}, m_display);
     if (!hasWindowManager(m_display)) {
-        std::fprintf(stderr, "lanternix-lab: openbox does not start (packages openbox and xdotool)\n");
+        complain(tr("openbox does not start (packages openbox and xdotool)"));
         m_display.clear();
     }
 }
@@ -171,7 +171,7 @@ bool VirtualScreen::awaitWindow(const Launch &program) const
     const auto deadline = steady_clock::now() + patience;
     while (!succeeds({"xdotool", "search", "--onlyvisible", "--class", "lanternix"}, m_display)) {
         if (program.hasEnded() || steady_clock::now() > deadline) {
-            std::fprintf(stderr, "lanternix-lab: lanternix shows no window\n");
+            complain(tr("lanternix shows no window"));
             return false;
         }
         std::this_thread::sleep_for(look);

@@ -3,6 +3,7 @@
 #include "commands/limits.h"
 #include "commands/text.h"
 #include "commands/watchtext.h"
+#include "language.h"
 
 #include <algorithm>
 #include <array>
@@ -65,8 +66,8 @@ public:
         if (count > room && room > 0) {
             move(room - 1, 0);
             clrtoeol();
-            const std::string more = "... " + std::to_string(count - room + 1) + " more lines";
-            addstr(fitting(more, COLS).c_str());
+            const int hidden = count - room + 1;
+            addstr(fitting(format(trCount("... %d more lines", hidden), hidden), COLS).c_str());
         }
         attron(A_REVERSE);
         // The last place would scroll some terminals.
@@ -88,9 +89,10 @@ struct View
     std::string foot() const
     {
         if (isNoting)
-            return "Enter writes, Escape leaves. note: " + note + "_";
-        return std::string(frozen ? "FROZEN  " : "") + "h bytes  p " + (frozen ? "go on" : "freeze")
-            + "  m note  q quit";
+            return tr("Enter writes, Escape leaves. note: ") + note + "_";
+        // TRANSLATORS: the keys h, p, m and q, and what each does, in a line of 79 letters.
+        return frozen ? tr("FROZEN  h bytes  p go on  m note  q quit")
+                      : tr("h bytes  p freeze  m note  q quit");
     }
 };
 
@@ -203,7 +205,7 @@ void printLast(const Feed &feed)
 {
     for (const std::string &line : watchText(feed.figures(), false))
         std::printf("%s\n", line.c_str());
-    std::printf("%s\n", feed.hasEnded() ? "the recording has ended" : "the recording goes on");
+    std::printf("%s\n", feed.hasEnded() ? tr("the recording has ended") : tr("the recording goes on"));
 }
 
 int watch(const WatchOptions &options)
@@ -212,7 +214,7 @@ int watch(const WatchOptions &options)
     if (!limits)
         return unreadable;
     if (!options.json && (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)) {
-        std::fprintf(stderr, "lanternix-lab: this is no terminal; watch --json needs none\n");
+        complain(tr("this is no terminal; watch --json needs none"));
         return unreadable;
     }
     Feed feed(options.socket);
@@ -226,8 +228,7 @@ int watch(const WatchOptions &options)
         printLast(feed);
     if (!limit)
         return success;
-    std::fprintf(stderr, "lanternix-lab: %s: it is %g\n", limit->text.c_str(),
-                 watchFigures(feed.figures()).at(limit->key));
+    complain(tr("%s: it is %g"), limit->text.c_str(), watchFigures(feed.figures()).at(limit->key));
     return findings;
 }
 

@@ -2,6 +2,7 @@
 
 #include "commands/json.h"
 #include "commands/text.h"
+#include "language.h"
 
 #include <algorithm>
 
@@ -30,16 +31,17 @@ unsigned long long count(std::uint64_t value)
 /// "down", "STUCK", "hover" or "up", and the pen's button and its third bit.
 std::string stateText(ReportKind kind, const ContactFigures &contact, std::int64_t now)
 {
-    std::string state = kind == ReportKind::pen ? "hover" : "up";
+    // TRANSLATORS: states of a contact; together with +btn, they stand in a column of 11 letters.
+    std::string state = kind == ReportKind::pen ? tr("hover") : tr("up");
     if (contact.last.down)
-        state = contact.isStuck(now) ? "STUCK" : "down";
-    return state + (contact.last.button ? "+btn" : "") + (contact.last.bit2 ? "+bit2" : "");
+        state = contact.isStuck(now) ? tr("STUCK") : tr("down");
+    return state + (contact.last.button ? tr("+btn") : "") + (contact.last.bit2 ? "+bit2" : "");
 }
 
 std::string sizeText(ReportKind kind, const capture::Contact &contact)
 {
     if (kind == ReportKind::touch)
-        return format("extent %d; ", contact.width);
+        return format(tr("extent %d; "), contact.width);
     if (kind == ReportKind::erase)
         return format("%dx%d; ", contact.width, contact.height);
     return {};
@@ -53,38 +55,43 @@ std::string ageText(std::int64_t age)
 
 std::string boardLine(int number, const Figures::Board &board, std::int64_t now)
 {
-    return format("board %d%s  %.0f/s now, lowest ", number, board.plugged ? "" : " (unplugged)",
-                  board.pace.rate(now))
-        + optionalText("%.0f", board.seconds.lowestRate()) + ", median "
-        + optionalText("%.0f", board.seconds.medianRate())
-        + format("; %llu reports, the last ", count(board.reports)) + ageText(now - board.pace.lastAt())
-        + " ago";
+    const std::string name = format(board.plugged ? tr("board %d") : tr("board %d (unplugged)"), number);
+    return name
+        + "  "
+        // TRANSLATORS: the reports of a board: how many a second, how many in all, and the age of the last
+        // one.
+        + format(tr("%.0f/s now, lowest %s, median %s; %llu reports, the last %s ago"), board.pace.rate(now),
+                 optionalText("%.0f", board.seconds.lowestRate()).c_str(),
+                 optionalText("%.0f", board.seconds.medianRate()).c_str(), count(board.reports),
+                 ageText(now - board.pace.lastAt()).c_str());
 }
 
 std::string faultsLine(const Figures::Board &board)
 {
-    return format("  %llu dropouts, %llu lifts of nothing, %llu unreadable, %llu handed back",
+    return format(tr("  %llu dropouts, %llu lifts of nothing, %llu unreadable, %llu handed back"),
                   count(board.dropouts), count(board.orphanLifts), count(board.undecodable),
                   count(board.handbacks));
 }
 
 std::string insideLine(const Figures::Board &board)
 {
-    return "  inside the callback " + optionalText("%.1f", board.inside.median())
-        + format(" us, longest %.1f us", board.longestInside);
+    // TRANSLATORS: the time that a report keeps the driver's thread: median and longest.
+    return format(tr("  inside the callback %s us, longest %.1f us"),
+                  optionalText("%.1f", board.inside.median()).c_str(), board.longestInside);
 }
 
 constexpr const char *contactHeading =
-    "  contact   state         /s lowest median      ago      x      y    px    py";
+    // TRANSLATORS: keep each word above its column, which ends or begins where it does here.
+    trLater("  contact   state         /s lowest median      ago      x      y    px    py");
 
 std::vector<std::string> contactLines(const Figures::Key &key, const ContactFigures &contact,
                                       const Figures &figures)
 {
     const auto &[board, kind, id] = key;
     const std::int64_t now = figures.now();
-    const std::string name = std::string(nameOf(kind)) + " " + std::to_string(id);
-    const std::string values = format("  %-9s %-11s %4.0f", name.c_str(),
-                                      stateText(kind, contact, now).c_str(), contact.pace.rate(now))
+    const std::string name = kindText(kind) + format(" %d", id);
+    const std::string values = "  " + padded(name, 9) + " " + padded(stateText(kind, contact, now), 11)
+        + format(" %4.0f", contact.pace.rate(now))
         + format(" %6s %6s %8s", optionalText("%.0f", contact.intervals.lowestRate()).c_str(),
                  optionalText("%.0f", contact.intervals.medianRate()).c_str(),
                  ageText(now - contact.pace.lastAt()).c_str())
@@ -92,8 +99,8 @@ std::vector<std::string> contactLines(const Figures::Key &key, const ContactFigu
                  pixels(contact.last.x, figures.screenWidth()),
                  pixels(contact.last.y, figures.screenHeight()));
     const std::string since = contact.since
-        ? format("after %.1f ms by %d, %d", double(*contact.since) / 1000, contact.movedX, contact.movedY)
-        : "first report";
+        ? format(tr("after %.1f ms by %d, %d"), double(*contact.since) / 1000, contact.movedX, contact.movedY)
+        : tr("first report");
     const std::string ranges =
         format("; x %d..%d, y %d..%d", contact.lowestX, contact.highestX, contact.lowestY, contact.highestY);
     return {values, "    " + sizeText(kind, contact.last) + since + ranges};
@@ -112,7 +119,7 @@ std::vector<std::string> contactTable(int board, const Figures &figures)
         }
     }
     if (!lines.empty())
-        lines.insert(lines.begin(), contactHeading);
+        lines.insert(lines.begin(), tr(contactHeading));
     return lines;
 }
 
@@ -175,15 +182,19 @@ Json boardJson(int number, const Figures::Board &board, std::int64_t now)
 std::vector<std::string> watchText(const Figures &figures, bool showsBytes)
 {
     std::vector<std::string> lines;
-    lines.push_back(format("%.3f s  %llu never lifted, %llu lost by the recorder", seconds(figures.now()),
-                           count(figures.stuck()), count(figures.lost()))
-                    + (figures.missed() > 0 ? format(", %llu not seen here", count(figures.missed())) : ""));
+    // TRANSLATORS: the time, contacts that have not lifted, and reports.
+    std::string first = format(tr("%.3f s  %llu never lifted, %llu lost by the recorder"),
+                               seconds(figures.now()), count(figures.stuck()), count(figures.lost()));
+    if (figures.missed() > 0)
+        // TRANSLATORS: reports; follows the text before.
+        first += format(tr(", %llu not seen here"), count(figures.missed()));
+    lines.push_back(first);
     for (const auto &[number, board] : figures.boards()) {
         lines.push_back(boardLine(number, board, figures.now()));
         lines.push_back(faultsLine(board));
         lines.push_back(insideLine(board));
         if (showsBytes)
-            lines.push_back("  last report " + board.lastHex);
+            lines.push_back(format(tr("  last report %s"), board.lastHex.c_str()));
         const auto contacts = contactTable(number, figures);
         lines.insert(lines.end(), contacts.begin(), contacts.end());
     }
