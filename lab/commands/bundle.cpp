@@ -4,8 +4,8 @@
 #include "commands/gathering.h"
 #include "commands/json.h"
 #include "commands/probeoptions.h"
+#include "language.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -30,21 +30,24 @@ void list(const Gathering &gathering)
 {
     for (const Piece &piece : gathering.pieces()) {
         if (piece.failure.empty())
-            std::fprintf(stderr, "%-16s %10" PRId64 " bytes  %s\n", piece.name.c_str(), piece.size,
-                         piece.what.c_str());
+            std::fprintf(stderr, tr("%-16s %10lld bytes  %s\n"), piece.name.c_str(), whole(piece.size),
+                         tr(piece.what.c_str()));
         else
-            std::fprintf(stderr, "%-16s left out: %s\n", piece.name.c_str(), piece.failure.c_str());
+            // TRANSLATORS: a file, and why it is not in the bundle.
+            std::fprintf(stderr, tr("%-16s left out: %s\n"), piece.name.c_str(), tr(piece.failure.c_str()));
     }
 }
 
 /// Whether a person agrees. No answer is no.
 bool isWanted(const std::string &file)
 {
-    std::fprintf(stderr, "write this to %s? [y/N] ", file.c_str());
+    // TRANSLATORS: the answer yes is the first letter of the text "yes", or y.
+    std::fprintf(stderr, tr("write this to %s? [y/N] "), file.c_str());
     std::string answer;
     if (!std::getline(std::cin, answer))
         std::fputc('\n', stderr);
-    return answer == "y" || answer == "Y" || answer == "yes";
+    const std::string yes = tr("yes");
+    return answer == "y" || answer == "Y" || answer == "yes" || answer == yes || answer == yes.substr(0, 1);
 }
 
 bool write(const Gathering &gathering, const std::string &file)
@@ -90,7 +93,7 @@ int bundle(BundleOptions &options)
     if (!options.yes) {
         list(gathering);
         if (!isWanted(file)) {
-            std::fprintf(stderr, "lanternix-lab: nothing is written\n");
+            complain(tr("nothing is written"));
             return findings;
         }
     }

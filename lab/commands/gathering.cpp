@@ -3,8 +3,8 @@
 #include "commands/errand.h"
 #include "commands/files.h"
 #include "commands/text.h"
+#include "language.h"
 
-#include "capture/parts.h"
 #include "probe/child.h"
 
 #include <algorithm>
@@ -52,13 +52,20 @@ std::string linesWith(const std::string &text, const std::string &what)
     return found;
 }
 
+/// Whoever looks for the fault need not speak the language of whoever has it.
+Errand runInEnglish(std::vector<std::string> program, const std::string &folder)
+{
+    program.insert(program.begin(), {"env", "LANGUAGE=C"});
+    return run(std::move(program), folder, commandTime);
+}
+
 /// Why there is no result of @p errand.
 std::string failureOf(const Errand &errand)
 {
     const std::string told = withoutNewline(errand.errors);
     if (!told.empty())
         return told.substr(told.rfind('\n') + 1); // the last line is the cause
-    return errand.status < 0 ? "it was ended" : "status " + std::to_string(errand.status);
+    return errand.status < 0 ? trLater("it was ended") : "status " + std::to_string(errand.status);
 }
 
 /// What is only for whoever has the board.
@@ -76,7 +83,7 @@ Gathering::Gathering(probe::Wish wish, bool identify)
     : m_wish(std::move(wish)), m_identify(identify), m_names(capture::ownNames())
 {
     if (m_folder.path().empty() || m_private.path().empty())
-        throw std::runtime_error("there is no folder for temporary files");
+        throw std::runtime_error(tr("there is no folder for temporary files"));
 }
 
 void Gathering::gather(const std::string &recording, const std::function<void()> &onListen)
@@ -98,7 +105,7 @@ void Gathering::add(const std::string &name, const std::string &what, const std:
     if (file)
         addWritten(name, what);
     else
-        addFailure(name, what, "there is no room for it");
+        addFailure(name, what, trLater("there is no room for it"));
 }
 
 void Gathering::addFailure(const std::string &name, const std::string &what, const std::string &failure)
@@ -120,8 +127,8 @@ void Gathering::addProbe(const std::function<void()> &onListen)
     probe::Answer answer = probe::find(m_wish, onListen);
     if (!m_identify)
         removeSerialNumbers(answer);
-    add("probe.txt", "what driver and board answer", probe::answerText(answer));
-    add("probe.json", "the same for programs", probe::answerJson(answer) + "\n");
+    add("probe.txt", trLater("what driver and board answer"), probe::answerText(answer, Audience::program));
+    add("probe.json", trLater("the same for programs"), probe::answerJson(answer) + "\n");
 }
 
 void Gathering::addVersions()
@@ -133,19 +140,20 @@ void Gathering::addVersions()
     const Errand packages =
         run({"dpkg-query", "--show", "lanternix*", "libqt5gui5", "libc6"}, m_private.path(), commandTime);
     text += contentsOf("/etc/os-release") + packages.output;
-    add("versions.txt", "versions of the system and the packages", text);
+    add("versions.txt", trLater("versions of the system and the packages"), text);
 }
 
 void Gathering::addScreens()
 {
     constexpr const char *name = "screens.json";
-    constexpr const char *what = "the screens and the kind of session";
+    constexpr const char *what = trLater("the screens and the kind of session");
     probe::Child child({m_wish.helper, "screens", "-"}, m_wish.patience);
     nlohmann::ordered_json screens;
     const probe::Ending ending =
         child.run([&screens](const probe::Child::Json &line) { screens = line.value("screens", screens); });
     if (ending.kind != probe::Ending::Kind::whole)
-        return addFailure(name, what, ending.cause.empty() ? "the desktop does not answer" : ending.cause);
+        return addFailure(name, what,
+                          ending.cause.empty() ? trLater("the desktop does not answer") : ending.cause);
     nlohmann::ordered_json json{{"screens", screens}};
     for (const char *const variable : {"XDG_SESSION_TYPE", "QT_QPA_PLATFORM", "QT_SCALE_FACTOR"}) {
         const char *const value = std::getenv(variable);
@@ -156,13 +164,14 @@ void Gathering::addScreens()
 
 void Gathering::addLocale()
 {
+    const std::string former = std::setlocale(LC_ALL, nullptr);
     std::setlocale(LC_ALL, "");
     const char *const locale = std::setlocale(LC_ALL, nullptr);
     std::string text = std::string(locale ? locale : "") + "\n";
-    std::setlocale(LC_ALL, "C");
+    std::setlocale(LC_ALL, former.c_str());
     for (const char *const name : {"LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE", "LC_NUMERIC"})
         text += variable(name);
-    add("locale.txt", "language and character set", text);
+    add("locale.txt", trLater("language and character set"), text);
 }
 
 void Gathering::addLoader()
@@ -173,7 +182,7 @@ void Gathering::addLoader()
         text += entry.path().string() + ":\n" + contentsOf(entry.path());
     const Errand list = run({"/sbin/ldconfig", "-p"}, m_private.path(), commandTime);
     text += "ldconfig -p:\n" + (list.status == 0 ? linesWith(list.output, "zorvicboardex") : list.errors);
-    add("loader.txt", "where the loader looks for libraries", text);
+    add("loader.txt", trLater("where the loader looks for libraries"), text);
 }
 
 /// Runs a subcommand of this command that writes the piece. False if it fails, which the piece then tells.
@@ -181,7 +190,7 @@ bool Gathering::runSelf(std::vector<std::string> arguments, const std::string &n
 {
     arguments.insert(arguments.begin(), ownPath());
     std::error_code ignored;
-    const Errand errand = run(std::move(arguments), m_folder.path(), commandTime);
+    const Errand errand = runInEnglish(std::move(arguments), m_folder.path());
     if (errand.status != 0 || !fs::exists(m_folder.path() + "/" + name, ignored)) {
         addFailure(name, what, failureOf(errand));
         return false;
@@ -193,17 +202,16 @@ bool Gathering::runSelf(std::vector<std::string> arguments, const std::string &n
 void Gathering::addRecording(const std::string &recording)
 {
     constexpr const char *name = "recording.jsonl";
-    constexpr const char *what = "what happened at the board";
+    constexpr const char *what = trLater("what happened at the board");
     const std::string kept = m_private.path() + "/kept.jsonl";
     std::error_code ignored;
-    if (recording.empty()) {
-        const Errand errand = run({ownPath(), "keep", "-o", kept}, m_private.path(), commandTime);
+    if (recording.empty() || fs::is_directory(recording, ignored)) {
+        std::vector<std::string> keep{ownPath(), "keep", "-o", kept};
+        if (!recording.empty())
+            keep.push_back(absolute(recording));
+        const Errand errand = runInEnglish(std::move(keep), m_private.path());
         if (errand.status != 0)
             return addFailure(name, what, failureOf(errand));
-    } else if (fs::is_directory(recording, ignored)) {
-        const capture::Kept joined = capture::joinParts(recording, kept);
-        if (!joined.error.empty())
-            return addFailure(name, what, joined.error);
     }
     const std::string source = fs::exists(kept, ignored) ? kept : absolute(recording);
     if (runSelf(m_identify ? std::vector<std::string>{"cut", source, "-o", name}
@@ -215,12 +223,13 @@ void Gathering::addRecording(const std::string &recording)
 void Gathering::addReports()
 {
     runSelf({"report", "recording.jsonl", "-o", "report.html"}, "report.html",
-            "figures of the recording, as a page");
-    const Errand text = run({ownPath(), "report", "recording.jsonl"}, m_folder.path(), commandTime);
+            trLater("figures of the recording, as a page"));
+    constexpr const char *what = trLater("the same as text");
+    const Errand text = runInEnglish({ownPath(), "report", "recording.jsonl"}, m_folder.path());
     if (text.status == 0)
-        add("report.txt", "the same as text", text.output);
+        add("report.txt", what, text.output);
     else
-        addFailure("report.txt", "the same as text", failureOf(text));
+        addFailure("report.txt", what, failureOf(text));
 }
 
 /// The first piece: what is in the others, and what is missing.
@@ -230,7 +239,7 @@ void Gathering::addContents()
     for (const Piece &piece : m_pieces)
         text +=
             piece.name + ": " + (piece.failure.empty() ? piece.what : "left out: " + piece.failure) + "\n";
-    add("contents.txt", "this list", text);
+    add("contents.txt", trLater("this list"), text);
     std::rotate(m_pieces.begin(), m_pieces.end() - 1, m_pieces.end());
 }
 

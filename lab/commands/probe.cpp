@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "commands/files.h"
 #include "commands/probeoptions.h"
+#include "language.h"
 
 #include <cstdio>
 #include <memory>
@@ -52,7 +53,7 @@ void addProbeOptions(const Command &command, probe::Wish &wish)
 void askToTouch(double seconds)
 {
     if (isatty(STDERR_FILENO) != 0)
-        std::fprintf(stderr, "touch the board: listening for %g s\n", seconds);
+        std::fprintf(stderr, tr("touch the board: listening for %g s\n"), seconds);
 }
 
 void addProbe(CommandLine &lab)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "language.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,7 +14,7 @@ namespace probe {
 struct Place
 {
     std::string path;  ///< of the file, or of the loader's list of libraries
-    std::string why;   ///< "LD_LIBRARY_PATH", "system search path"
+    std::string why;   ///< "LD_LIBRARY_PATH", "system search path"; in English, as the next
     std::string found; ///< what is there: "not there", "taken"
 };
 
@@ -93,7 +95,7 @@ struct Answer
     Ending ending;
     std::vector<Holder> holders;
     bool isRecorded = false;                                      ///< a recording of the board goes on
-    std::vector<std::pair<std::string, std::string>> permissions; ///< a path, and what is wrong there
+    std::vector<std::pair<std::string, std::string>> permissions; ///< a path, and what is there, in English
 };
 
 /// What a person is to do, and whether it is nothing.
@@ -103,13 +105,13 @@ struct Verdict
     std::string text; ///< begins with "ready", or is the one thing to do
 };
 
-Verdict verdictOf(const Answer &answer);
+Verdict verdictOf(const Answer &answer, lab::Audience audience = lab::Audience::person);
 
 /// What a device of this kind is called: "board".
-std::string kindName(int kind);
+std::string kindName(int kind, lab::Audience audience);
 
 /// The answer for a person, the verdict first.
-std::string answerText(const Answer &answer);
+std::string answerText(const Answer &answer, lab::Audience audience = lab::Audience::person);
 /// The same as one JSON object.
 std::string answerJson(const Answer &answer);
 

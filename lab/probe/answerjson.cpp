@@ -47,7 +47,7 @@ Json devicesJson(const Answer &answer)
     for (const Device &device : answer.devices)
         devices.push_back({{"index", device.index},
                            {"kind", device.kind},
-                           {"name", kindName(device.kind)},
+                           {"name", kindName(device.kind, lab::Audience::program)},
                            {"board", device.board},
                            {"info", device.info},
                            {"type", device.type},
@@ -89,7 +89,7 @@ Json permissionsJson(const Answer &answer)
 
 std::string answerJson(const Answer &answer)
 {
-    const Verdict verdict = verdictOf(answer);
+    const Verdict verdict = verdictOf(answer, lab::Audience::program);
     const Reports &reports = answer.reports;
     const Json json{{"version", 1},
                     {"ready", verdict.isReady},

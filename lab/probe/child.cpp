@@ -131,7 +131,7 @@ void Child::finish()
     if (status <= signalled)
         return;
     m_ending.kind = Ending::Kind::crashed;
-    m_ending.cause = strsignal(status - signalled);
+    m_ending.cause = sigdescr_np(status - signalled);
 }
 
 } // namespace probe

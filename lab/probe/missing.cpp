@@ -1,11 +1,15 @@
 #include "probe/missing.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <iterator>
 
 namespace probe {
 
 namespace {
+
+using lab::trLater;
 
 struct Entry
 {
@@ -14,19 +18,19 @@ struct Entry
 };
 
 constexpr Entry called[] = {
-    {"zorvicAttach", "the other functions are called all the same"},
-    {"zorvicDetach", "callbacks may go on"},
-    {"zorvicSetCallback", "no reports"},
-    {"zorvicClearCallback", "nothing is withdrawn"},
-    {"zorvicWritePacket", "the command is not sent"},
-    {"zorvicSetXferMask", "nothing"},
-    {"zorvicGetDeviceCount", "no devices"},
-    {"zorvicEnumDeviceInfo", "no boards and hubs"},
-    {"zorvicSetPnpCallback", "changes go unnoticed"},
-    {"zorvicSetPointingDeviceDestination", "nothing"},
-    {"zorvicSendTouchPacketToSystem", "these contacts are lost"},
-    {"zorvicSetTouchDestination", "nothing"},
-    {"zorvicSetLATEDetection", "nothing"},
+    {"zorvicAttach", trLater("the other functions are called all the same")},
+    {"zorvicDetach", trLater("callbacks may go on")},
+    {"zorvicSetCallback", trLater("no reports")},
+    {"zorvicClearCallback", trLater("nothing is withdrawn")},
+    {"zorvicWritePacket", trLater("the command is not sent")},
+    {"zorvicSetXferMask", trLater("nothing")},
+    {"zorvicGetDeviceCount", trLater("no devices")},
+    {"zorvicEnumDeviceInfo", trLater("no boards and hubs")},
+    {"zorvicSetPnpCallback", trLater("changes go unnoticed")},
+    {"zorvicSetPointingDeviceDestination", trLater("nothing")},
+    {"zorvicSendTouchPacketToSystem", trLater("these contacts are lost")},
+    {"zorvicSetTouchDestination", trLater("nothing")},
+    {"zorvicSetLATEDetection", trLater("nothing")},
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "probe/places.h"
 
+#include "language.h"
 #include "probe/elffile.h"
 
 #include <algorithm>
@@ -13,10 +14,12 @@ namespace probe {
 namespace {
 
 namespace fs = std::filesystem;
+using lab::format;
+using lab::trLater;
 
 constexpr const char *folderVariable = "LD_LIBRARY_PATH";
-constexpr const char *absent = "not there";
-constexpr const char *unnamed = "does not name it"; ///< of the list of libraries
+constexpr const char *absent = trLater("not there");
+constexpr const char *unnamed = trLater("does not name it"); ///< of the list of libraries
 
 /// What stands behind @p mark in @p line, if it is there.
 bool takeBehind(const std::string &line, std::string_view mark, std::string &rest)
@@ -52,7 +55,7 @@ std::vector<Place> triedIn(std::string_view trace)
         if (takeBehind(line, "search path=", rest)) {
             reason = reasonIn(rest);
         } else if (takeBehind(line, "search cache=", rest)) {
-            reason = "list of ldconfig";
+            reason = trLater("list of ldconfig");
             places.push_back({rest, reason, unnamed});
         } else if (takeBehind(line, "trying file=", rest)) {
             if (!places.empty() && places.back().found == unnamed && reason == places.back().why)
@@ -84,15 +87,15 @@ std::string stateOf(const std::string &path)
     if (status.type() == fs::file_type::not_found)
         return absent;
     if (error || access(path.c_str(), R_OK) != 0)
-        return "may not be read by you";
+        return trLater("may not be read by you");
     if (!fs::is_regular_file(status))
-        return "no file";
+        return trLater("no file");
     const ElfFacts elf = readElf(path);
     if (!elf.isElf)
-        return "no library";
+        return trLater("no library");
     if (!elf.fitsThisProcess)
-        return "skipped: " + std::to_string(elf.bits) + "-bit, for " + elf.architecture;
-    return "a library that was not opened";
+        return format(skippedFile, elf.bits, elf.architecture.c_str());
+    return trLater("a library that was not opened");
 }
 
 } // namespace
@@ -109,7 +112,7 @@ std::vector<Place> placesIn(std::string_view trace, std::string_view folders)
         std::copy_if(tried.begin(), tried.end(), std::back_inserter(places), isInside);
         tried.erase(std::remove_if(tried.begin(), tried.end(), isInside), tried.end());
         if (places.size() == before && !fs::exists(folder))
-            places.push_back({folder + "/" + driverName, folderVariable, "there is no such folder"});
+            places.push_back({folder + "/" + driverName, folderVariable, trLater("there is no such folder")});
     }
     places.insert(places.end(), tried.begin(), tried.end());
     return places;
@@ -122,7 +125,7 @@ void lookAt(std::vector<Place> &places, const std::string &taken)
             continue;
         std::error_code ignored;
         const bool isTaken = !taken.empty() && fs::equivalent(place.path, taken, ignored);
-        place.found = isTaken ? "taken" : stateOf(place.path);
+        place.found = isTaken ? trLater("taken") : stateOf(place.path);
     }
 }
 

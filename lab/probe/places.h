@@ -2,6 +2,8 @@
 
 #include "probe/answer.h"
 
+#include "language.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +12,11 @@ namespace probe {
 
 /// The file name by which the program asks for the driver.
 inline constexpr const char *driverName = "libzorvicboardex.so.1";
+
+/// What is at a place of a library of another kind: its bits and its architecture.
+inline constexpr const char *skippedFile = lab::trLater("skipped: %d-bit, for %s");
+/// Takes it apart again, as for sscanf.
+inline constexpr const char *skippedPattern = "skipped: %d-bit, for %39[^\n]";
 
 /// The places where the loader has looked for the driver, in its order.
 /// @p trace: what the loader has written with LD_DEBUG=libs. @p folders: the value of LD_LIBRARY_PATH,

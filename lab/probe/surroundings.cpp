@@ -1,5 +1,7 @@
 #include "probe/surroundings.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -21,6 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Permissions = std::vector<std::pair<std::string, std::string>>;
+using lab::trLater;
 
 std::vector<fs::path> entriesOf(const std::string &folder)
 {
@@ -69,11 +72,11 @@ void addNode(Permissions &permissions, const std::string &root, const std::strin
 {
     const std::string path = root + node;
     std::error_code ignored;
-    std::string state = "may be opened by you";
+    std::string state = trLater("may be opened by you");
     if (!fs::exists(path, ignored))
-        state = "is not there";
+        state = trLater("is not there");
     else if (access(path.c_str(), R_OK | W_OK) != 0)
-        state = "may not be opened by you";
+        state = trLater("may not be opened by you");
     permissions.emplace_back(node, name + ": " + state);
 }
 
@@ -82,7 +85,7 @@ void addHidNode(Permissions &permissions, const std::string &root, const fs::pat
                 const std::vector<Device> &devices)
 {
     std::ifstream properties(entry / "device/uevent");
-    std::string name = "HID device";
+    std::string name = trLater("HID device");
     unsigned int bus = 0;
     unsigned int vendor = 0;
     unsigned int product = 0;
@@ -107,7 +110,7 @@ void addUsbNode(Permissions &permissions, const std::string &root, const fs::pat
         return;
     char node[64];
     std::snprintf(node, sizeof node, "/dev/bus/usb/%03ld/%03ld", number("busnum", 10), number("devnum", 10));
-    addNode(permissions, root, node, "USB device");
+    addNode(permissions, root, node, trLater("USB device"));
 }
 
 /// The loader of this process.
@@ -167,12 +170,12 @@ Permissions permissionsOf(const std::string &path, const std::vector<Device> &de
     Permissions permissions;
     for (fs::path folder = fs::path(path).parent_path(); !folder.empty(); folder = folder.parent_path()) {
         if (access(folder.c_str(), X_OK) != 0)
-            permissions.emplace_back(folder.string(), "may not be entered by you");
+            permissions.emplace_back(folder.string(), trLater("may not be entered by you"));
         if (folder == folder.root_path())
             break;
     }
     if (!path.empty() && access(path.c_str(), R_OK) != 0)
-        permissions.emplace_back(path, "may not be read by you");
+        permissions.emplace_back(path, trLater("may not be read by you"));
     for (const fs::path &entry : entriesOf(root + "/sys/class/hidraw"))
         addHidNode(permissions, root, entry, devices);
     for (const fs::path &entry : entriesOf(root + "/sys/bus/usb/devices"))
