@@ -1,5 +1,7 @@
 #include "accept/dialogue.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -8,6 +10,12 @@ namespace acceptance {
 namespace {
 
 using Event = Dialogue::Room::Event;
+using lab::Audience;
+using lab::format;
+using lab::tr;
+using lab::trCount;
+using lab::trLater;
+using lab::whole;
 
 constexpr std::size_t widest = 76; ///< characters behind the indent, for a terminal of 80 columns
 
@@ -32,13 +40,13 @@ const char *nameOf(Result result)
 {
     switch (result) {
     case Result::right:
-        return "right";
+        return trLater("right");
     case Result::wrong:
-        return "wrong";
+        return trLater("wrong");
     case Result::skipped:
         break;
     }
-    return "skipped";
+    return trLater("skipped");
 }
 
 int Outcome::count(Result result) const
@@ -54,33 +62,40 @@ Result Outcome::verdict() const
     return count(Result::skipped) > 0 ? Result::skipped : Result::right;
 }
 
-const Finding *Outcome::targets() const
+const Finding *Outcome::targets(Audience audience) const
 {
     for (const StepOutcome &step : steps) {
         if (step.result != Result::skipped && !step.finding.touched.empty())
-            return &step.finding;
+            return audience == Audience::person ? &step.finding : &step.findingForPrograms;
     }
     return nullptr;
 }
 
-std::string verdictText(const Outcome &outcome, bool keepsLimits)
+std::string verdictText(const Outcome &outcome, bool keepsLimits, Audience audience)
 {
-    const auto of = [&outcome](Result result) {
-        return std::to_string(outcome.count(result)) + " of " + std::to_string(outcome.steps.size())
-            + " steps ";
-    };
-    std::string text;
-    if (outcome.count(Result::wrong) > 0)
-        text += of(Result::wrong) + "are not right";
-    if (outcome.count(Result::skipped) > 0)
-        text += (text.empty() ? "" : ", ") + of(Result::skipped) + "were skipped";
-    if (text.empty())
-        text = "all " + std::to_string(outcome.steps.size()) + " steps are right";
+    const auto all = static_cast<std::int64_t>(outcome.steps.size());
+    const int wrong = outcome.count(Result::wrong);
+    const int skipped = outcome.count(Result::skipped);
+    std::vector<std::string> parts;
+    if (wrong > 0)
+        parts.push_back(
+            format(trCount("%d of %lld steps are not right", wrong, audience), wrong, whole(all)));
+    if (skipped > 0)
+        parts.push_back(
+            format(trCount("%d of %lld steps were skipped", skipped, audience), skipped, whole(all)));
+    if (parts.empty())
+        parts.push_back(format(trCount("all %lld steps are right", all, audience), whole(all)));
     if (!keepsLimits)
-        text += ", limits of the profile are not kept";
+        parts.emplace_back(tr("limits of the profile are not kept", audience));
+    std::string text;
+    for (const std::string &part : parts)
+        text += (text.empty() ? "" : ", ") + part;
     if (outcome.verdict() == Result::wrong || !keepsLimits)
-        return "Not accepted: " + text + ".";
-    return (outcome.verdict() == Result::right ? "Accepted: " : "Not complete: ") + text + ".";
+        // TRANSLATORS: the verdict, and why: "2 of 10 steps were skipped", for example.
+        return format(tr("Not accepted: %s.", audience), text.c_str());
+    return format(outcome.verdict() == Result::right ? tr("Accepted: %s.", audience)
+                                                     : tr("Not complete: %s.", audience),
+                  text.c_str());
 }
 
 void Dialogue::say(const std::string &text)
@@ -95,12 +110,13 @@ Outcome Dialogue::run()
     const std::vector<Step> &all = steps();
     Outcome outcome{{}, m_room.setting()};
     for (const Step &step : all)
-        outcome.steps.push_back({&step, Result::skipped, {}, 0});
-    say("Acceptance test of a board, " + std::to_string(all.size()) + " steps.");
-    say("The window covers the screen; Alt and Tab lead from it to this terminal and back.");
-    say("A step ends by itself, with a beep, when it has seen enough.");
-    say("If a key in the window turns it white instead, press it once more. Backspace clears what is drawn.");
-    say("Typed here, Enter ends it at once, r begins it again, s skips it, and q ends the test.");
+        outcome.steps.push_back({&step, Result::skipped, {}, 0, {}});
+    say(format(tr("Acceptance test of a board, %zu steps."), all.size()));
+    say(tr("The window covers the screen; Alt and Tab lead from it to this terminal and back."));
+    say(tr("A step ends by itself, with a beep, when it has seen enough."));
+    say(tr("If a key in the window turns it white instead, press it once more. Backspace clears what is "
+           "drawn."));
+    say(tr("Typed here, Enter ends it at once, r begins it again, s skips it, and q ends the test."));
     for (std::size_t i = 0; i < all.size(); ++i) {
         Answer answer = Answer::repeat;
         while (answer == Answer::repeat) {
@@ -112,7 +128,7 @@ Outcome Dialogue::run()
     }
     say("");
     for (const StepOutcome &step : outcome.steps)
-        say(std::string(step.step->title) + ": " + nameOf(step.result));
+        say(std::string(tr(step.step->title)) + ": " + tr(nameOf(step.result)));
     return outcome;
 }
 
@@ -129,9 +145,9 @@ Dialogue::Answer Dialogue::lead(std::size_t number, const Setting &setting, Step
         answer = ask(outcome);
     }
     if (answer == Answer::skip) {
-        outcome.finding = Finding();
+        outcome.finding = outcome.findingForPrograms = Finding();
         outcome.result = Result::skipped;
-        say("  Skipped.");
+        say(std::string("  ") + tr("Skipped."));
     }
     return answer;
 }
@@ -139,8 +155,8 @@ Dialogue::Answer Dialogue::lead(std::size_t number, const Setting &setting, Step
 void Dialogue::introduce(std::size_t number, const Step &step, const Setting &setting)
 {
     say("");
-    say("Step " + std::to_string(number + 1) + " of " + std::to_string(steps().size()) + ": " + step.title);
-    say(std::string("  ") + step.pattern);
+    say(format(tr("Step %zu of %zu: %s"), number + 1, steps().size(), tr(step.title)));
+    say(std::string("  ") + tr(step.pattern));
     for (const std::string &line : step.instruction(setting))
         say("  " + line);
 }
@@ -150,7 +166,7 @@ Dialogue::Answer Dialogue::attempt(const Step &step, const Setting &setting, Ste
 {
     m_seen.begin();
     ++outcome.tries;
-    outcome.finding = Finding();
+    outcome.finding = outcome.findingForPrograms = Finding();
     outcome.result = Result::skipped;
     for (;;) {
         const Event event = m_room.await(m_seen);
@@ -162,13 +178,16 @@ Dialogue::Answer Dialogue::attempt(const Step &step, const Setting &setting, Ste
         if (event == Event::typed && typed == "r")
             return Answer::repeat;
         if (event == Event::typed && !typed.empty()) {
-            say("  Enter alone, r, s or q?");
+            say(std::string("  ") + tr("Enter alone, r, s or q?"));
             continue;
         }
         Finding found = step.judge(m_seen, setting);
         if (event == Event::reported && !found.isComplete)
             continue;
         outcome.finding = std::move(found);
+        Setting english = setting;
+        english.audience = Audience::program;
+        outcome.findingForPrograms = step.judge(m_seen, english);
         outcome.result = outcome.finding.isRight() ? Result::right : Result::wrong;
         if (event == Event::reported)
             m_room.ring();
@@ -181,17 +200,18 @@ void Dialogue::tell(const StepOutcome &outcome)
     for (const std::string &line : outcome.finding.lines)
         say("  " + line);
     for (const std::string &fault : outcome.finding.faults)
-        say("  NOT RIGHT: " + fault);
+        say("  " + format(tr("NOT RIGHT: %s"), fault.c_str()));
     if (outcome.result == Result::right)
-        say("  Right.");
+        say(std::string("  ") + tr("Right."));
 }
 
 /// What is to come behind a step that was judged.
 Dialogue::Answer Dialogue::ask(const StepOutcome &outcome)
 {
-    say(outcome.result == Result::right
-            ? "  Enter: go on, r: repeat, s: skip, q: end the test"
-            : "  r: repeat, Enter: leave it so and go on, s: skip, q: end the test");
+    say(std::string("  ")
+        + (outcome.result == Result::right
+               ? tr("Enter: go on, r: repeat, s: skip, q: end the test")
+               : tr("r: repeat, Enter: leave it so and go on, s: skip, q: end the test")));
     for (;;) {
         const Event event = m_room.await(m_seen);
         if (event == Event::ended)
@@ -207,7 +227,7 @@ Dialogue::Answer Dialogue::ask(const StepOutcome &outcome)
             return Answer::skip;
         if (typed == "q")
             return Answer::end;
-        say("  Enter alone, r, s or q?");
+        say(std::string("  ") + tr("Enter alone, r, s or q?"));
     }
 }
 

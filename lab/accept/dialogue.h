@@ -10,7 +10,7 @@ namespace acceptance {
 /// What has become of a step.
 enum class Result { right, wrong, skipped };
 
-/// "right", "wrong" or "skipped".
+/// "right", "wrong" or "skipped", in English.
 const char *nameOf(Result result);
 
 struct StepOutcome
@@ -19,6 +19,7 @@ struct StepOutcome
     Result result = Result::skipped;
     Finding finding; ///< of the last try; empty if there was none
     int tries = 0;
+    Finding findingForPrograms = {}; ///< the finding in English
 };
 
 /// What an acceptance test has found.
@@ -31,12 +32,13 @@ struct Outcome
     /// Wrong if a step is, else skipped if a step was, else right.
     Result verdict() const;
     /// What the targets say about the board; null if that step was skipped.
-    const Finding *targets() const;
+    const Finding *targets(lab::Audience audience = lab::Audience::person) const;
 };
 
 /// "Accepted: all 10 steps are right." and so on. @p keepsLimits: whether the limits of a profile, if there
 /// is one, are kept as well.
-std::string verdictText(const Outcome &outcome, bool keepsLimits);
+std::string verdictText(const Outcome &outcome, bool keepsLimits,
+                        lab::Audience audience = lab::Audience::person);
 
 /// Leads a person through the steps, one line at a time. Used on one thread.
 class Dialogue

@@ -1,5 +1,6 @@
 #include "accept/geometry.h"
 
+#include "language.h"
 #include "patterngeometry.h"
 
 #include <cmath>
@@ -8,6 +9,10 @@ namespace acceptance {
 
 namespace {
 
+using lab::Audience;
+using lab::format;
+using lab::tr;
+using lab::trLater;
 using pattern::Ring;
 
 constexpr int thirdBlackBar = 5; // bars to its left
@@ -51,7 +56,7 @@ private:
 };
 
 /// The ends of the rows and columns that begin at the four inner targets of @p ring.
-void addEnds(const Area &window, const Ring &ring, Collector &collector)
+void addEnds(const Area &window, const Ring &ring, Audience audience, Collector &collector)
 {
     const int a = ring.across;
     const int x = farthest(ring, window.width / 2);
@@ -59,21 +64,22 @@ void addEnds(const Area &window, const Ring &ring, Collector &collector)
     const bool hasRows = x > a;
     const bool hasColumns = y > a;
     if (hasRows)
-        collector.add("far left, upper row", ring, -x, -a);
+        // TRANSLATORS: of the targets in rows and columns, the one that is farthest to the left, and so on.
+        collector.add(tr("far left, upper row", audience), ring, -x, -a);
     if (hasColumns) {
-        collector.add("far top, left column", ring, -a, -y);
-        collector.add("far top, right column", ring, a, -y);
+        collector.add(tr("far top, left column", audience), ring, -a, -y);
+        collector.add(tr("far top, right column", audience), ring, a, -y);
     }
     if (hasRows) {
-        collector.add("far right, upper row", ring, x, -a);
-        collector.add("far right, lower row", ring, x, a);
+        collector.add(tr("far right, upper row", audience), ring, x, -a);
+        collector.add(tr("far right, lower row", audience), ring, x, a);
     }
     if (hasColumns) {
-        collector.add("far bottom, right column", ring, a, y);
-        collector.add("far bottom, left column", ring, -a, y);
+        collector.add(tr("far bottom, right column", audience), ring, a, y);
+        collector.add(tr("far bottom, left column", audience), ring, -a, y);
     }
     if (hasRows)
-        collector.add("far left, lower row", ring, -x, a);
+        collector.add(tr("far left, lower row", audience), ring, -x, a);
 }
 
 } // namespace
@@ -94,21 +100,22 @@ double Scale::length(const Place &way) const
     return std::hypot(way.x * x, way.y * y);
 }
 
-std::vector<Target> targetsOf(const Frame &frame)
+std::vector<Target> targetsOf(const Frame &frame, Audience audience)
 {
     std::vector<Target> targets;
     Collector collector(frame, targets);
     const std::vector<Ring> whole = wholeRings(frame.window);
     for (std::size_t i = 0; i < whole.size(); ++i) {
         const Ring &ring = whole[i];
-        const std::string size = "size " + std::to_string(i + 1);
-        collector.add(size + ", top left", ring, -ring.across, -ring.across);
-        collector.add(size + ", top right", ring, ring.across, -ring.across);
-        collector.add(size + ", bottom right", ring, ring.across, ring.across);
-        collector.add(size + ", bottom left", ring, -ring.across, ring.across);
+        const auto name = [&](const char *corner) { return format(corner, i + 1); };
+        // TRANSLATORS: the target at that corner, of the size with that number.
+        collector.add(name(tr("size %zu, top left", audience)), ring, -ring.across, -ring.across);
+        collector.add(name(tr("size %zu, top right", audience)), ring, ring.across, -ring.across);
+        collector.add(name(tr("size %zu, bottom right", audience)), ring, ring.across, ring.across);
+        collector.add(name(tr("size %zu, bottom left", audience)), ring, -ring.across, ring.across);
     }
     if (!whole.empty())
-        addEnds(frame.window, whole.back(), collector);
+        addEnds(frame.window, whole.back(), audience, collector);
     return targets;
 }
 
@@ -122,16 +129,18 @@ std::vector<Course> barCourses(const Frame &frame)
     const int x = thirdBlackBar * pattern::bar_width(frame.window.width);
     const Place top = frame.place(x, 0);
     const Place bottom = frame.place(x, frame.window.height);
-    return {{"down", "Down", top, bottom, true, 0, false}, {"up", "Up", bottom, top, true, 0, false}};
+    // TRANSLATORS: the way that a pen goes along the edge of a bar, as the next.
+    return {{"down", trLater("Down"), top, bottom, true, 0, false},
+            {"up", trLater("Up"), bottom, top, true, 0, false}};
 }
 
 std::vector<Course> gridCourses(const Frame &frame)
 {
     const Place origin = frame.place(0, 0);
     const Place unit = frame.pixel();
-    return {{"horizontal", "Horizontal line", origin, frame.place(frame.window.width, 0), true,
+    return {{"horizontal", trLater("Horizontal line"), origin, frame.place(frame.window.width, 0), true,
              pattern::cell * unit.y},
-            {"vertical", "Vertical line", origin, frame.place(0, frame.window.height), true,
+            {"vertical", trLater("Vertical line"), origin, frame.place(0, frame.window.height), true,
              pattern::cell * unit.x}};
 }
 
@@ -142,8 +151,8 @@ std::vector<Course> diagonalCourses(const Frame &frame)
     const Place bottomRight = frame.place(window.width, window.height);
     const Place topRight = frame.place(window.width, 0);
     const Place bottomLeft = frame.place(0, window.height);
-    return {{"falling", "From the top left", topLeft, bottomRight, false},
-            {"rising", "From the top right", topRight, bottomLeft, false}};
+    return {{"falling", trLater("From the top left"), topLeft, bottomRight, false},
+            {"rising", trLater("From the top right"), topRight, bottomLeft, false}};
 }
 
 } // namespace acceptance

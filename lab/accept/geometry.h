@@ -1,5 +1,7 @@
 #pragma once
 
+#include "language.h"
+
 #include "capture/contacts.h"
 
 #include <string>
@@ -58,7 +60,7 @@ struct Target
 /// The targets that a person is asked to tap, in this order. Of each size of which four are wholly in the
 /// window these four, those nearest to the centre, clockwise from the top left, the smallest size first. Then
 /// of the largest of these sizes the outermost ones that are wholly in the window, clockwise from the left.
-std::vector<Target> targetsOf(const Frame &frame);
+std::vector<Target> targetsOf(const Frame &frame, lab::Audience audience = lab::Audience::person);
 /// How many sizes are among them.
 int sizesOf(const Frame &frame);
 
@@ -66,7 +68,7 @@ int sizesOf(const Frame &frame);
 struct Course
 {
     std::string key;  ///< for programs
-    std::string name; ///< for a person
+    std::string name; ///< for a person, in English
     Place from;
     Place to;
     bool isDrawn = true; ///< otherwise only its ends are told, as of a diagonal

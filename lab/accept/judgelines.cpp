@@ -1,11 +1,18 @@
 #include "accept/judges.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace acceptance {
 
 namespace {
+
+using lab::Audience;
+using lab::format;
+using lab::tr;
+using lab::trPlural;
 
 // Shares of a course.
 constexpr double nearEnd = 0.1;     ///< a stroke begins and ends as near to the ends as this, or nearer
@@ -175,25 +182,30 @@ private:
 void judge(const Follower &follower, std::size_t index, const Setting &setting, Finding &found)
 {
     const std::string &key = follower.courses()[index].key;
-    const std::string &name = follower.courses()[index].name;
+    const Audience audience = setting.audience;
+    const char *const name = tr(follower.courses()[index].name.c_str(), audience);
     const Followed &followed = follower.followed(index);
     if (!followed.isDone) {
-        found.faults.push_back("Not followed from end to end: " + name + ".");
+        found.faults.push_back(format(tr("Not followed from end to end: %s.", audience), name));
         return;
     }
     const Errors errors = follower.errors(index);
     const bool isDrawn = follower.courses()[index].isDrawn;
-    found.lines.push_back(name + ": mean " + lengthText(errors.mean, setting) + " and at most "
-                          + lengthText(errors.worst, setting)
-                          + (isDrawn ? " beside the line" : " from a straight line") + ".");
+    // TRANSLATORS: the name of a line, such as "Down", and two lengths.
+    found.lines.push_back(format(isDrawn ? tr("%s: mean %s and at most %s beside the line.", audience)
+                                         : tr("%s: mean %s and at most %s from a straight line.", audience),
+                                 name, lengthText(errors.mean, setting).c_str(),
+                                 lengthText(errors.worst, setting).c_str()));
     found.figures[key + "_mean"] = errors.mean;
     found.figures[key + "_worst"] = errors.worst;
     if (!errors.areWithin(setting.lines))
-        found.faults.push_back(name + ": more than mean " + lengthText(setting.lines.mean, setting)
-                               + " or worst " + lengthText(setting.lines.worst, setting) + ".");
+        found.faults.push_back(format(tr("%s: more than mean %s or worst %s.", audience), name,
+                                      lengthText(setting.lines.mean, setting).c_str(),
+                                      lengthText(setting.lines.worst, setting).c_str()));
     if (followed.breaks > 0)
-        found.faults.push_back(name + ": the stroke broke "
-                               + counted(static_cast<std::size_t>(followed.breaks), "time") + ".");
+        found.faults.push_back(format(trPlural("%s: the stroke broke %d time.",
+                                               "%s: the stroke broke %d times.", followed.breaks, audience),
+                                      name, followed.breaks));
 }
 
 Finding judgeCourses(const Seen &seen, const Setting &setting, std::vector<Course> courses)

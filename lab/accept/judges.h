@@ -28,9 +28,7 @@ Place centreOf(const Stroke &stroke);
 std::string decimal(double value);
 /// "3.5 px".
 std::string lengthText(double length, const Setting &setting);
-/// What a calibration could undo, in a sentence.
+/// What a calibration could undo, in a sentence for the setting's audience.
 std::string mappingText(const Mapping &mapping, const Setting &setting);
-/// "1 contact", "2 contacts".
-std::string counted(std::size_t count, const std::string &noun);
 
 } // namespace acceptance

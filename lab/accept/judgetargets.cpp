@@ -1,5 +1,7 @@
 #include "accept/judges.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -7,6 +9,12 @@
 namespace acceptance {
 
 namespace {
+
+using lab::Audience;
+using lab::format;
+using lab::tr;
+using lab::trPlural;
+using lab::whole;
 
 // Shares of the screen's width.
 constexpr double longestTap = 0.03; ///< what goes farther is a stroke
@@ -90,13 +98,14 @@ private:
 
 std::string errorsText(const Errors &errors, const std::vector<Touched> &touched, const Setting &setting)
 {
-    return "mean " + lengthText(errors.mean, setting) + ", worst " + lengthText(errors.worst, setting) + " ("
-        + touched[errors.worstAt].name + ")";
+    // TRANSLATORS: two lengths, and the name of a target.
+    return format(tr("mean %s, worst %s (%s)", setting.audience), lengthText(errors.mean, setting).c_str(),
+                  lengthText(errors.worst, setting).c_str(), touched[errors.worstAt].name.c_str());
 }
 
 std::string side(double value, const char *positive, const char *negative, const Setting &setting)
 {
-    return lengthText(std::abs(value), setting) + " too far " + (value < 0 ? negative : positive);
+    return format(value < 0 ? negative : positive, lengthText(std::abs(value), setting).c_str());
 }
 
 void tellFigures(const Calibration &calibration, Finding &found)
@@ -116,47 +125,71 @@ void tellFigures(const Calibration &calibration, Finding &found)
 
 void judge(const Setting &setting, Finding &found)
 {
+    const Audience audience = setting.audience;
     const Calibration &calibration = *found.calibration;
-    found.lines.push_back("Errors: " + errorsText(calibration.errors, found.touched, setting) + ".");
+    found.lines.push_back(
+        format(tr("Errors: %s.", audience), errorsText(calibration.errors, found.touched, setting).c_str()));
     found.lines.push_back(mappingText(calibration.mapping, setting));
-    found.lines.push_back("Calibrating would leave: " + errorsText(calibration.left, found.touched, setting)
-                          + ".");
+    found.lines.push_back(format(tr("Calibrating would leave: %s.", audience),
+                                 errorsText(calibration.left, found.touched, setting).c_str()));
     tellFigures(calibration, found);
-    const std::string limits = "The errors are above mean " + lengthText(setting.targets.mean, setting)
-        + " or worst " + lengthText(setting.targets.worst, setting);
-    if (calibration.advice == Advice::calibrate)
-        found.faults.push_back(limits + ": calibrate the board.");
-    else if (calibration.advice == Advice::replace)
-        found.faults.push_back(limits + ", and calibrating does not help: replace the board.");
+    if (calibration.advice == Advice::good)
+        return;
+    found.faults.push_back(format(
+        calibration.advice == Advice::calibrate
+            ? tr("The errors are above mean %s or worst %s: calibrate the board.", audience)
+            : tr(
+                "The errors are above mean %s or worst %s, and calibrating does not help: replace the board.",
+                audience),
+        lengthText(setting.targets.mean, setting).c_str(),
+        lengthText(setting.targets.worst, setting).c_str()));
 }
 
 } // namespace
 
 std::string mappingText(const Mapping &mapping, const Setting &setting)
 {
-    const auto percent = [](double scale) { return decimal(100 * scale) + " %"; };
-    return "The board reports " + side(mapping.offsetX, "right", "left", setting) + " and "
-        + side(mapping.offsetY, "down", "up", setting) + ", widths at " + percent(mapping.scaleX)
-        + " and heights at " + percent(mapping.scaleY) + ", turned by " + decimal(mapping.rotation)
-        + " degrees clockwise.";
+    const Audience audience = setting.audience;
+    const std::string across =
+        // TRANSLATORS: parts of "The board reports %s and %s, ..."; %s is a length.
+        side(mapping.offsetX, tr("%s too far right", audience), tr("%s too far left", audience), setting);
+    const std::string down =
+        side(mapping.offsetY, tr("%s too far down", audience), tr("%s too far up", audience), setting);
+    return format(tr("The board reports %s and %s, widths at %s %% and heights at %s %%, turned by %s "
+                     "degrees clockwise.",
+                     audience),
+                  across.c_str(), down.c_str(), decimal(100 * mapping.scaleX).c_str(),
+                  decimal(100 * mapping.scaleY).c_str(), decimal(mapping.rotation).c_str());
 }
 
 Finding judgeTargets(const Seen &seen, const Setting &setting)
 {
-    const std::vector<Target> targets = targetsOf(setting.frame);
+    const std::vector<Target> targets = targetsOf(setting.frame, setting.audience);
     const std::vector<Place> taps = tapsIn(seen, setting.scale);
     Finding found = Alignment(targets, taps, setting.scale).pairs();
     found.isComplete = found.missed.empty() && seen.down() == 0;
-    found.lines.push_back(std::to_string(found.touched.size()) + " of " + counted(targets.size(), "target")
-                          + " tapped, " + counted(taps.size(), "tap") + " in all.");
-    if (!found.missed.empty())
-        found.faults.push_back(counted(found.missed.size(), "target")
-                               + " not tapped in its turn, the first: " + found.missed.front() + ".");
+    const Audience audience = setting.audience;
+    const auto touched = static_cast<std::int64_t>(found.touched.size());
+    const auto all = static_cast<std::int64_t>(targets.size());
+    const auto tapped = static_cast<std::int64_t>(taps.size());
+    const auto missed = static_cast<std::int64_t>(found.missed.size());
+    found.lines.push_back(
+        // TRANSLATORS: "23 of 24 targets tapped, 25 taps in all."
+        format(tr("%s, %s in all.", audience),
+               format(trPlural("%lld of %lld target tapped", "%lld of %lld targets tapped", all, audience),
+                      whole(touched), whole(all))
+                   .c_str(),
+               format(trPlural("%lld tap", "%lld taps", tapped, audience), whole(tapped)).c_str()));
+    if (missed > 0)
+        found.faults.push_back(
+            format(trPlural("%lld target not tapped in its turn, the first: %s.",
+                            "%lld targets not tapped in its turn, the first: %s.", missed, audience),
+                   whole(missed), found.missed.front().c_str()));
     found.calibration = calibrationOf(found.touched, setting.scale, setting.targets);
     if (found.calibration)
         judge(setting, found);
     else
-        found.faults.emplace_back("Too few targets were tapped to judge the board.");
+        found.faults.emplace_back(tr("Too few targets were tapped to judge the board.", audience));
     return found;
 }
 

@@ -16,9 +16,13 @@ Json jsonOf(const Place &place)
 
 Json jsonOf(const StepOutcome &outcome)
 {
-    Json json{{"key", outcome.step->key}, {"title", outcome.step->title}, {"result", nameOf(outcome.result)},
-              {"tries", outcome.tries},   {"saw", outcome.finding.lines}, {"faults", outcome.finding.faults}};
-    json["figures"] = outcome.finding.figures;
+    Json json{{"key", outcome.step->key},
+              {"title", outcome.step->title},
+              {"result", nameOf(outcome.result)},
+              {"tries", outcome.tries},
+              {"saw", outcome.findingForPrograms.lines},
+              {"faults", outcome.findingForPrograms.faults}};
+    json["figures"] = outcome.findingForPrograms.figures;
     return json;
 }
 
@@ -47,7 +51,7 @@ Json jsonOf(const Outcome &outcome)
     json["steps"] = Json::array();
     for (const StepOutcome &step : outcome.steps)
         json["steps"].push_back(jsonOf(step));
-    if (const Finding *const targets = outcome.targets())
+    if (const Finding *const targets = outcome.targets(lab::Audience::program))
         json["targets"] = jsonOf(*targets);
     return json;
 }

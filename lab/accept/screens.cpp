@@ -1,5 +1,7 @@
 #include "accept/screens.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -83,8 +85,7 @@ std::optional<Area> areaFrom(const std::string &text)
 
 std::string textOf(const Area &area)
 {
-    return std::to_string(area.width) + " x " + std::to_string(area.height) + " pixels at "
-        + std::to_string(area.x) + ", " + std::to_string(area.y);
+    return lab::format(lab::tr("%d x %d pixels at %d, %d"), area.width, area.height, area.x, area.y);
 }
 
 } // namespace acceptance

@@ -19,7 +19,8 @@ struct Setting
 
     Frame frame;
     Scale scale;
-    int fingers = 10;     ///< that the board must tell apart
+    lab::Audience audience = lab::Audience::person; ///< for whom findings are told
+    int fingers = 10;                               ///< that the board must tell apart
     Limits targets;       ///< how far places may be from the targets that a person taps
     Limits lines;         ///< how far a stroke along a ruler may be from its line
     double stillness = 0; ///< how far a resting finger may wander, from end to end
@@ -43,8 +44,8 @@ struct Finding
 /// What a step is told by, and judged.
 struct Step
 {
-    const char *key; ///< a name for programs
-    const char *title;
+    const char *key;   ///< a name for programs
+    const char *title; ///< in English, as the next
     /// What to press in the window, from the state in which the step before has left it.
     const char *pattern;
     /// A paragraph, and perhaps a drawing line by line.

@@ -8,6 +8,7 @@
 #include "commands/recording.h"
 #include "commands/recordingsocket.h"
 #include "commands/window.h"
+#include "language.h"
 
 #include "capture/boards.h"
 #include "capture/newfile.h"
@@ -90,15 +91,14 @@ public:
     void tellBeginning()
     {
         if (!hasBoard())
-            say("No board is connected. Check its cable and its power.");
+            say(tr("No board is connected. Check its cable and its power."));
         const acceptance::Frame frame = setting().frame;
-        say("The content of the window, below its title, is " + acceptance::textOf(frame.window)
-            + ", of a screen of " + std::to_string(frame.screen.width) + " x "
-            + std::to_string(frame.screen.height) + ".");
+        // TRANSLATORS: the first %s is "800 x 600 pixels at 10, 20", for example.
+        say(format(tr("The content of the window, below its title, is %s, of a screen of %d x %d."),
+                   acceptance::textOf(frame.window).c_str(), frame.screen.width, frame.screen.height));
         if (!m_given.window && !windowOf(m_program.process()))
-            say("This is a guess. If the window has a title, or a panel takes some of the screen, start "
-                "again with "
-                "--window.");
+            say(tr("This is a guess. If the window has a title, or a panel takes some of the screen, start "
+                   "again with --window."));
     }
 
     Setting setting() override
@@ -225,8 +225,7 @@ std::optional<Given> understood(const AcceptOptions &options)
     if (!options.window.empty()) {
         given.window = acceptance::areaFrom(options.window);
         if (!given.window) {
-            std::fprintf(stderr, "lanternix-lab: \"%s\" is no area such as 1920x1060+0+20\n",
-                         options.window.c_str());
+            complain(tr("\"%s\" is no area such as 1920x1060+0+20"), options.window.c_str());
             return {};
         }
     }
@@ -240,7 +239,7 @@ std::optional<acceptance::Outcome> lead(const AcceptOptions &options, const Give
     LiveLines lines(awaitRecording(nameOfRecordingSocket(), program));
     Room room(given, program, lines, options.json ? stderr : stdout);
     if (!lines.isConnected() || !room.open()) {
-        std::fprintf(stderr, "lanternix-lab: lanternix has ended before the test began\n");
+        complain(tr("lanternix has ended before the test began"));
         return {};
     }
     room.tellBeginning();
@@ -275,14 +274,15 @@ grading::Report emptyReport(const Grading &grading)
 
 void tell(const Files &files, const acceptance::Outcome &outcome, bool keepsLimits, bool json)
 {
-    const std::string verdict = acceptance::verdictText(outcome, keepsLimits);
     if (!json) {
-        std::printf("%s\npage %s, recording %s\n", verdict.c_str(), files.page.c_str(),
-                    files.recording.c_str());
+        const std::string verdict = acceptance::verdictText(outcome, keepsLimits);
+        std::printf("%s\n", verdict.c_str());
+        // TRANSLATORS: two files.
+        std::printf(tr("page %s, recording %s\n"), files.page.c_str(), files.recording.c_str());
         return;
     }
     auto told = acceptance::jsonOf(outcome);
-    told["text"] = verdict;
+    told["text"] = acceptance::verdictText(outcome, keepsLimits, Audience::program);
     told["limits_kept"] = keepsLimits;
     told["page"] = files.page;
     told["recording"] = files.recording;
@@ -323,7 +323,7 @@ int acceptBoard(const AcceptOptions &options)
         return unreadable;
     const Files files = filesOf(options);
     if (files.page == files.recording) {
-        std::fprintf(stderr, "lanternix-lab: the page and the recording cannot be the same file\n");
+        complain(tr("the page and the recording cannot be the same file"));
         return unreadable;
     }
     Recording::Choice choice = options.recording;
