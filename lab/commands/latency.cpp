@@ -3,6 +3,7 @@
 #include "commands/latencytext.h"
 #include "commands/virtualscreen.h"
 #include "commands/window.h"
+#include "language.h"
 
 #include "page/latencychart.h"
 
@@ -62,9 +63,9 @@ bool hasServer()
         return true;
     const char *const display = std::getenv("DISPLAY");
     if (display && *display)
-        std::fprintf(stderr, "lanternix-lab: no X server answers at DISPLAY %s; use --headless\n", display);
+        complain(tr("no X server answers at DISPLAY %s; use --headless"), display);
     else
-        std::fprintf(stderr, "lanternix-lab: DISPLAY names no X server; use --headless\n");
+        complain(tr("DISPLAY names no X server; use --headless"));
     return false;
 }
 
@@ -97,14 +98,14 @@ int run(const LatencyOptions &options)
     if (!hasServer() || !canWrite(options.output))
         return unreadable;
     if (isatty(STDERR_FILENO) != 0)
-        std::fprintf(stderr, "measuring; leave keyboard, pointer and board alone\n");
+        std::fprintf(stderr, "%s\n", tr("measuring; leave keyboard, pointer and board alone"));
     try {
         latency::Screen watched;
         return tell(options, latency::measure({program, folderOf(driver)}, watched, planOf(options)));
     } catch (const latency::NotStarted &) {
         return unreadable;
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "lanternix-lab: %s: %s\n", program.c_str(), error.what());
+        complain("%s: %s", program.c_str(), error.what());
         return unreadable;
     }
 }
@@ -119,7 +120,7 @@ std::string faultOf(const std::string &size)
         && static_cast<std::size_t>(end) == size.size();
     if (isSize && width >= 640 && width <= 7680 && height >= 480 && height <= 4320)
         return {};
-    return size + " is no size from 640x480 to 7680x4320";
+    return format(tr("%s is no size from 640x480 to 7680x4320"), size.c_str());
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 #include "commands/latencytext.h"
 
 #include "commands/json.h"
+#include "language.h"
 
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace lab {
 
@@ -16,29 +15,32 @@ using latency::Rest;
 using latency::Row;
 using latency::timeText;
 
-constexpr const char *tableHeading = R"(
-                            reports      min   median     95 %     99 %      max     mean | beyond the tick
-                                                                                          |     mean     99 %
-)";
+// TRANSLATORS: keep the words above their numbers: each ends in the same column as it does here.
+constexpr const char *firstHeading = trLater("                            reports      min   median     95 % "
+                                             "    99 %      max     mean | beyond the tick");
+constexpr const char *secondHeading = trLater("                                                              "
+                                              "                            |     mean     99 %");
 
 std::string tableLine(const Row &row, const latency::TickWait &tick)
 {
     const Distribution times = latency::distributionOf(row.times);
     const Rest rest = latency::beyondTick(times, tick);
-    std::array<char, 160> line{};
-    std::snprintf(line.data(), line.size(),
-                  "  %-26s %7zu %8.2f %8.2f %8.2f %8.2f %8.2f %8.2f | %8.2f %8.2f\n", row.name.c_str(),
-                  times.samples, times.least, times.median, times.p95, times.p99, times.most, times.mean,
-                  rest.mean, rest.p99);
-    return line.data();
+    constexpr std::size_t nameWidth = 26;
+    return "  " + padded(latency::nameOf(row), nameWidth)
+        + format(" %7zu %8.2f %8.2f %8.2f %8.2f %8.2f %8.2f | %8.2f %8.2f\n", times.samples, times.least,
+                 times.median, times.p95, times.p99, times.most, times.mean, rest.mean, rest.p99);
 }
 
 std::string headingOf(const Row &row)
 {
-    const std::string what = row.split == "pattern" ? "pattern"
-        : row.split == "age"                        ? "age of the contact"
-                                                    : "length of the stroke";
-    return row.split == "contacts" ? "contacts and info tags" : what + " (" + latency::drawnBy(row) + ")";
+    const std::string drawer = latency::drawnBy(row);
+    if (row.split == "contacts")
+        return tr("contacts and info tags");
+    // TRANSLATORS: by what the rows below are told apart, and who drew them: "2 contacts, tags on".
+    return format(row.split == "pattern"   ? tr("pattern (%s)")
+                      : row.split == "age" ? tr("age of the contact (%s)")
+                                           : tr("length of the stroke (%s)"),
+                  drawer.c_str());
 }
 
 /// Microseconds are as much as a clock tells.
@@ -70,8 +72,10 @@ Json rowJson(const Row &row, const latency::TickWait &tick)
 
 std::string latencyText(const Outcome &outcome)
 {
-    std::string text = "milliseconds from the driver's callback to the pixel, on a screen of "
-        + std::to_string(outcome.width) + " x " + std::to_string(outcome.height) + "\n" + tableHeading;
+    std::string text =
+        format(tr("milliseconds from the driver's callback to the pixel, on a screen of %d x %d"),
+               outcome.width, outcome.height)
+        + "\n\n" + tr(firstHeading) + "\n" + tr(secondHeading) + "\n";
     std::string split;
     for (const Row &row : outcome.rows) {
         if (row.split != split)
@@ -81,12 +85,18 @@ std::string latencyText(const Outcome &outcome)
     }
     const Row &first = outcome.rows.front();
     const Distribution times = latency::distributionOf(first.times);
-    text += "\nThe program redraws every " + timeText(outcome.tick.period) + " ms (median of "
-        + std::to_string(outcome.ticks.size()) + "), so a report waits " + timeText(outcome.tick.mean())
-        + " ms for the tick on average.\n";
-    text += "Of the mean of " + timeText(times.mean) + " ms (" + first.name + "), "
-        + timeText(outcome.tick.mean()) + " ms are the tick's own; "
-        + timeText(latency::beyondTick(times, outcome.tick).mean) + " ms remain.\n";
+    text += "\n"
+        + format(tr("The program redraws every %s ms (median of %zu), so a report waits %s ms for the tick "
+                    "on average."),
+                 timeText(outcome.tick.period).c_str(), outcome.ticks.size(),
+                 timeText(outcome.tick.mean()).c_str())
+        + "\n";
+    // TRANSLATORS: the second %s is the name of a row, such as "1 contact, tags on".
+    text += format(tr("Of the mean of %s ms (%s), %s ms are the tick's own; %s ms remain."),
+                   timeText(times.mean).c_str(), latency::nameOf(first).c_str(),
+                   timeText(outcome.tick.mean()).c_str(),
+                   timeText(latency::beyondTick(times, outcome.tick).mean).c_str())
+        + "\n";
     return text;
 }
 

@@ -1,5 +1,6 @@
 #include "latency/experiment.h"
 
+#include "language.h"
 #include "latency/fields.h"
 #include "latency/measurement.h"
 
@@ -10,6 +11,9 @@
 namespace latency {
 
 namespace {
+
+using lab::tr;
+using lab::trLater;
 
 constexpr std::size_t warmUp = 5; // reports; the first one makes the contact
 constexpr Nanoseconds warmUpInterval = 20 * millisecond;
@@ -25,9 +29,10 @@ struct Pattern
     std::uint32_t key; ///< as in keysymdef.h
 };
 
-constexpr Pattern plain = {"white", 0};
-constexpr Pattern patterns[] = {{"grid", 'g'},  {"targets", 's'},          {"colour field", 'c'},
-                                {"black", 'b'}, {"vertical bars", 0xff51}, {"horizontal bars", 0xff53}};
+constexpr Pattern plain = {trLater("white"), 0};
+constexpr Pattern patterns[] = {
+    {trLater("grid"), 'g'},  {trLater("targets"), 's'},          {trLater("colour field"), 'c'},
+    {trLater("black"), 'b'}, {trLater("vertical bars"), 0xff51}, {trLater("horizontal bars"), 0xff53}};
 
 double inMilliseconds(Nanoseconds time)
 {
@@ -65,7 +70,7 @@ public:
             m_program.show(pattern.key);
         m_walk = visible(m_fields.walk(true), screen);
         if (m_walk.size() < warmUp + youngStroke)
-            throw std::runtime_error("the contacts cannot be told from the pattern");
+            throw std::runtime_error(tr("the contacts cannot be told from the pattern"));
     }
 
     /// Reports that come at all times between two ticks in turn.
@@ -223,10 +228,10 @@ private:
     {
         return {m_paths, m_screen, contacts(), tags(), pattern};
     }
-    void add(const std::string &split, const std::string &name, std::vector<double> times)
+    void add(const std::string &split, const std::string &name, std::vector<double> times, int length = 0)
     {
         if (!times.empty())
-            m_outcome.rows.push_back({split, name, contacts(), tags(), std::move(times)});
+            m_outcome.rows.push_back({split, name, contacts(), tags(), std::move(times), length});
     }
     void measureTick();
     void measureContacts();
@@ -245,7 +250,7 @@ void Experiment::measureTick()
 {
     m_outcome.ticks = Series(m_paths, m_screen, 1, false, plain).ticks();
     if (m_outcome.ticks.empty())
-        throw std::runtime_error("the program does not redraw while a contact moves");
+        throw std::runtime_error(tr("the program does not redraw while a contact moves"));
     m_outcome.tick = {distributionOf(m_outcome.ticks).median};
     m_tick = static_cast<Nanoseconds>(m_outcome.tick.period * static_cast<double>(millisecond));
 }
@@ -255,8 +260,8 @@ void Experiment::measureContacts()
     for (const int count : m_plan.contacts) {
         for (const bool hasTags : m_plan.tags) {
             Series series(m_paths, m_screen, count, hasTags, plain);
-            Row row{"contacts", {}, count, hasTags, series.oneByOne(m_plan.samples, m_tick)};
-            row.name = drawnBy(row);
+            Row row{"contacts", {}, count, hasTags, series.oneByOne(m_plan.samples, m_tick), 0};
+            row.name = drawnBy(row, lab::Audience::program);
             m_outcome.rows.push_back(std::move(row));
         }
     }
@@ -271,8 +276,8 @@ void Experiment::measurePatterns()
 void Experiment::measureAges()
 {
     auto [early, late] = series().byAge(m_plan.samples);
-    add("age", "first 100 ms of a contact", std::move(early));
-    add("age", "after 100 ms of a contact", std::move(late));
+    add("age", trLater("first 100 ms of a contact"), std::move(early));
+    add("age", trLater("after 100 ms of a contact"), std::move(late));
 }
 
 void Experiment::measureLengths()
@@ -280,7 +285,7 @@ void Experiment::measureLengths()
     const std::vector<int> lengths{5, 1'000, 20'000};
     const std::vector<std::vector<double>> times = series().byLength(lengths, m_plan.samples, m_tick);
     for (std::size_t i = 0; i < lengths.size(); ++i)
-        add("length", "stroke after " + std::to_string(lengths[i]) + " reports", times[i]);
+        add("length", lab::format(strokeName, lengths[i]), times[i], lengths[i]);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "latency/fields.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <string>
@@ -22,8 +24,10 @@ Fields::Fields(const acceptance::Area &window, int contacts)
     const int most = width / leastSize; // in a row
     const int rows = most > 0 ? (contacts + most - 1) / most : 0;
     if (rows == 0 || height / rows < leastSize)
-        throw std::runtime_error("the window has no room for the info tags of " + std::to_string(contacts)
-                                 + (contacts == 1 ? " contact" : " contacts"));
+        throw std::runtime_error(
+            lab::format(lab::trPlural("the window has no room for the info tags of %d contact",
+                                      "the window has no room for the info tags of %d contacts", contacts),
+                        contacts));
     m_across = (contacts + rows - 1) / rows;
     m_width = width / m_across / period * period;
     m_height = height / rows / period * period;

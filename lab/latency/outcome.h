@@ -1,5 +1,6 @@
 #pragma once
 
+#include "language.h"
 #include "latency/statistics.h"
 
 #include <string>
@@ -11,18 +12,20 @@ namespace latency {
 struct Row
 {
     std::string split; ///< by what these reports are told apart: "contacts", "pattern", "age" or "length"
-    std::string name;  ///< which of them these are, for a person
+    std::string name;  ///< which of them these are, in English
     int contacts = 0;
     bool tags = false;
     std::vector<double> times; ///< from the driver's callback to the pixel, milliseconds; never empty
+    int length = 0;            ///< of the stroke before, in reports, if that is what tells them apart
 };
 
+/// The name of a row that is told apart by its length.
+inline constexpr const char *strokeName = lab::trLater("stroke after %d reports");
+
 /// Who drew it, such as "2 contacts, tags on".
-inline std::string drawnBy(const Row &row)
-{
-    return std::to_string(row.contacts) + (row.contacts == 1 ? " contact" : " contacts")
-        + (row.tags ? ", tags on" : ", tags off");
-}
+std::string drawnBy(const Row &row, lab::Audience audience = lab::Audience::person);
+/// The row's name for a person.
+std::string nameOf(const Row &row);
 
 /// What was measured.
 struct Outcome

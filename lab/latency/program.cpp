@@ -1,6 +1,7 @@
 #include "latency/program.h"
 
 #include "commands/window.h"
+#include "language.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,6 +17,8 @@
 namespace latency {
 
 namespace {
+
+using lab::tr;
 
 constexpr std::uint32_t keySpace = ' ';
 constexpr std::uint32_t keyHelp = 'h';
@@ -73,7 +76,7 @@ SharedRoom::SharedRoom() : m_file(memfd_create("deliveries", 0))
     if (memory == MAP_FAILED) {
         const int error = errno;
         close(m_file);
-        throw std::runtime_error(std::string("no shared memory: ") + std::strerror(error));
+        throw std::runtime_error(lab::format(tr("no shared memory: %s"), std::strerror(error)));
     }
     m_room = static_cast<DeliveryRoom *>(memory);
     sem_init(&m_room->requested, 1, 0);
@@ -145,12 +148,12 @@ void Program::awaitFirstPicture()
         }
         check();
         if (now() > deadline)
-            throw std::runtime_error("the program shows no picture");
+            throw std::runtime_error(tr("the program shows no picture"));
     }
     m_screen.settle(watchInterval, deadline);
     m_window = lab::windowOf(m_launch.process()).value_or(acceptance::Area());
     if (!m_room->registered)
-        throw std::runtime_error("the program has not registered with the driver that measures");
+        throw std::runtime_error(tr("the program has not registered with the driver that measures"));
 }
 
 void Program::end()
@@ -168,9 +171,9 @@ void Program::check()
         return;
     constexpr int signals = 128; // what is added to the number of one that ended the program
     const int status = m_launch.wait();
-    throw std::runtime_error(status > signals ? std::string("the program was ended by signal ")
-                                     + strsignal(status - signals)
-                                              : "the program ended with status " + std::to_string(status));
+    throw std::runtime_error(
+        status > signals ? lab::format(tr("the program was ended by signal %s"), strsignal(status - signals))
+                         : lab::format(tr("the program ended with status %d"), status));
 }
 
 /// Waits for what comes with a change on the screen, or without one.
@@ -189,7 +192,7 @@ void Program::press(std::uint32_t key)
 {
     // Else the key would go to another program.
     await([this] { return lab::hasFocus(m_launch.process()); },
-          "the program's window does not get the keyboard's focus");
+          tr("the program's window does not get the keyboard's focus"));
     m_screen.press(key);
 }
 
@@ -199,14 +202,14 @@ void Program::prepare(bool tags)
         press(keySpace);
     press(keyHelp); // comes last: once it has taken effect, so have those before
     await([this] { return isAllWhite(m_screen.picture(), m_window); },
-          "the help text does not vanish; is another window in front?");
+          tr("the help text does not vanish; is another window in front?"));
     keepEmpty();
 }
 
 void Program::show(std::uint32_t key)
 {
     press(key);
-    await([this] { return !isAllWhite(m_screen.picture(), m_window); }, "a pattern does not appear");
+    await([this] { return !isAllWhite(m_screen.picture(), m_window); }, tr("a pattern does not appear"));
     keepEmpty();
 }
 
@@ -217,7 +220,7 @@ void Program::clear()
         const Picture picture = m_screen.picture();
         return everywhere(m_window, [&](Point place) { return picture.at(place) == m_empty.at(place); });
     };
-    await(isEmpty, "the strokes cannot be wiped away");
+    await(isEmpty, tr("the strokes cannot be wiped away"));
     m_screen.settle(watchInterval, now() + patience);
 }
 
@@ -236,7 +239,7 @@ const Delivery *Program::deliver(const std::vector<boardsim::Bytes> &reports, Na
 void Program::beginDelivery(const std::vector<boardsim::Bytes> &reports, Nanoseconds interval)
 {
     if (reports.size() > DeliveryRoom::capacity)
-        throw std::runtime_error("too many reports at once");
+        throw std::runtime_error(tr("too many reports at once"));
     const Nanoseconds lead =
         interval > 0 ? 10 * millisecond : 0; // the driver's thread wakes before the first
     Nanoseconds due = 0;
@@ -263,7 +266,7 @@ const Delivery *Program::awaitDelivery()
             return m_room->deliveries;
         check();
         if (now() > deadline)
-            throw std::runtime_error("the program does not take a report");
+            throw std::runtime_error(tr("the program does not take a report"));
     }
 }
 
@@ -278,7 +281,7 @@ Nanoseconds Program::awaitStrokes(const std::vector<Point> &points, const std::v
         }
         check();
         if (now() > deadline)
-            throw std::runtime_error("a report has not reached its place on the screen");
+            throw std::runtime_error(tr("a report has not reached its place on the screen"));
     }
 }
 

@@ -1,5 +1,7 @@
 #include "latency/screen.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +13,8 @@
 namespace latency {
 
 namespace {
+
+using lab::tr;
 
 constexpr std::uint32_t allPlanes = 0xffffffff;
 constexpr int strokeDifference = 100; // of 255; an info tag tints by 32
@@ -24,7 +28,7 @@ int channel(Colour colour, int shift)
 template <typename Reply> std::unique_ptr<Reply, void (*)(void *)> owned(Reply *reply)
 {
     if (!reply)
-        throw std::runtime_error("the X server does not answer");
+        throw std::runtime_error(tr("the X server does not answer"));
     return {reply, std::free};
 }
 
@@ -55,7 +59,7 @@ Screen::Screen() : m_connection(xcb_connect(nullptr, nullptr), xcb_disconnect)
 
     const xcb_query_extension_reply_t *const extension = xcb_get_extension_data(x, &xcb_damage_id);
     if (!extension || !extension->present)
-        throw std::runtime_error("the X server lacks the DAMAGE extension");
+        throw std::runtime_error(tr("the X server lacks the DAMAGE extension"));
     owned(xcb_damage_query_version_reply(x, xcb_damage_query_version(x, 1, 1), nullptr));
     m_damageEvent = static_cast<std::uint8_t>(extension->first_event + XCB_DAMAGE_NOTIFY);
     m_damage = xcb_generate_id(x);
@@ -69,7 +73,7 @@ Screen::~Screen() = default;
 void Screen::check() const
 {
     if (xcb_connection_has_error(m_connection.get()))
-        throw std::runtime_error("no connection to the X server");
+        throw std::runtime_error(tr("no connection to the X server"));
 }
 
 /// Takes all events and returns whether one of them reports a change.
@@ -117,7 +121,7 @@ Nanoseconds Screen::settle(Nanoseconds quiet, Nanoseconds deadline)
     while (const auto change = waitForChange(now() + quiet)) {
         last = *change;
         if (last > deadline)
-            throw std::runtime_error("the screen does not come to rest");
+            throw std::runtime_error(tr("the screen does not come to rest"));
     }
     return last;
 }
@@ -170,7 +174,7 @@ void Screen::press(std::uint32_t symbol)
     const xcb_keysym_t *const end = symbols + xcb_get_keyboard_mapping_keysyms_length(mapping.get());
     const xcb_keysym_t *const found = std::find(symbols, end, symbol);
     if (found == end)
-        throw std::runtime_error("the X server's keyboard lacks a key");
+        throw std::runtime_error(tr("the X server's keyboard lacks a key"));
     const auto code =
         static_cast<std::uint8_t>(setup->min_keycode + (found - symbols) / mapping->keysyms_per_keycode);
     xcb_test_fake_input(x, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, m_root, 0, 0, 0);
