@@ -1,5 +1,6 @@
 #include "commands/junit.h"
 
+#include "language.h"
 #include "page/reportpage.h"
 
 namespace lab {
@@ -22,7 +23,8 @@ void JUnit::add(const grading::Report &report, const std::vector<Limit> &limits)
         report.file, {static_cast<int>(graded + limits.size()), total.failed + passed, 0, total.notGraded});
     if (report.profile) {
         for (const grading::Limit &limit : report.profile->limits) {
-            const std::string value = page::valueText(figures, limit.key) + "; " + limitText(limit);
+            const std::string value = page::valueText(figures, limit.key, Audience::program) + "; "
+                + limitText(limit, Audience::program);
             const grading::Verdict verdict = report.grade(limit.key).verdict;
             m_printer.addCase(testedClass, limit.key,
                               verdict == grading::Verdict::fail       ? "failure"
@@ -34,7 +36,7 @@ void JUnit::add(const grading::Report &report, const std::vector<Limit> &limits)
     for (const Limit &limit : limits) {
         const bool isPassed = figures.count(limit.key) > 0 && limit.isPassedBy(figures.at(limit.key));
         m_printer.addCase(testedClass, limit.text, isPassed ? "failure" : nullptr,
-                          page::valueText(figures, limit.key));
+                          page::valueText(figures, limit.key, Audience::program));
     }
     m_printer.endSuite();
 }

@@ -2,6 +2,7 @@
 
 #include "commands/files.h"
 #include "commands/input.h"
+#include "language.h"
 
 #include <algorithm>
 #include <charconv>
@@ -60,8 +61,7 @@ bool Grading::read(const std::string &sizeText, const std::string &profileName)
         return true;
     size = sizeOf(sizeText);
     if (!size)
-        std::fprintf(stderr, "lanternix-lab: --size %s is no size in millimetres such as 1660x934\n",
-                     sizeText.c_str());
+        complain(tr("--size %s is no size in millimetres such as 1660x934"), sizeText.c_str());
     return size.has_value();
 }
 
@@ -98,7 +98,7 @@ std::vector<std::string> recordingsOf(const std::vector<std::string> &names)
         }
         std::sort(files.begin() + first, files.end());
         if (error)
-            std::fprintf(stderr, "%s:0: cannot be read: %s\n", name.c_str(), error.message().c_str());
+            std::fprintf(stderr, tr("%s:0: cannot be read: %s\n"), name.c_str(), error.message().c_str());
     }
     return files;
 }

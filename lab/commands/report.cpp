@@ -3,6 +3,7 @@
 #include "commands/limits.h"
 #include "commands/measure.h"
 #include "commands/reporttext.h"
+#include "language.h"
 
 #include "page/reportpage.h"
 
@@ -104,7 +105,7 @@ int Reporter::run()
 {
     const std::vector<std::string> files = recordingsOf(m_options.files);
     if (files.empty()) {
-        std::fprintf(stderr, "lanternix-lab: there is no recording in %s\n", m_options.files.front().c_str());
+        complain(tr("there is no recording in %s"), m_options.files.front().c_str());
         return unreadable;
     }
     m_isPair = files.size() == 2 && files == m_options.files && !m_options.jsonLines;
@@ -189,7 +190,9 @@ void Reporter::checkLimits(const Report &report)
         if (figure == report.summary.figures.end() || !limit.isPassedBy(figure->second))
             continue;
         m_isPassed = true;
-        std::fprintf(stderr, "%s: %s: it is %g\n", report.file.c_str(), limit.text.c_str(), figure->second);
+        // TRANSLATORS: a file, a limit such as gap_count>0, and the value that passes it.
+        std::fprintf(stderr, tr("%s: %s: it is %g\n"), report.file.c_str(), limit.text.c_str(),
+                     figure->second);
     }
 }
 

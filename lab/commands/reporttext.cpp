@@ -1,6 +1,7 @@
 #include "commands/reporttext.h"
 
 #include "commands/text.h"
+#include "language.h"
 
 #include "page/reportpage.h"
 
@@ -70,8 +71,8 @@ Json driverJson(const grading::Summary &summary)
 /// Text in columns; the first one is left-aligned, and the last one as long as it is.
 std::string rowText(const std::string &name, const std::string &value, const std::string &rest)
 {
-    std::string line = name + std::string(name.size() < 26 ? 26 - name.size() : 1, ' ');
-    line += std::string(value.size() < 14 ? 14 - value.size() : 0, ' ') + value;
+    std::string line = padded(padded(name, 25) + " ", 26);
+    line += paddedBefore(value, 14);
     if (!rest.empty())
         line += "  " + rest;
     return line + "\n";
@@ -147,7 +148,7 @@ std::string reportText(const grading::Report &report)
             continue;
         std::string rest;
         if (grade.limit)
-            rest = std::string(nameOf(grade.verdict)) + ", " + limitText(*grade.limit);
+            rest = std::string(tr(nameOf(grade.verdict).data())) + ", " + limitText(*grade.limit);
         text +=
             rowText(std::string(info.key), plain(page::valueText(report.summary.figures, info.key)), rest);
     }
@@ -162,7 +163,7 @@ std::string comparisonText(const grading::Report &before, const grading::Report 
         text += rowText(std::string(difference.key),
                         plain(page::valueText(before.summary.figures, difference.key)),
                         plain(page::valueText(after.summary.figures, difference.key)) + "  "
-                            + std::string(nameOf(difference.change)));
+                            + tr(nameOf(difference.change).data()));
     }
     return text;
 }

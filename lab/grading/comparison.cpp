@@ -1,5 +1,7 @@
 #include "grading/comparison.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <numeric>
 #include <random>
@@ -7,6 +9,8 @@
 namespace grading {
 
 namespace {
+
+using lab::trLater;
 
 constexpr std::size_t resamples = 1000;
 constexpr std::uint64_t fewest = 5;
@@ -52,13 +56,13 @@ std::string_view nameOf(Change change)
 {
     switch (change) {
     case Change::better:
-        return "better";
+        return trLater("better");
     case Change::worse:
-        return "worse";
+        return trLater("worse");
     case Change::notShown:
         break;
     }
-    return "no difference shown";
+    return trLater("no difference shown");
 }
 
 std::vector<Difference> compare(const Summary &before, const Summary &after)

@@ -20,9 +20,9 @@ struct FigureInfo
     std::string_view key;
     std::string_view unit; ///< "Hz", "units", "mm", "us", "%", or empty for counts and ratios
     bool isBetterHigh;
-    std::string_view title;
-    std::string_view how; ///< it is computed, in one line
-    std::string_view why; ///< it matters, and what to look at when it is bad
+    std::string_view title; ///< in English, as the next two and the unit
+    std::string_view how;   ///< it is computed, in one line
+    std::string_view why;   ///< it matters, and what to look at when it is bad
 };
 
 /// All figures, in the order in which a report lists them.

@@ -1,6 +1,7 @@
 #include "grading/handbacks.h"
 
 #include "hardware/reportlayout.h"
+#include "language.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -12,6 +13,9 @@ namespace {
 
 using capture::Contact;
 using capture::ReportKind;
+using lab::format;
+using lab::tr;
+using lab::trLater;
 
 /// A recording has lines of one moment in any order, and the program hands back on two threads.
 constexpr std::int64_t disorder = 300'000; // microseconds
@@ -63,7 +67,7 @@ void Handbacks::add(const Key &key, const Contact &contact, std::int64_t at, boo
     if (life.states.size() <= mostStates)
         return;
     if (life.isSent)
-        complain(key, life, at, "was no longer handed back");
+        complain(key, life, at, trLater("was no longer handed back"));
     life.isOwn = true;
     life.states.clear();
 }
@@ -97,7 +101,8 @@ void Handbacks::judge(const Key &key, const Contact &contact, std::int64_t at)
     Life &life = lives.back();
     if (life.isWrong || !life.isJudged)
         return;
-    complain(key, life, at, life.isSent ? "was handed back out of order or twice" : "changed sides");
+    complain(key, life, at,
+             life.isSent ? trLater("was handed back out of order or twice") : trLater("changed sides"));
 }
 
 bool Handbacks::accepts(Life &life, const Contact &contact)
@@ -139,7 +144,7 @@ void Handbacks::judgeEnd(const Key &key, Life &life, std::int64_t now)
     if (!life.isSent || life.isWrong || !life.isJudged || life.states.size() < 2)
         return;
     if (life.states[1].at <= now)
-        complain(key, life, life.states[1].at, "was not handed back to its end");
+        complain(key, life, life.states[1].at, trLater("was not handed back to its end"));
 }
 
 void Handbacks::finish(std::int64_t at)
@@ -158,10 +163,11 @@ void Handbacks::complain(const Key &key, Life &life, std::int64_t at, const char
     ++m_violations;
     if (m_complaints.size() == mostComplaints)
         return;
-    char text[128];
-    std::snprintf(text, sizeof text, "%.6f s: %s %d, down since %.6f s, %s", static_cast<double>(at) / 1e6,
-                  capture::nameOf(key.first).data(), key.second, static_cast<double>(life.from) / 1e6, what);
-    m_complaints.emplace_back(text);
+    // TRANSLATORS: a time, "touch" or "pen", its number, the time since which it was down, and what went
+    // wrong.
+    m_complaints.push_back(format(tr("%.6f s: %s %d, down since %.6f s, %s"), static_cast<double>(at) / 1e6,
+                                  capture::kindText(key.first), key.second,
+                                  static_cast<double>(life.from) / 1e6, tr(what)));
 }
 
 } // namespace grading

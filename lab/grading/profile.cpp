@@ -1,5 +1,6 @@
 #include "grading/profile.h"
 
+#include "language.h"
 #include "scenarioreader.h"
 
 #include <algorithm>
@@ -17,6 +18,9 @@ namespace grading {
 
 namespace {
 
+using lab::format;
+using lab::tr;
+using lab::trLater;
 using simdjson::ondemand::array;
 using simdjson::ondemand::document;
 using simdjson::ondemand::field;
@@ -65,11 +69,11 @@ template <typename Read> void Parser::eachField(object &held, Read read)
         const Place place = found.key().raw();
         std::string_view name;
         if (found.unescaped_key().get(name))
-            fail(place, "a name is no text");
+            fail(place, tr("a name is no text"));
         const std::string known(name);
         value inner = found.value();
         if (!read(known, place, inner))
-            fail(place, "there is no field \"" + known + "\" here");
+            fail(place, format(tr("there is no field \"%s\" here"), known.c_str()));
     }
 }
 
@@ -77,7 +81,7 @@ std::string Parser::text(value &held, Place place) const
 {
     std::string_view read;
     if (held.get_string().get(read))
-        fail(place, "a text is expected");
+        fail(place, tr("a text is expected"));
     return std::string(read);
 }
 
@@ -85,7 +89,7 @@ double Parser::number(value &held, Place place) const
 {
     double read = 0;
     if (held.get_double().get(read) || !std::isfinite(read))
-        fail(place, "a number is expected");
+        fail(place, tr("a number is expected"));
     return read;
 }
 
@@ -94,15 +98,15 @@ BoardSize Parser::size(value &held, Place place) const
     std::vector<double> sides;
     array list;
     if (held.get_array().get(list))
-        fail(place, "the size is [width, height] in millimetres");
+        fail(place, tr("the size is [width, height] in millimetres"));
     for (auto next : list) {
         value side;
         if (next.get(side))
-            fail(place, "the size is [width, height] in millimetres");
+            fail(place, tr("the size is [width, height] in millimetres"));
         sides.push_back(number(side, place));
     }
     if (sides.size() != 2 || sides[0] <= 0 || sides[1] <= 0)
-        fail(place, "the size is [width, height] in millimetres");
+        fail(place, tr("the size is [width, height] in millimetres"));
     return {sides[0], sides[1]};
 }
 
@@ -133,13 +137,14 @@ Limit Parser::limit(object &held, Place place)
     });
     const FigureInfo *const info = figureInfo(limit.key);
     if (!info)
-        fail(place, "there is no figure \"" + limit.key + "\"");
+        fail(place, format(tr("there is no figure \"%s\""), limit.key.c_str()));
     if (unit != info->unit)
-        fail(place, "the unit of " + limit.key + " is \"" + std::string(info->unit) + "\"");
+        fail(place,
+             format(tr("the unit of %s is \"%s\""), limit.key.c_str(), std::string(info->unit).c_str()));
     if (bounds != 1)
-        fail(place, R"(a limit has either "most" or "least")");
+        fail(place, tr(R"(a limit has either "most" or "least")"));
     if (limit.soft < 0)
-        fail(place, R"("soft" is a width, 0 or more)");
+        fail(place, tr(R"("soft" is a width, 0 or more)"));
     return limit;
 }
 
@@ -147,17 +152,17 @@ void Parser::limits(value &held, Place place, Profile &profile)
 {
     array list;
     if (held.get_array().get(list))
-        fail(place, "the limits are a list");
+        fail(place, tr("the limits are a list"));
     for (auto next : list) {
         object inner;
         if (next.get_object().get(inner))
-            fail(place, "a limit is an object");
+            fail(place, tr("a limit is an object"));
         const std::string_view token = inner.raw_json().value();
         if (inner.reset().error())
-            fail(token.data(), "a limit is an object");
+            fail(token.data(), tr("a limit is an object"));
         Limit read = limit(inner, token.data());
         if (profile.limitOf(read.key))
-            fail(token.data(), "a second limit of " + read.key);
+            fail(token.data(), format(tr("a second limit of %s"), read.key.c_str()));
         profile.limits.push_back(std::move(read));
     }
 }
@@ -169,7 +174,7 @@ void Parser::checkSyntax() const
         [[maybe_unused]] const auto ignored =
             nlohmann::json::parse(m_text.data(), m_text.data() + m_text.size());
     } catch (const nlohmann::json::parse_error &error) {
-        fail(m_text.data() + std::max<std::size_t>(error.byte, 1) - 1, "this is no JSON");
+        fail(m_text.data() + std::max<std::size_t>(error.byte, 1) - 1, tr("this is no JSON"));
     }
 }
 
@@ -182,7 +187,7 @@ Profile Parser::parse()
     if (const auto error = parser.iterate(m_text).get(parsed))
         fail(nullptr, simdjson::error_message(error));
     if (parsed.get_object().get(root))
-        fail(nullptr, "a profile is a JSON object");
+        fail(nullptr, tr("a profile is a JSON object"));
     Profile profile;
     eachField(root, [&](const std::string &name, Place place, value &held) {
         if (name == "name")
@@ -198,9 +203,9 @@ Profile Parser::parse()
         return true;
     });
     if (profile.name.empty())
-        fail(nullptr, R"(the profile has no "name")");
+        fail(nullptr, tr(R"(the profile has no "name")"));
     if (profile.limits.empty())
-        fail(nullptr, R"(the profile has no "limits")");
+        fail(nullptr, tr(R"(the profile has no "limits")"));
     return profile;
 }
 
@@ -219,7 +224,8 @@ ProfileResult readProfile(const std::string &file)
     std::ostringstream text;
     text << stream.rdbuf();
     if (!stream)
-        return {{}, boardsim::oneLine(file + ":0: cannot be read: " + std::strerror(errno))};
+        return {{},
+                boardsim::oneLine(file + ":0: " + format(tr("cannot be read: %s"), std::strerror(errno)))};
     return parseProfile(text.str(), file);
 }
 
@@ -236,13 +242,13 @@ std::string_view nameOf(Verdict verdict)
 {
     switch (verdict) {
     case Verdict::pass:
-        return "pass";
+        return trLater("pass");
     case Verdict::fail:
-        return "fail";
+        return trLater("fail");
     case Verdict::notGraded:
         break;
     }
-    return "not graded";
+    return trLater("not graded");
 }
 
 Grade gradeOf(const Figures &figures, std::string_view key, const Profile *profile)

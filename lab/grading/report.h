@@ -2,6 +2,7 @@
 
 #include "grading/analysis.h"
 #include "grading/profile.h"
+#include "language.h"
 
 #include <optional>
 #include <string>
@@ -21,8 +22,8 @@ struct Report
 };
 
 /// "at most 1.5 mm": what a limit asks for.
-std::string boundText(const Limit &limit);
+std::string boundText(const Limit &limit, lab::Audience audience = lab::Audience::person);
 /// The same with its soft edge: "at least 100 Hz, falling over 20 more".
-std::string limitText(const Limit &limit);
+std::string limitText(const Limit &limit, lab::Audience audience = lab::Audience::person);
 
 } // namespace grading

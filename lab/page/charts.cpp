@@ -1,5 +1,7 @@
 #include "page/charts.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,6 +11,8 @@ namespace page {
 namespace {
 
 using grading::boardWidth;
+using lab::format;
+using lab::tr;
 
 std::string pathOf(const grading::Drawing::Stroke &stroke, const Aspect &aspect)
 {
@@ -74,13 +78,13 @@ void shade(Html &html, const CellArea &area, double opacity)
 void strokeMap(Html &html, int board, const grading::BoardMap &map, const std::vector<Marks> &marks,
                const Aspect &aspect)
 {
-    std::string caption = "Contacts of board " + std::to_string(board)
-        + " over its area: pens solid, touches dashed, erasers dotted.";
+    std::string caption =
+        format(tr("Contacts of board %d over its area: pens solid, touches dashed, erasers dotted."), board);
     for (const Marks &each : marks) {
         if (each.places->count() > 0)
             caption += std::string(" ") + each.letter + ": " + each.name + ".";
     }
-    const Picture picture(html, aspect, "Strokes", caption);
+    const Picture picture(html, aspect, tr("Strokes"), caption);
     for (const grading::Drawing::Stroke &stroke : map.drawing().strokes()) {
         html.empty("path",
                    {{"class", "stroke " + std::string(capture::nameOf(stroke.kind))},
@@ -94,12 +98,11 @@ void coverageMap(Html &html, int board, const grading::BoardMap &map, const Aspe
 {
     const auto &counts = map.counts();
     const auto most = static_cast<double>(*std::max_element(counts.begin(), counts.end()));
-    const Picture picture(
-        html, aspect, "Coverage",
-        "Cells of board " + std::to_string(board)
-            + " in which contacts were down, the fuller the longer. A cross marks a cell that "
-              "nothing has reached: "
-            + numberText(100 - map.coveragePercent()) + " % of them.");
+    const Picture picture(html, aspect, tr("Coverage"),
+                          format(tr("Cells of board %d in which contacts were down, the fuller the longer. A "
+                                    "cross marks a cell that "
+                                    "nothing has reached: %s %% of them."),
+                                 board, numberText(100 - map.coveragePercent()).c_str()));
     for (std::size_t cell = 0; cell < counts.size(); ++cell) {
         const CellArea area = areaOf(cell, aspect);
         if (counts.at(cell) > 0) {
@@ -122,7 +125,8 @@ void cellMap(Html &html, const std::string &title, const std::string &caption, c
     double highest = 0;
     for (std::size_t cell = 0; cell < grading::cells; ++cell)
         highest = std::max(highest, map.at(cell).value_or(0));
-    const Picture picture(html, aspect, title, caption + " The highest is " + numberText(highest) + ".");
+    const Picture picture(html, aspect, title,
+                          caption + " " + format(tr("The highest is %s."), numberText(highest).c_str()));
     for (std::size_t cell = 0; cell < grading::cells; ++cell) {
         const auto value = map.at(cell);
         if (!value)
@@ -148,11 +152,11 @@ void intervalHistogram(Html &html, const std::vector<std::uint64_t> &counts)
     const double step = aspect.width / static_cast<double>(counts.size());
     const std::size_t last = counts.size() - 1;
     const Picture picture(
-        html, aspect, "Intervals",
-        "How many intervals between two reports of a moving contact were how long, in whole "
-        "milliseconds, on a logarithmic scale; the last bar: "
-            + std::to_string(last) + " ms and more. Most, " + std::to_string(most) + ", are "
-            + std::to_string(common) + " ms long.");
+        html, aspect, tr("Intervals"),
+        format(tr("How many intervals between two reports of a moving contact were how long, in whole "
+                  "milliseconds, on a logarithmic scale; the last bar: %zu ms and more. Most, %lld, are %zu "
+                  "ms long."),
+               last, lab::whole(static_cast<std::int64_t>(most)), common));
     for (std::size_t i = 0; i < counts.size(); ++i) {
         const double x = static_cast<double>(i) * step;
         if (counts[i] > 0) {

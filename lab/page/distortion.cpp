@@ -1,5 +1,6 @@
 #include "page/distortion.h"
 
+#include "language.h"
 #include "page/picture.h"
 
 #include "accept/judges.h"
@@ -12,6 +13,8 @@ namespace {
 
 using acceptance::boardWidth;
 using acceptance::Touched;
+using lab::format;
+using lab::tr;
 
 constexpr double longest = 90; ///< of the lines that join two places, in units of the picture
 constexpr double targetRadius = 9;
@@ -44,13 +47,16 @@ void distortionMap(Html &html, const acceptance::Finding &targets, const accepta
     const int magnification = magnificationOf(targets, aspect);
     const double width = boardWidth * setting.scale.x / aspect.width * longest;
     const std::string caption =
-        "Each circle is a target on the screen, the cross that is joined to it the place "
-        "where the board reports it, "
-        + (magnification == 1 ? std::string("to scale.")
-                              : std::to_string(magnification) + " times as far away as it is.")
-        + " The line at the bottom left is as long as "
-        + acceptance::lengthText(width / magnification, setting) + ".";
-    const Picture picture(html, aspect, "Map of distortion", caption);
+        (magnification == 1
+             ? std::string(tr("Each circle is a target on the screen, the cross that is joined to it the "
+                              "place where the board reports it, to scale."))
+             : format(tr("Each circle is a target on the screen, the cross that is joined to it the place "
+                         "where the board reports it, %d times as far away as it is."),
+                      magnification))
+        + " "
+        + format(tr("The line at the bottom left is as long as %s."),
+                 acceptance::lengthText(width / magnification, setting).c_str());
+    const Picture picture(html, aspect, tr("Map of distortion"), caption);
     html.leaf("desc", caption);
     for (const Touched &touched : targets.touched) {
         const double x = touched.target.x / boardWidth * aspect.width;

@@ -1,6 +1,7 @@
 #include "page/facts.h"
 
 #include "hex.h"
+#include "language.h"
 
 #include <algorithm>
 #include <array>
@@ -16,6 +17,11 @@ namespace {
 
 using capture::ReportKind;
 using Json = nlohmann::json;
+using lab::format;
+using lab::tr;
+using lab::trCount;
+using lab::trLater;
+using lab::whole;
 
 /// A text or a number of an object; nothing if there is none.
 std::string textOf(const Json &object, const char *name)
@@ -26,6 +32,12 @@ std::string textOf(const Json &object, const char *name)
     if (held.is_string())
         return held.get<std::string>();
     return held.is_number() ? held.dump() : std::string();
+}
+
+/// @p pattern with @p value in it; empty if there is no value.
+std::string withValue(const char *pattern, const std::string &value)
+{
+    return value.empty() ? value : format(pattern, value.c_str());
 }
 
 void fact(Html &html, const std::string &name, const std::string &value)
@@ -55,9 +67,9 @@ std::string itemsText(const std::string &info)
 
 std::string kindOfDevice(int kind)
 {
-    constexpr std::array<const char *, 5> names{"device", "board", "legacy hub", "2.4 GHz hub",
-                                                "virtual hub"};
-    return names.at(kind > 0 && kind < 5 ? static_cast<std::size_t>(kind) : 0);
+    constexpr std::array<const char *, 5> names{trLater("device"), trLater("board"), trLater("legacy hub"),
+                                                trLater("2.4 GHz hub"), trLater("virtual hub")};
+    return tr(names.at(kind > 0 && kind < 5 ? static_cast<std::size_t>(kind) : 0));
 }
 
 std::string versionText(const Json &driver)
@@ -76,10 +88,15 @@ std::string screensText(const Json &first)
     if (!first.contains("screens") || !first["screens"].is_array())
         return text;
     for (const Json &screen : first["screens"]) {
-        text += (text.empty() ? "" : "; ") + textOf(screen, "width") + " x " + textOf(screen, "height")
-            + " at " + textOf(screen, "x") + ", " + textOf(screen, "y");
+        text += (text.empty() ? "" : "; ")
+            // TRANSLATORS: a screen's size, and where it is: "1920 x 1080 at 0, 0".
+            + format(tr("%s x %s at %s, %s"), textOf(screen, "width").c_str(),
+                     textOf(screen, "height").c_str(), textOf(screen, "x").c_str(),
+                     textOf(screen, "y").c_str());
         const std::string scale = textOf(screen, "scale");
-        text += scale.empty() || scale == "1" || scale == "1.0" ? "" : ", scale " + scale;
+        if (!scale.empty() && scale != "1" && scale != "1.0")
+            // TRANSLATORS: follows the text before.
+            text += format(tr(", scale %s"), scale.c_str());
     }
     return text;
 }
@@ -102,23 +119,24 @@ void writeSource(Html &html, const grading::Report &report)
     const Json program = first.is_object() ? first.value("program", Json()) : Json();
     const Element table(html, "table", {{"class", "facts"}});
     const Element body(html, "tbody");
-    fact(html, "Duration", numberText(static_cast<double>(summary.duration) / 1e6, 6) + " s");
+    fact(html, tr("Duration"), numberText(static_cast<double>(summary.duration) / 1e6, 6) + " s");
     for (const auto &[number, device] : summary.devices) {
+        const auto reports = static_cast<std::int64_t>(device.reports);
         fact(html, kindOfDevice(device.kind) + " " + std::to_string(number),
-             joined({itemsText(device.info), std::to_string(device.reports) + " reports"}));
+             joined({itemsText(device.info), format(trCount("%lld reports", reports), whole(reports))}));
     }
-    fact(html, "Driver",
-         joined({textOf(driver, "path"), versionText(driver).empty() ? "" : "version " + versionText(driver),
-                 textOf(driver, "size").empty() ? "" : textOf(driver, "size") + " bytes",
-                 textOf(driver, "sha256").empty() ? "" : "SHA-256 " + textOf(driver, "sha256")}));
-    fact(html, "Program", joined({textOf(program, "name"), textOf(program, "version")}));
+    fact(html, tr("Driver"),
+         joined({textOf(driver, "path"), withValue(tr("version %s"), versionText(driver)),
+                 withValue(tr("%s bytes"), textOf(driver, "size")),
+                 withValue("SHA-256 %s", textOf(driver, "sha256"))}));
+    fact(html, tr("Program"), joined({textOf(program, "name"), textOf(program, "version")}));
     if (first.is_object()) {
-        fact(html, "Screens", screensText(first));
-        fact(html, "System", joined({textOf(first, "kernel"), textOf(first, "locale")}));
-        fact(html, "Recorder", textOf(first, "recorder"));
+        fact(html, tr("Screens"), screensText(first));
+        fact(html, tr("System"), joined({textOf(first, "kernel"), textOf(first, "locale")}));
+        fact(html, tr("Recorder"), textOf(first, "recorder"));
     }
     if (report.size)
-        fact(html, "Size of the board",
+        fact(html, tr("Size of the board"),
              numberText(report.size->width, 6) + " x " + numberText(report.size->height, 6) + " mm");
 }
 
@@ -126,7 +144,7 @@ void writeCounts(Html &html, const grading::Summary &summary)
 {
     const auto isSeen = [](std::uint64_t count) { return count > 0; };
     if (std::none_of(summary.reports.begin(), summary.reports.end(), isSeen)) {
-        html.leaf("p", "No report came.");
+        html.leaf("p", tr("No report came."));
         return;
     }
     const Element scroll(html, "div", {{"class", "scroll"}});
@@ -134,8 +152,8 @@ void writeCounts(Html &html, const grading::Summary &summary)
     {
         const Element head(html, "thead");
         const Element row(html, "tr");
-        html.leaf("th", "Kind", {{"scope", "col"}});
-        for (const char *const title : {"Reports", "Contacts", "Most at once"})
+        html.leaf("th", tr("Kind"), {{"scope", "col"}});
+        for (const char *const title : {tr("Reports"), tr("Contacts"), tr("Most at once")})
             html.leaf("th", title, {{"scope", "col"}, {"class", "number"}});
     }
     const Element body(html, "tbody");
@@ -147,7 +165,7 @@ void writeCounts(Html &html, const grading::Summary &summary)
         const auto most = summary.mostAtOnce.find(kind);
         const bool hasContacts = contacts != summary.contacts.end();
         const Element row(html, "tr");
-        html.leaf("td", capture::nameOf(kind));
+        html.leaf("td", capture::kindText(kind));
         html.leaf("td", std::to_string(summary.reports.at(i)), {{"class", "number"}});
         html.leaf("td", hasContacts ? std::to_string(contacts->second) : "–", {{"class", "number"}});
         html.leaf("td", hasContacts ? std::to_string(most->second) : "–", {{"class", "number"}});
@@ -158,33 +176,36 @@ void writeUndecodable(Html &html, const std::vector<grading::Undecodable> &repor
 {
     if (reports.empty())
         return;
-    html.leaf("h3", "Undecodable reports");
+    html.leaf("h3", tr("Undecodable reports"));
     const Element list(html, "ul");
     for (const grading::Undecodable &report : reports) {
         const Element item(html, "li");
-        html.text("line " + std::to_string(report.line) + ", "
-                  + numberText(static_cast<double>(report.at) / 1e6, 9) + " s, board "
-                  + std::to_string(report.board) + ": ");
+        // TRANSLATORS: where in the recording, when, and of which board; the bytes follow.
+        html.text(format(tr("line %lld, %s s, board %d: "), whole(report.line),
+                         numberText(static_cast<double>(report.at) / 1e6, 9).c_str(), report.board));
         html.leaf("code", boardsim::hexText(report.bytes.data(), static_cast<int>(report.bytes.size())));
     }
 }
 
 void writeHandbacks(Html &html, const grading::Summary &summary)
 {
-    html.leaf("h3", "Hand-backs");
+    // TRANSLATORS: contacts outside of the window that the program has given back to the operating system.
+    html.leaf("h3", tr("Hand-backs"));
     if (summary.handbacks == 0) {
-        html.leaf("p", "No contact was handed back to the operating system.");
+        html.leaf("p", tr("No contact was handed back to the operating system."));
         return;
     }
+    const auto contacts = static_cast<std::int64_t>(summary.contactsHandedBack);
+    const auto reports = static_cast<std::int64_t>(summary.handbacks);
     html.leaf("p",
-              std::to_string(summary.contactsHandedBack) + " contacts went to the operating system in "
-                  + std::to_string(summary.handbacks) + " reports.");
+              format(trCount("%lld contacts went to the operating system in %lld reports.", contacts),
+                     whole(contacts), whole(reports)));
     if (summary.complaints.empty()) {
-        html.leaf("p", "Every contact went to one side for its whole life, in order, nothing twice.");
+        html.leaf("p", tr("Every contact went to one side for its whole life, in order, nothing twice."));
         return;
     }
-    html.leaf(
-        "p", "This is the program's fault, not the board's; please send the recording:", {{"class", "fail"}});
+    html.leaf("p", tr("This is the program's fault, not the board's; please send the recording:"),
+              {{"class", "fail"}});
     const Element list(html, "ul");
     for (const std::string &complaint : summary.complaints)
         html.leaf("li", complaint);
@@ -194,20 +215,20 @@ void writeHandbacks(Html &html, const grading::Summary &summary)
 
 void writeFacts(Html &html, const grading::Report &report)
 {
-    html.leaf("h2", "What was recorded");
+    html.leaf("h2", tr("What was recorded"));
     writeSource(html, report);
-    html.leaf("h3", "Reports and contacts");
+    html.leaf("h3", tr("Reports and contacts"));
     writeCounts(html, report.summary);
 }
 
 void writeFindings(Html &html, const grading::Summary &summary)
 {
-    html.leaf("h2", "Findings");
+    html.leaf("h2", tr("Findings"));
     writeHandbacks(html, summary);
     writeUndecodable(html, summary.undecodable);
     if (summary.notes.empty())
         return;
-    html.leaf("h3", "Notes in the recording");
+    html.leaf("h3", tr("Notes in the recording"));
     const Element list(html, "ul");
     for (const std::string &note : summary.notes)
         html.leaf("li", note);

@@ -1,5 +1,7 @@
 #include "page/html.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -57,7 +59,8 @@ void Markup::empty(const char *element, Attributes attributes)
 Html::Html(const std::string &title, const char *css)
 {
     m_printer.PushUnknown("DOCTYPE html");
-    open("html", {{"lang", "en"}});
+    // TRANSLATORS: the code of the language, such as "de", for whoever reads a page aloud.
+    open("html", {{"lang", lab::tr("en")}});
     open("head");
     empty("meta", {{"charset", "utf-8"}});
     empty("meta", {{"name", "viewport"}, {"content", "width=device-width, initial-scale=1"}});

@@ -1,5 +1,6 @@
 #include "page/latencychart.h"
 
+#include "language.h"
 #include "page/html.h"
 
 #include <algorithm>
@@ -11,6 +12,8 @@ namespace page {
 
 namespace {
 
+using lab::format;
+using lab::tr;
 using latency::Distribution;
 using latency::Outcome;
 using latency::timeText;
@@ -113,7 +116,8 @@ void drawAxis(Svg &svg, const Axis &axis, int bottom)
         line(svg, "rule", axis.at(time), headHeight - 8, axis.at(time), bottom + 6);
         write(svg, "middle", axis.at(time), bottom + 24, std::to_string(time));
     }
-    write(svg, "middle", (plotLeft + plotRight) / 2.0, bottom + 48, "milliseconds; the last bar: and more");
+    write(svg, "middle", (plotLeft + plotRight) / 2.0, bottom + 48,
+          tr("milliseconds; the last bar: and more"));
 }
 
 void drawRow(Svg &svg, const Axis &axis, const latency::Row &row, const latency::TickWait &tick, int bottom)
@@ -132,7 +136,7 @@ void drawRow(Svg &svg, const Axis &axis, const latency::Row &row, const latency:
     line(svg, "median", axis.at(times.median), bottom, axis.at(times.median), bottom - barHeight - 4);
     line(svg, "far", axis.at(times.p99), bottom, axis.at(times.p99), bottom - barHeight - 4);
     const int base = bottom - 10;
-    write(svg, "label", 16, base, row.name);
+    write(svg, "label", 16, base, latency::nameOf(row));
     write(svg, "number", plotRight + columnWidth, base, timeText(times.median));
     write(svg, "number", plotRight + 2 * columnWidth, base, timeText(times.p99));
     write(svg, "number", plotRight + 3 * columnWidth, base, std::to_string(times.samples));
@@ -142,32 +146,36 @@ void drawRow(Svg &svg, const Axis &axis, const latency::Row &row, const latency:
 std::string contextOf(const Outcome &outcome)
 {
     const latency::Row &last = outcome.rows.back();
-    return last.split == "contacts" ? "" : " Patterns, ages and lengths: " + latency::drawnBy(last) + ".";
+    return last.split == "contacts"
+        ? ""
+        : " " + format(tr("Patterns, ages and lengths: %s."), latency::drawnBy(last).c_str());
 }
 
 void drawHead(Svg &svg, const Outcome &outcome, const std::string &title)
 {
     write(svg, "title", 16, 30, title);
     write(svg, "label", 16, 56,
-          "Screen of " + std::to_string(outcome.width) + " x " + std::to_string(outcome.height)
-              + ". The program redraws every " + timeText(outcome.tick.period)
-              + " ms. Dotted: what the wait for that alone would give.");
-    write(svg, "label", 16, 80, "Thick line: median. Dashed line: 99 % are not longer." + contextOf(outcome));
-    write(svg, "number", plotRight + columnWidth, headHeight - 14, "median");
+          format(tr("Screen of %d x %d. The program redraws every %s ms. Dotted: what the wait for that "
+                    "alone would give."),
+                 outcome.width, outcome.height, timeText(outcome.tick.period).c_str()));
+    write(svg, "label", 16, 80,
+          format(tr("Thick line: median. Dashed line: %d %% are not longer."), 99) + contextOf(outcome));
+    write(svg, "number", plotRight + columnWidth, headHeight - 14, tr("median"));
     write(svg, "number", plotRight + 2 * columnWidth, headHeight - 14, "99 %");
-    write(svg, "number", plotRight + 3 * columnWidth, headHeight - 14, "reports");
+    write(svg, "number", plotRight + 3 * columnWidth, headHeight - 14, tr("reports"));
 }
 
 /// What the picture shows, for those who do not see it.
 std::string descriptionOf(const Outcome &outcome)
 {
-    std::string text = "How many reports took how many milliseconds. The program redraws every "
-        + timeText(outcome.tick.period) + " ms, so a report waits " + timeText(outcome.tick.mean())
-        + " ms for it on average.";
+    std::string text = format(tr("How many reports took how many milliseconds. The program redraws every %s "
+                                 "ms, so a report waits %s ms for it on average."),
+                              timeText(outcome.tick.period).c_str(), timeText(outcome.tick.mean()).c_str());
     for (const latency::Row &row : outcome.rows) {
         const Distribution times = latency::distributionOf(row.times);
-        text += " " + row.name + ": median " + timeText(times.median) + " ms, 99 % " + timeText(times.p99)
-            + " ms.";
+        text += " "
+            + format(tr("%s: median %s ms, %d %% %s ms."), latency::nameOf(row).c_str(),
+                     timeText(times.median).c_str(), 99, timeText(times.p99).c_str());
     }
     return text;
 }
@@ -176,7 +184,7 @@ std::string descriptionOf(const Outcome &outcome)
 
 std::string latencyChart(const Outcome &outcome)
 {
-    const std::string title = "From the driver's callback to the pixel";
+    const std::string title = tr("From the driver's callback to the pixel");
     const int bottom = headHeight + rowHeight * static_cast<int>(outcome.rows.size());
     const Axis axis(outcome);
     Svg svg({title, descriptionOf(outcome)}, width, bottom + foot, chartStyle);

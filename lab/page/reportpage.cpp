@@ -1,5 +1,6 @@
 #include "page/reportpage.h"
 
+#include "language.h"
 #include "page/charts.h"
 #include "page/facts.h"
 #include "page/style.h"
@@ -15,6 +16,10 @@ using grading::Activity;
 using grading::FigureInfo;
 using grading::Report;
 using grading::Verdict;
+using lab::Audience;
+using lab::format;
+using lab::tr;
+using lab::trCount;
 
 Aspect aspectOf(const Report &report)
 {
@@ -30,14 +35,16 @@ void writeFigure(Html &html, const Report &report, const FigureInfo &info)
     const Element row(html, "tr");
     {
         const Element cell(html, "td");
-        html.leaf("strong", info.title);
+        html.leaf("strong", tr(info.title.data()));
         html.text(" ");
         html.leaf("code", info.key);
-        html.leaf("p", info.how, {{"class", "note"}});
-        html.leaf("p", info.why, {{"class", "note"}});
+        html.leaf("p", tr(info.how.data()), {{"class", "note"}});
+        html.leaf("p", tr(info.why.data()), {{"class", "note"}});
         if (grade.limit && !grade.limit->sentence.empty()) {
-            html.leaf("p", "Limit: " + grade.limit->sentence + " (" + grade.limit->source + ")",
-                      {{"class", "note"}});
+            html.leaf(
+                // TRANSLATORS: a sentence of a standard or a profile, in its own language, and its source.
+                "p", format(tr("Limit: %s (%s)"), grade.limit->sentence.c_str(), grade.limit->source.c_str()),
+                {{"class", "note"}});
         }
     }
     html.leaf("td", valueText(report.summary.figures, info.key), {{"class", "number"}});
@@ -45,7 +52,7 @@ void writeFigure(Html &html, const Report &report, const FigureInfo &info)
         return;
     html.leaf("td", grade.limit ? limitText(*grade.limit) : "–");
     html.leaf("td",
-              std::string(nameOf(grade.verdict))
+              std::string(tr(nameOf(grade.verdict).data()))
                   + (grade.score ? " (" + numberText(*grade.score, 2) + ")" : ""),
               {{"class", grade.verdict == Verdict::fail ? "fail" : "grade"}});
 }
@@ -60,20 +67,20 @@ void writeFailures(Html &html, const Report &report)
         if (report.grade(limit.key).verdict != Verdict::fail)
             continue;
         html.leaf("li",
-                  std::string(grading::figureInfo(limit.key)->title) + ": "
+                  std::string(tr(grading::figureInfo(limit.key)->title.data())) + ": "
                       + valueText(report.summary.figures, limit.key) + "; " + boundText(limit));
     }
 }
 
 void writeFigures(Html &html, const Report &report)
 {
-    html.leaf("h2", "Figures");
+    html.leaf("h2", tr("Figures"));
     if (!report.size) {
-        html.leaf(
-            "p",
-            "The board's size is not known, so that nothing is in millimetres, and limits in millimetres are "
-            "not graded. A board unit is 1/32768 of the screen's width or height.",
-            {{"class", "note"}});
+        html.leaf("p",
+                  tr("The board's size is not known, so that nothing is in millimetres, and limits in "
+                     "millimetres are "
+                     "not graded. A board unit is 1/32768 of the screen's width or height."),
+                  {{"class", "note"}});
     }
     std::string missing;
     {
@@ -81,11 +88,11 @@ void writeFigures(Html &html, const Report &report)
         {
             const Element head(html, "thead");
             const Element row(html, "tr");
-            html.leaf("th", "Figure", {{"scope", "col"}});
-            html.leaf("th", "Value", {{"scope", "col"}, {"class", "number"}});
+            html.leaf("th", tr("Figure"), {{"scope", "col"}});
+            html.leaf("th", tr("Value"), {{"scope", "col"}, {"class", "number"}});
             if (report.profile) {
-                html.leaf("th", "Limit", {{"scope", "col"}});
-                html.leaf("th", "Verdict (score)", {{"scope", "col"}});
+                html.leaf("th", tr("Limit"), {{"scope", "col"}});
+                html.leaf("th", tr("Verdict (score)"), {{"scope", "col"}});
             }
         }
         const Element body(html, "tbody");
@@ -97,19 +104,20 @@ void writeFigures(Html &html, const Report &report)
         }
     }
     if (!missing.empty())
-        html.leaf("p", "Not measured, since the recording has no such contacts: " + missing + ".",
+        html.leaf("p",
+                  format(tr("Not measured, since the recording has no such contacts: %s."), missing.c_str()),
                   {{"class", "note"}});
 }
 
-std::string_view nameOf(Activity activity)
+const char *nameOf(Activity activity)
 {
     switch (activity) {
     case Activity::moving:
-        return "moving, a second or more";
+        return tr("moving, a second or more");
     case Activity::resting:
-        return "resting";
+        return tr("resting");
     case Activity::hovering:
-        return "hovering";
+        return tr("hovering");
     }
     return "";
 }
@@ -128,38 +136,38 @@ void writeRateRow(Html &html, const std::string &what, const grading::Tally &tal
 
 void writeRates(Html &html, const grading::Summary &summary)
 {
-    html.leaf("h2", "Report rate");
+    html.leaf("h2", tr("Report rate"));
     const bool hasRates = std::any_of(summary.rates.begin(), summary.rates.end(),
                                       [](const auto &rates) { return rates.second.all.count() > 0; });
     if (!hasRates) {
-        html.leaf("p", "No contact was down for a second or more.");
+        html.leaf("p", tr("No contact was down for a second or more."));
         return;
     }
-    html.leaf(
-        "p",
-        "Reports of a contact a second, over every half second: from each of its samples to the first one at "
-        "least half a second later.",
-        {{"class", "note"}});
+    html.leaf("p",
+              tr("Reports of a contact a second, over every half second: from each of its samples to the "
+                 "first one at "
+                 "least half a second later."),
+              {{"class", "note"}});
     {
         const Element scroll(html, "div", {{"class", "scroll"}});
         const Element table(html, "table");
         {
             const Element head(html, "thead");
             const Element row(html, "tr");
-            html.leaf("th", "Contacts", {{"scope", "col"}});
-            for (const char *const title : {"lowest", "1st percentile", "5th percentile", "median"})
+            html.leaf("th", tr("Contacts"), {{"scope", "col"}});
+            for (const char *const title :
+                 {tr("lowest"), tr("1st percentile"), tr("5th percentile"), tr("median")})
                 html.leaf("th", title, {{"scope", "col"}, {"class", "number"}});
         }
         const Element body(html, "tbody");
         for (const auto &[kind, rates] : summary.rates) {
             if (rates.all.count() == 0)
                 continue;
-            const std::string what =
-                std::string(capture::nameOf(kind.first)) + ", " + std::string(nameOf(kind.second));
+            const std::string what = std::string(capture::kindText(kind.first)) + ", " + nameOf(kind.second);
             writeRateRow(html, what, rates.all);
             if (rates.alone.count() > 0 && rates.together.count() > 0) {
-                writeRateRow(html, what + ", one contact", rates.alone);
-                writeRateRow(html, what + ", many", rates.together);
+                writeRateRow(html, format(tr("%s, one contact"), what.c_str()), rates.alone);
+                writeRateRow(html, format(tr("%s, many"), what.c_str()), rates.together);
             }
         }
     }
@@ -170,52 +178,61 @@ void writeRates(Html &html, const grading::Summary &summary)
 
 void writeMaps(Html &html, const Report &report)
 {
-    html.leaf("h2", "Maps");
+    html.leaf("h2", tr("Maps"));
     const Aspect aspect = aspectOf(report);
     const auto &found = report.summary.neighbours;
-    const std::vector<Marks> marks{{'G', "ghost contact", &found.ghosts},
-                                   {'S', "changed identifier", &found.swaps},
-                                   {'D', "dropout", &found.dropouts},
-                                   {'M', "merged contacts", &found.merges},
-                                   {'J', "jump", &report.summary.jumps}};
+    const std::vector<Marks> marks{{'G', tr("ghost contact"), &found.ghosts},
+                                   {'S', tr("changed identifier"), &found.swaps},
+                                   {'D', tr("dropout"), &found.dropouts},
+                                   {'M', tr("merged contacts"), &found.merges},
+                                   {'J', tr("jump"), &report.summary.jumps}};
     if (report.summary.maps.empty())
-        html.leaf("p", "No contact was down.");
+        html.leaf("p", tr("No contact was down."));
     for (const auto &[board, map] : report.summary.maps) {
-        const std::string of =
-            " of board " + std::to_string(board) + ", in board units, by cells of a grid of 32 x 18.";
-        html.leaf("h3", "Board " + std::to_string(board));
+        html.leaf("h3", format(tr("Board %d"), board));
         strokeMap(html, board, map, marks, aspect);
         coverageMap(html, board, map, aspect);
-        cellMap(html, "Jitter", "Standard deviation of resting contacts" + of, map.jitter(), aspect);
-        cellMap(html, "Linearity", "Root mean square of the deviation of straight strokes" + of,
+        cellMap(html, tr("Jitter"),
+                format(tr("Standard deviation of resting contacts of board %d, in board units, by cells of a "
+                          "grid of 32 x 18."),
+                       board),
+                map.jitter(), aspect);
+        cellMap(html, tr("Linearity"),
+                format(tr("Root mean square of the deviation of straight strokes of board %d, in board "
+                          "units, by cells of a grid of 32 x 18."),
+                       board),
                 map.linearity(), aspect);
     }
 }
 
 } // namespace
 
-std::string valueText(const grading::Figures &figures, std::string_view key)
+std::string valueText(const grading::Figures &figures, std::string_view key, Audience audience)
 {
     const auto figure = figures.find(std::string(key));
     if (figure == figures.end())
         return "–";
     const FigureInfo *const info = grading::figureInfo(key);
     const bool hasUnit = info && !info->unit.empty();
-    return numberText(figure->second, 4) + (hasUnit ? " " + std::string(info->unit) : "");
+    return numberText(figure->second, 4)
+        + (hasUnit ? std::string(" ") + tr(info->unit.data(), audience) : "");
 }
 
 std::string verdictText(const grading::Total &total, const grading::Profile *profile)
 {
     if (!profile)
-        return "Not graded: no profile was given";
+        return tr("Not graded: no profile was given");
     const int graded = total.passed + total.failed;
-    std::string text = total.verdict() == Verdict::pass ? "PASS: "
-        : total.verdict() == Verdict::fail              ? "FAIL: "
-                                                        : "Not graded: ";
-    text += std::to_string(total.passed) + " of " + std::to_string(graded) + " limits of the profile "
-        + profile->name + " are kept";
+    const std::string kept = format(trCount("%d of %d limits of the profile %s are kept", graded),
+                                    total.passed, graded, profile->name.c_str());
+    // TRANSLATORS: "PASS: 11 of 11 limits of the profile board are kept"
+    std::string text = format(total.verdict() == Verdict::pass       ? tr("PASS: %s")
+                                  : total.verdict() == Verdict::fail ? tr("FAIL: %s")
+                                                                     : tr("Not graded: %s"),
+                              kept.c_str());
     if (total.notGraded > 0)
-        text += ", " + std::to_string(total.notGraded) + " could not be graded";
+        // TRANSLATORS: follows the text before: so many limits.
+        text += format(trCount(", %d could not be graded", total.notGraded), total.notGraded);
     return text;
 }
 
@@ -238,10 +255,10 @@ void writeSections(Html &html, const Report &report)
 
 std::string reportPage(const Report &report)
 {
-    Html html("Board report: " + report.file, style);
+    Html html(format(tr("Board report: %s"), report.file.c_str()), style);
     {
         const Element main(html, "main");
-        html.leaf("h1", "Board report");
+        html.leaf("h1", tr("Board report"));
         html.leaf("p", report.file, {{"class", "note"}});
         writeVerdict(html, report.total(), report.profile);
         writeSections(html, report);

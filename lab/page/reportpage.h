@@ -43,6 +43,7 @@ std::string verdictText(const grading::Total &total, const grading::Profile *pro
 void writeVerdict(Html &html, const grading::Total &total, const grading::Profile *profile);
 
 /// A figure with its unit, such as "12.3 mm", or a dash if it was not measured.
-std::string valueText(const grading::Figures &figures, std::string_view key);
+std::string valueText(const grading::Figures &figures, std::string_view key,
+                      lab::Audience audience = lab::Audience::person);
 
 } // namespace page
