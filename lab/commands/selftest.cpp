@@ -3,6 +3,7 @@
 #include "commands/json.h"
 #include "commands/junitprinter.h"
 #include "commands/virtualscreen.h"
+#include "language.h"
 
 #include "capture/newfile.h"
 
@@ -31,8 +32,8 @@ struct SelftestOptions
 struct Entry
 {
     selftest::Check check;
-    const char *result = "passed"; ///< or "failed", "left out"
-    std::string cause = {};        ///< why it has not passed
+    const char *result = trLater("passed"); ///< or "failed", "left out"
+    Message cause = {};                     ///< why it has not passed
     double seconds = 0;
 
     bool is(const char *other) const { return std::string(result) == other; }
@@ -45,20 +46,22 @@ Entry run(const selftest::Check &check, const selftest::Parts &parts)
     const auto begun = Clock::now();
     try {
         entry.cause = check.run(parts);
-        entry.result = entry.cause.empty() ? "passed" : "failed";
+        entry.result = entry.cause.empty() ? "passed" : trLater("failed");
     } catch (const selftest::LeftOut &leftOut) {
-        entry.result = "left out";
-        entry.cause = leftOut.what();
+        entry.result = trLater("left out");
+        entry.cause = leftOut.cause();
     }
     entry.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
-    std::replace(entry.cause.begin(), entry.cause.end(), '\n', ' ');
+    for (std::string *const text : {&entry.cause.told, &entry.cause.english})
+        std::replace(text->begin(), text->end(), '\n', ' ');
     return entry;
 }
 
 void tell(const Entry &entry)
 {
-    std::printf("%-12s %-58s %-8s %6.1f s%s%s\n", entry.check.requirement.c_str(), entry.check.name.c_str(),
-                entry.result, entry.seconds, entry.cause.empty() ? "" : "  ", entry.cause.c_str());
+    std::printf("%-12s %s %s %6.1f s%s%s\n", entry.check.requirement.c_str(),
+                padded(entry.check.name.told, 58).c_str(), padded(tr(entry.result), 8).c_str(), entry.seconds,
+                entry.cause.empty() ? "" : "  ", entry.cause.told.c_str());
     std::fflush(stdout); // a person watches
 }
 
@@ -81,9 +84,9 @@ void printJson(const std::vector<Entry> &ledger)
     Json entries = Json::array();
     for (const Entry &entry : ledger)
         entries.push_back({{"requirement", entry.check.requirement},
-                           {"test", entry.check.name},
+                           {"test", entry.check.name.english},
                            {"result", entry.result},
-                           {"cause", entry.cause},
+                           {"cause", entry.cause.english},
                            {"seconds", entry.seconds}});
     const Json json{{"version", 1}, {"passed", count(ledger, "failed") == 0}, {"ledger", entries}};
     std::printf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
@@ -95,11 +98,11 @@ std::string junitOf(const std::vector<Entry> &ledger)
     printer.beginSuite(
         "selftest", {static_cast<int>(ledger.size()), count(ledger, "failed"), 0, count(ledger, "left out")});
     for (const Entry &entry : ledger)
-        printer.addCase(entry.check.requirement, entry.check.name,
+        printer.addCase(entry.check.requirement, entry.check.name.english,
                         entry.is("passed")       ? nullptr
                             : entry.is("failed") ? "failure"
                                                  : "skipped",
-                        entry.cause, entry.seconds);
+                        entry.cause.english, entry.seconds);
     printer.endSuite();
     return printer.finish();
 }
@@ -123,7 +126,7 @@ std::vector<selftest::Check> chosenOf(const std::vector<std::string> &requiremen
     for (const std::string &requirement : requirements) {
         const auto isOfIt = [&](const selftest::Check &check) { return check.requirement == requirement; };
         if (std::none_of(chosen.begin(), chosen.end(), isOfIt)) {
-            std::fprintf(stderr, "lanternix-lab: there is no requirement \"%s\"\n", requirement.c_str());
+            complain(tr("there is no requirement \"%s\""), requirement.c_str());
             return {};
         }
     }
@@ -154,7 +157,7 @@ int test(const SelftestOptions &options)
     if (options.json)
         printJson(ledger);
     else
-        std::printf("%zu tests, %d failed, %d left out, %.0f s\n", ledger.size(), count(ledger, "failed"),
+        std::printf(tr("%zu tests, %d failed, %d left out, %.0f s\n"), ledger.size(), count(ledger, "failed"),
                     count(ledger, "left out"), secondsOf(ledger));
     if (!options.junit.empty()) {
         capture::NewFile file(options.junit);

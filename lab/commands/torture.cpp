@@ -3,6 +3,7 @@
 #include "commands/json.h"
 #include "commands/junitprinter.h"
 #include "commands/virtualscreen.h"
+#include "language.h"
 
 #include "capture/newfile.h"
 
@@ -38,10 +39,11 @@ struct Row
     torture::Outcome outcome;
 
     bool isHeld() const { return outcome.complaints.empty(); }
-    std::string complaints() const
+    std::string complaints(Audience audience) const
     {
         std::string text;
-        for (const std::string &complaint : outcome.complaints)
+        const bool isForPerson = audience == Audience::person;
+        for (const std::string &complaint : isForPerson ? outcome.complaintsForPerson : outcome.complaints)
             text += (text.empty() ? "" : "; ") + complaint;
         return text;
     }
@@ -62,9 +64,7 @@ std::vector<Row> chosen(const std::vector<torture::Fault> &faults, const std::ve
         };
         const auto found = std::find_if(faults.begin(), faults.end(), isNamed);
         if (found == faults.end()) {
-            std::fprintf(stderr,
-                         "lanternix-lab: there is no fault \"%s\"; see lanternix-lab torture --list\n",
-                         name.c_str());
+            complain(tr("there is no fault \"%s\"; see lanternix-lab torture --list"), name.c_str());
             return {};
         }
         rows.push_back({static_cast<std::size_t>(found - faults.begin()) + 1, &*found, {}});
@@ -75,13 +75,15 @@ std::vector<Row> chosen(const std::vector<torture::Fault> &faults, const std::ve
 void list(const std::vector<Row> &rows)
 {
     for (const Row &row : rows)
-        std::printf("%3zu  %-42s %s\n", row.number, row.fault->name.c_str(), row.fault->what.c_str());
+        std::printf("%3zu  %-42s %s\n", row.number, row.fault->name.c_str(),
+                    torture::whatOf(*row.fault).c_str());
 }
 
 void tell(const Row &row)
 {
     std::printf("%3zu  %-42s %5.1f s  %s\n", row.number, row.fault->name.c_str(), row.outcome.seconds,
-                row.isHeld() ? "held" : ("failed: " + row.complaints()).c_str());
+                row.isHeld() ? tr("held")
+                             : format(tr("failed: %s"), row.complaints(Audience::person).c_str()).c_str());
     std::fflush(stdout); // a person watches
 }
 
@@ -96,8 +98,8 @@ std::string junitOf(const std::vector<Row> &rows)
     JUnitPrinter printer("lanternix-lab torture");
     printer.beginSuite("torture", {static_cast<int>(rows.size()), failuresAmong(rows), 0, 0});
     for (const Row &row : rows)
-        printer.addCase("lanternix", row.fault->name, row.isHeld() ? nullptr : "failure", row.complaints(),
-                        row.outcome.seconds);
+        printer.addCase("lanternix", row.fault->name, row.isHeld() ? nullptr : "failure",
+                        row.complaints(Audience::program), row.outcome.seconds);
     printer.endSuite();
     return printer.finish();
 }
@@ -131,7 +133,7 @@ int judge(const std::string &driver)
     const Kind kind = answer.ending.kind;
     if (kind == Kind::whole && answer.isAsked)
         return success;
-    std::fprintf(stderr, "lanternix-lab: %s\n", probe::verdictOf(answer).text.c_str());
+    complain("%s", probe::verdictOf(answer).text.c_str());
     const bool breaksDown = kind == Kind::crashed || kind == Kind::exited || kind == Kind::hung;
     return breaksDown ? findings : unreadable;
 }
@@ -194,14 +196,14 @@ int tortureProgram(TortureOptions options)
         return unreadable;
     setting.screen = &screen;
     if (!tryAll(options, setting, rows)) {
-        std::fprintf(stderr, "lanternix-lab: interrupted\n");
+        complain(tr("interrupted"));
         return unreadable;
     }
     const int failures = failuresAmong(rows);
     if (options.json)
         printJson(rows);
     else
-        std::printf("%zu faults, %d failed\n", rows.size(), failures);
+        std::printf(tr("%zu faults, %d failed\n"), rows.size(), failures);
     if (!options.junit.empty()) {
         capture::NewFile file(options.junit);
         file.write(junitOf(rows));

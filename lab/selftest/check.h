@@ -1,10 +1,12 @@
 #pragma once
 
+#include "language.h"
 #include "stage/session.h"
 
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace selftest {
@@ -25,16 +27,21 @@ struct Parts
 /// Something that a check needs is not installed, so that it cannot tell anything.
 class LeftOut : public std::runtime_error
 {
-    using std::runtime_error::runtime_error;
+public:
+    explicit LeftOut(lab::Message cause) : std::runtime_error(cause.english), m_cause(std::move(cause)) { }
+    const lab::Message &cause() const { return m_cause; }
+
+private:
+    lab::Message m_cause;
 };
 
 /// One line of the ledger.
 struct Check
 {
     std::string requirement; ///< what must work: "patterns"
-    std::string name;        ///< in what: "key G"
+    lab::Message name;       ///< in what: "key G"
     /// Returns what is wrong; empty if nothing is. May throw LeftOut.
-    std::function<std::string(const Parts &)> run;
+    std::function<lab::Message(const Parts &)> run;
 };
 
 /// All checks, in the order in which they are to run.

@@ -1,6 +1,7 @@
 #include "selftest/performance.h"
 
 #include "commands/virtualscreen.h"
+#include "language.h"
 #include "stage/scene.h"
 
 #include <array>
@@ -10,6 +11,8 @@
 namespace selftest {
 
 namespace {
+
+using lab::message;
 
 std::string nameOf(std::uint32_t colour)
 {
@@ -50,7 +53,7 @@ Performance &Performance::step()
         return *this;
     m_session.open(nameOf("gate", number));
     if (!m_session.awaitMark(nameOf("step", number)))
-        fail("the board does not play");
+        fail(message("the board does not play"));
     return *this;
 }
 
@@ -58,8 +61,10 @@ Performance &Performance::expectColour(int x, int y, std::uint32_t colour)
 {
     if (start() && !m_session.await([&] { return m_session.colourAt(x, y) == colour; })) {
         const auto seen = m_session.colourAt(x, y);
-        fail("(" + std::to_string(x) + ", " + std::to_string(y) + ") is " + (seen ? nameOf(*seen) : "nothing")
-             + " instead of " + nameOf(colour));
+        // TRANSLATORS: a place on the screen, and two colours.
+        fail(seen ? message("(%d, %d) is %s instead of %s", x, y, nameOf(*seen).c_str(),
+                            nameOf(colour).c_str())
+                  : message("(%d, %d) is nothing instead of %s", x, y, nameOf(colour).c_str()));
     }
     return *this;
 }
@@ -67,10 +72,10 @@ Performance &Performance::expectColour(int x, int y, std::uint32_t colour)
 Performance &Performance::expectHandbacks(std::int64_t count)
 {
     if (start() && !m_session.await([&] { return m_session.log().handbacks() >= count; }))
-        fail(std::to_string(m_session.log().handbacks()) + " reports are handed back instead of "
-             + std::to_string(count));
+        fail(message("%lld reports are handed back instead of %lld", lab::whole(m_session.log().handbacks()),
+                     lab::whole(count)));
     else if (isGood() && m_session.log().handbacks() > count)
-        fail("more than " + std::to_string(count) + " reports are handed back");
+        fail(message("more than %lld reports are handed back", lab::whole(count)));
     return *this;
 }
 
@@ -81,14 +86,14 @@ Performance &Performance::pressToChange(const std::string &key)
         return *this;
     m_setting.screen->press(key);
     if (!m_session.await([&] { return m_session.picture() != before; }))
-        fail("nothing changes with the key " + key);
+        fail(message("nothing changes with the key %s", key.c_str()));
     return *this;
 }
 
 Performance &Performance::expectPicture(std::size_t picture)
 {
     if (start() && !m_session.await([&] { return m_session.picture() == picture; }))
-        fail("the picture is not the one before");
+        fail(message("the picture is not the one before"));
     return *this;
 }
 
@@ -97,18 +102,18 @@ std::size_t Performance::picture()
     std::size_t latest = 0;
     const auto rests = [&] { return m_session.picture() == std::exchange(latest, m_session.picture()); };
     if (start() && !m_session.await(rests))
-        fail("the screen does not rest");
+        fail(message("the screen does not rest"));
     return latest;
 }
 
-std::string Performance::end()
+lab::Message Performance::end()
 {
     if (start()) {
         const int status = m_session.end();
         if (status != 0)
-            fail("the program ends with status " + std::to_string(status));
+            fail(message("the program ends with status %d", status));
         else if (!m_session.errors().empty())
-            fail("the program prints: " + m_session.errors());
+            fail(message("the program prints: %s", m_session.errors().c_str()));
     }
     return m_wrong;
 }
@@ -119,12 +124,12 @@ bool Performance::start()
     if (!m_isStarted && isGood()) {
         m_isStarted = true;
         if (!m_session.start())
-            fail("no window");
+            fail(message("no window"));
     }
     return isGood();
 }
 
-void Performance::fail(const std::string &what)
+void Performance::fail(const lab::Message &what)
 {
     if (isGood())
         m_wrong = what;

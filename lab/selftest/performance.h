@@ -36,20 +36,20 @@ public:
     /// A number that stands for what the screen shows at rest.
     std::size_t picture();
     /// Ends the program. Returns what was wrong; empty if nothing was.
-    std::string end();
+    lab::Message end();
 
     stage::Session &session() { return m_session; }
     bool isGood() const { return m_wrong.empty(); }
 
 private:
     bool start();
-    void fail(const std::string &what);
+    void fail(const lab::Message &what);
 
     const stage::Setting m_setting;
     stage::Session m_session;
     std::size_t m_played = 0;
     bool m_isStarted = false;
-    std::string m_wrong;
+    lab::Message m_wrong;
 };
 
 } // namespace selftest

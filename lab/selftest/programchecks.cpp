@@ -1,5 +1,6 @@
 #include "commands/virtualscreen.h"
 #include "commands/window.h"
+#include "language.h"
 #include "selftest/performance.h"
 #include "stage/scene.h"
 
@@ -10,17 +11,18 @@ namespace selftest {
 namespace {
 
 using namespace stage;
+using lab::message;
 
 /// A key shows a pattern, takes it away, and shows the same one again. The first picture is that of the help
 /// screen, which each key takes away.
-std::string checkPattern(const Parts &parts, const char *key)
+lab::Message checkPattern(const Parts &parts, const char *key)
 {
     Performance program(parts.stage(), {});
     const std::size_t first = program.pressToChange(key).picture();
     return program.pressToChange(key).pressToChange(key).expectPicture(first).end();
 }
 
-std::string checkPen(const Parts &parts)
+lab::Message checkPen(const Parts &parts)
 {
     return Performance(parts.stage(),
                        {{pen(1, 8000, 8000, true), pen(1, 16000, 8000, true), pen(1, 16000, 8000, false)}})
@@ -30,7 +32,7 @@ std::string checkPen(const Parts &parts)
         .end();
 }
 
-std::string checkTouch(const Parts &parts)
+lab::Message checkTouch(const Parts &parts)
 {
     return Performance(parts.stage(), {{stroke(3, 8000, 20000, 16000, 20000, 100)}})
         .step()
@@ -39,7 +41,7 @@ std::string checkTouch(const Parts &parts)
         .end();
 }
 
-std::string checkEraser(const Parts &parts)
+lab::Message checkEraser(const Parts &parts)
 {
     const Lines wiping{
         R"({"type":"move","board":1,"rate":200,"time":100000,"contacts":[{"kind":"erase","id":0,)"
@@ -54,7 +56,7 @@ std::string checkEraser(const Parts &parts)
         .end();
 }
 
-std::string checkHandback(const Parts &parts)
+lab::Message checkHandback(const Parts &parts)
 {
     return Performance(parts.stage(), {{touch(9, 40000, 40000, true), touch(9, 40000, 40000, false)}})
         .step()
@@ -63,7 +65,7 @@ std::string checkHandback(const Parts &parts)
 }
 
 /// The pictures of a contact that is down, with and without its tag.
-std::string checkTags(const Parts &parts)
+lab::Message checkTags(const Parts &parts)
 {
     const Lines down{touch(3, 16000, 16000, true)};
     const Lines up{touch(3, 16000, 16000, false)};
@@ -74,32 +76,32 @@ std::string checkTags(const Parts &parts)
     if (program.isGood())
         parts.screen->press("space");
     const std::size_t withoutTag = program.step().picture();
-    std::string wrong = program.step().end();
+    lab::Message wrong = program.step().end();
     if (!wrong.empty())
         return wrong;
     if (withTag == empty)
-        return "a contact that is down shows nothing";
-    return withTag == withoutTag ? "Space does not take the tags from new contacts" : "";
+        return message("a contact that is down shows nothing");
+    return withTag == withoutTag ? message("Space does not take the tags from new contacts") : lab::Message();
 }
 
 /// In the normal window, which is smaller than the screen, a contact is drawn inside and handed back
 /// outside.
-std::string checkNormalWindow(const Parts &parts)
+lab::Message checkNormalWindow(const Parts &parts)
 {
     constexpr int units = 32768;
     Performance first(parts.stage(), {});
     first.pressToChange("Return");
     const auto window = lab::windowOf(first.session().process(), parts.screen->display().c_str());
-    std::string wrong = first.end();
+    lab::Message wrong = first.end();
     if (!wrong.empty() || !window)
-        return wrong.empty() ? "no window" : wrong;
+        return wrong.empty() ? message("no window") : wrong;
     const auto size = Display(parts.screen->display()).size();
     const int x = (window->x + window->width / 2) * units / size.width;
     const int y = (window->y + window->height / 2) * units / size.height;
     const bool isLeftFree = window->x > size.width / 20;
     const int outside = isLeftFree ? units / 50 : units - units / 50;
     if (!isLeftFree && window->x + window->width > size.width - size.width / 20)
-        return "the normal window leaves no place beside it";
+        return message("the normal window leaves no place beside it");
     return Performance(parts.stage(),
                        {{stroke(3, x - 1000, y, x + 1000, y, 50)},
                         {touch(4, outside, y, true), touch(4, outside, y, false)}})
@@ -117,14 +119,14 @@ std::string checkNormalWindow(const Parts &parts)
 void addProgramChecks(std::vector<Check> &checks)
 {
     for (const char *const key : {"h", "g", "s", "c", "b", "Left", "Right"})
-        checks.push_back({"patterns", std::string("key ") + key + " shows it, and takes it away",
+        checks.push_back({"patterns", message("key %s shows it, and takes it away", key),
                           [key](const Parts &parts) { return checkPattern(parts, key); }});
-    checks.push_back({"contacts", "a pen draws in red at its place", checkPen});
-    checks.push_back({"contacts", "a touch draws in green at its place", checkTouch});
-    checks.push_back({"contacts", "an eraser wipes where it goes", checkEraser});
-    checks.push_back({"contacts", "a touch outside goes back to the system", checkHandback});
-    checks.push_back({"tags", "a contact has one, and none after Space", checkTags});
-    checks.push_back({"resize", "the normal window takes contacts inside only", checkNormalWindow});
+    checks.push_back({"contacts", message("a pen draws in red at its place"), checkPen});
+    checks.push_back({"contacts", message("a touch draws in green at its place"), checkTouch});
+    checks.push_back({"contacts", message("an eraser wipes where it goes"), checkEraser});
+    checks.push_back({"contacts", message("a touch outside goes back to the system"), checkHandback});
+    checks.push_back({"tags", message("a contact has one, and none after Space"), checkTags});
+    checks.push_back({"resize", message("the normal window takes contacts inside only"), checkNormalWindow});
 }
 
 } // namespace selftest

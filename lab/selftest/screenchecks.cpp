@@ -1,3 +1,4 @@
+#include "language.h"
 #include "selftest/performance.h"
 #include "selftest/twoscreens.h"
 #include "stage/scene.h"
@@ -9,6 +10,7 @@ namespace selftest {
 namespace {
 
 using namespace stage;
+using lab::message;
 
 constexpr int edge = 32767;
 constexpr int near = 120; // board units: a few pixels
@@ -19,7 +21,7 @@ std::string dot(int id, int x, int y)
     return stroke(id, x, y, x + 20, y, 20);
 }
 
-std::string checkCorners(const Parts &parts)
+lab::Message checkCorners(const Parts &parts)
 {
     constexpr int titleBar = 10;
     return Performance(parts.stage(),
@@ -40,7 +42,7 @@ std::string checkCorners(const Parts &parts)
         .end();
 }
 
-std::string checkScale(const Parts &parts, const char *scale)
+lab::Message checkScale(const Parts &parts, const char *scale)
 {
     return Performance(parts.stage(),
                        {{stroke(1, 8000, 8000, 12000, 8000, 50), stroke(2, 26000, 30000, 30000, 30000, 50)},
@@ -56,7 +58,7 @@ std::string checkScale(const Parts &parts, const char *scale)
 }
 
 /// With a second screen on the right, the board still spans the first one, on which the window is.
-std::string checkTwoScreens(const Parts &parts)
+lab::Message checkTwoScreens(const Parts &parts)
 {
     const TwoScreens screens;
     stage::Setting setting = parts.stage();
@@ -77,11 +79,12 @@ std::string checkTwoScreens(const Parts &parts)
 
 void addScreenChecks(std::vector<Check> &checks)
 {
-    checks.push_back({"mapping", "contacts at the corners are drawn, beyond them go back", checkCorners});
+    checks.push_back(
+        {"mapping", message("contacts at the corners are drawn, beyond them go back"), checkCorners});
     for (const char *const scale : {"1", "1.5", "2"})
-        checks.push_back({"scales", std::string("contacts are at their places with scale ") + scale,
+        checks.push_back({"scales", message("contacts are at their places with scale %s", scale),
                           [scale](const Parts &parts) { return checkScale(parts, scale); }});
-    checks.push_back({"screens", "the board spans the first of two screens", checkTwoScreens});
+    checks.push_back({"screens", message("the board spans the first of two screens"), checkTwoScreens});
 }
 
 } // namespace selftest

@@ -1,4 +1,5 @@
 #include "commands/errand.h"
+#include "language.h"
 #include "selftest/performance.h"
 #include "stage/scene.h"
 
@@ -12,6 +13,8 @@ namespace selftest {
 
 namespace {
 
+using lab::message;
+
 constexpr const char *locale = "fr_FR.UTF-8";
 constexpr double textTime = 30; // seconds
 
@@ -20,22 +23,23 @@ void needLocale()
 {
     const locale_t known = newlocale(LC_ALL_MASK, locale, nullptr);
     if (!known)
-        throw LeftOut(std::string("needs the locale ") + locale);
+        throw LeftOut(message("needs the locale %s", locale));
     freelocale(known);
 }
 
-std::string checkProgramsText(const Parts &parts)
+lab::Message checkProgramsText(const Parts &parts)
 {
     needLocale();
     Performance program(parts.stage(), {{stage::stroke(1, 8000, 20000, 12000, 20000, 50)}});
-    std::string wrong = program.set("LC_ALL", locale).step().expectColour(10000, 20000, green).end();
+    lab::Message wrong = program.set("LC_ALL", locale).step().expectColour(10000, 20000, green).end();
     if (!wrong.empty())
         return wrong;
     const std::string printed = program.session().output();
-    return printed == "Enumerated 1 devices.\n" ? "" : "the program prints: " + printed;
+    return printed == "Enumerated 1 devices.\n" ? lab::Message()
+                                                : message("the program prints: %s", printed.c_str());
 }
 
-std::string checkCommandsText(const Parts &parts)
+lab::Message checkCommandsText(const Parts &parts)
 {
     needLocale();
     for (const char *const subcommand : {"check", "show"}) {
@@ -47,7 +51,7 @@ std::string checkCommandsText(const Parts &parts)
         };
         const std::string english = printedIn("C");
         if (english.empty() || printedIn(locale) != english)
-            return std::string(subcommand) + " prints something else than in English";
+            return message("%s prints something else than in English", subcommand);
     }
     return {};
 }
@@ -56,8 +60,8 @@ std::string checkCommandsText(const Parts &parts)
 
 void addTextChecks(std::vector<Check> &checks)
 {
-    checks.push_back({"text", "the program's in fr_FR.UTF-8", checkProgramsText});
-    checks.push_back({"text", "the command's in fr_FR.UTF-8", checkCommandsText});
+    checks.push_back({"text", message("the program's in fr_FR.UTF-8"), checkProgramsText});
+    checks.push_back({"text", message("the command's in fr_FR.UTF-8"), checkCommandsText});
 }
 
 } // namespace selftest

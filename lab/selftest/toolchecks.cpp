@@ -1,5 +1,6 @@
 #include "commands/errand.h"
 #include "commands/temporaryfolder.h"
+#include "language.h"
 #include "selftest/check.h"
 
 #include <filesystem>
@@ -14,6 +15,8 @@
 namespace selftest {
 
 namespace {
+
+using lab::message;
 
 constexpr double toolTime = 60; // seconds for one subcommand
 
@@ -31,17 +34,17 @@ public:
 
     std::string path(const std::string &name) const { return m_folder.path() + "/" + name; }
     /// Runs a subcommand there. Returns what is wrong, which is anything but @p status.
-    std::string run(std::vector<std::string> arguments, int status = 0)
+    lab::Message run(std::vector<std::string> arguments, int status = 0)
     {
-        std::vector<std::string> command{"env", "XDG_RUNTIME_DIR=" + m_folder.path(),
+        std::vector<std::string> command{"env", "LANGUAGE=C", "XDG_RUNTIME_DIR=" + m_folder.path(),
                                          "BOARDSIM_SCENARIO=" + m_parts.scenario, m_parts.command};
         command.insert(command.end(), arguments.begin(), arguments.end());
         m_errand = lab::run(command, m_folder.path(), toolTime);
         if (m_errand.status == status)
             return {};
-        return "status " + std::to_string(m_errand.status) + ": " + m_errand.errors + m_errand.output;
+        return message("status %d: %s", m_errand.status, (m_errand.errors + m_errand.output).c_str());
     }
-    std::string record()
+    lab::Message record()
     {
         return run({"replay", m_parts.scenario, "--headless", "--speed", "max", "-o", "a.jsonl",
                     "--screenshot", "a.png"});
@@ -62,13 +65,14 @@ private:
     lab::Errand m_errand;
 };
 
-std::string checkReplay(const Parts &parts)
+lab::Message checkReplay(const Parts &parts)
 {
     Workshop workshop(parts);
-    std::string wrong = workshop.record();
+    lab::Message wrong = workshop.record();
     if (!wrong.empty())
         return wrong;
-    return contentsOf(workshop.path("a.png")).rfind("\x89PNG", 0) == 0 ? "" : "there is no screenshot";
+    return contentsOf(workshop.path("a.png")).rfind("\x89PNG", 0) == 0 ? lab::Message()
+                                                                       : message("there is no screenshot");
 }
 
 /// A subcommand on the recording; @p file must begin with @p beginning then, unless it is empty.
@@ -80,40 +84,42 @@ struct Tool
     std::string beginning;
 };
 
-std::string checkTool(const Parts &parts, const Tool &tool)
+lab::Message checkTool(const Parts &parts, const Tool &tool)
 {
     Workshop workshop(parts);
-    std::string wrong = workshop.record();
+    lab::Message wrong = workshop.record();
     if (wrong.empty())
         wrong = workshop.run(tool.arguments);
     if (wrong.empty() && !tool.file.empty()
         && contentsOf(workshop.path(tool.file)).rfind(tool.beginning, 0) != 0)
-        wrong = tool.file + " does not begin with " + tool.beginning;
+        wrong = message("%s does not begin with %s", tool.file.c_str(), tool.beginning.c_str());
     return wrong;
 }
 
-std::string checkProbe(const Parts &parts)
+lab::Message checkProbe(const Parts &parts)
 {
     Workshop workshop(parts);
-    std::string wrong = workshop.run({"probe", "--driver", workshop.ownDriver(), "--seconds", "0.5"});
+    lab::Message wrong = workshop.run({"probe", "--driver", workshop.ownDriver(), "--seconds", "0.5"});
     if (!wrong.empty())
         return wrong;
-    return workshop.output().rfind("ready", 0) == 0 ? "" : workshop.output();
+    const std::string &told = workshop.output();
+    return told.rfind("ready", 0) == 0 ? lab::Message() : lab::Message{told, told};
 }
 
-std::string checkBundle(const Parts &parts)
+lab::Message checkBundle(const Parts &parts)
 {
     Workshop workshop(parts);
-    std::string wrong = workshop.run(
+    lab::Message wrong = workshop.run(
         {"bundle", "--yes", "--seconds", "0", "--driver", workshop.ownDriver(), "-o", "b.tar.zst"});
-    return wrong.empty() && contentsOf(workshop.path("b.tar.zst")).empty() ? "there is no bundle" : wrong;
+    return wrong.empty() && contentsOf(workshop.path("b.tar.zst")).empty() ? message("there is no bundle")
+                                                                           : wrong;
 }
 
 } // namespace
 
 void addToolChecks(std::vector<Check> &checks)
 {
-    checks.push_back({"tools", "replay, and record it", checkReplay});
+    checks.push_back({"tools", message("replay, and record it"), checkReplay});
     const std::string line = R"({"type":"scenario")";
     for (const Tool &tool :
          {Tool{"check", {"check", "a.jsonl"}, {}, {}}, Tool{"show", {"show", "a.jsonl"}, {}, {}},
@@ -122,9 +128,10 @@ void addToolChecks(std::vector<Check> &checks)
           Tool{"anonymise", {"anonymise", "a.jsonl", "-o", "b.jsonl"}, "b.jsonl", line},
           Tool{"export", {"export", "a.jsonl", "--csv", "-o", "b.csv"}, "b.csv", ""},
           Tool{"report", {"report", "a.jsonl", "-o", "a.html"}, "a.html", "<!DOCTYPE html>"}})
-        checks.push_back({"tools", tool.name, [tool](const Parts &parts) { return checkTool(parts, tool); }});
-    checks.push_back({"tools", "probe", checkProbe});
-    checks.push_back({"tools", "bundle", checkBundle});
+        checks.push_back(
+            {"tools", {tool.name, tool.name}, [tool](const Parts &parts) { return checkTool(parts, tool); }});
+    checks.push_back({"tools", {"probe", "probe"}, checkProbe});
+    checks.push_back({"tools", {"bundle", "bundle"}, checkBundle});
 }
 
 } // namespace selftest

@@ -1,6 +1,7 @@
 #include "selftest/twoscreens.h"
 
 #include "commands/errand.h"
+#include "language.h"
 #include "selftest/check.h"
 
 #include <fstream>
@@ -42,7 +43,7 @@ std::string server()
         if (std::ifstream(file))
             return file;
     }
-    throw LeftOut(std::string("needs the packages ") + packages);
+    throw LeftOut(lab::message("needs the packages %s", packages));
 }
 
 } // namespace
@@ -68,7 +69,7 @@ TwoScreens::TwoScreens()
         std::vector<std::string> command{"xrandr", "--display", display()};
         command.insert(command.end(), step.begin(), step.end());
         if (!isThere() || lab::run(command, "/", xrandrTime).status != 0)
-            throw LeftOut(std::string("needs the packages ") + packages);
+            throw LeftOut(lab::message("needs the packages %s", packages));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "torture/catalogue.h"
 
+#include "language.h"
 #include "stage/scene.h"
 
 // Callbacks at the wrong time, in the wrong place and with the wrong arguments.
@@ -7,6 +8,7 @@
 namespace torture {
 
 using namespace stage;
+using lab::trLater;
 
 void addCallbacks(std::vector<Fault> &faults)
 {
@@ -17,18 +19,21 @@ void addCallbacks(std::vector<Fault> &faults)
         const char *misbehaviour;
     };
     constexpr Row rows[] = {
-        {"callbacks-in-attach", "callbacks that run before Attach returns", "callbacks-in-attach"},
-        {"callbacks-in-registration", "callbacks that run before they are registered",
+        {"callbacks-in-attach", trLater("callbacks that run before Attach returns"), "callbacks-in-attach"},
+        {"callbacks-in-registration", trLater("callbacks that run before they are registered"),
          "callbacks-in-registration"},
-        {"callbacks-in-detach", "callbacks that were cleared and run in Detach", "callbacks-in-detach"},
-        {"callbacks-after-detach", "callbacks that run after Detach", "callbacks-after-detach=200"},
-        {"callback-outlasts-detach", "a callback that has not returned when Detach returns",
+        {"callbacks-in-detach", trLater("callbacks that were cleared and run in Detach"),
+         "callbacks-in-detach"},
+        {"callbacks-after-detach", trLater("callbacks that run after Detach"), "callbacks-after-detach=200"},
+        {"callback-outlasts-detach", trLater("a callback that has not returned when Detach returns"),
          "callback-outlasts-detach=200"},
-        {"bad-arguments", "null pointers and wrong lengths", "bad-arguments"},
-        {"ten-threads", "each callback on ten threads at once", "threads=10"},
-        {"deep-stack", "a plug-and-play callback that finds 4 MB of its stack used", "deep-stack=4000"},
-        {"plug-in-report", "a plug-and-play callback within each report to the system", "pnp-in-report"},
-        {"second-thread", "a second thread that reports all the time", "second-thread=5"},
+        {"bad-arguments", trLater("null pointers and wrong lengths"), "bad-arguments"},
+        {"ten-threads", trLater("each callback on ten threads at once"), "threads=10"},
+        {"deep-stack", trLater("a plug-and-play callback that finds 4 MB of its stack used"),
+         "deep-stack=4000"},
+        {"plug-in-report", trLater("a plug-and-play callback within each report to the system"),
+         "pnp-in-report"},
+        {"second-thread", trLater("a second thread that reports all the time"), "second-thread=5"},
     };
     const Lines round{touch(8, 9000, 9000, true),
                       touch(8, 12000, 9000, true),

@@ -1,5 +1,6 @@
 #include "torture/catalogue.h"
 
+#include "language.h"
 #include "stage/scene.h"
 
 #include "recorder/function.h"
@@ -12,6 +13,7 @@
 namespace torture {
 
 using namespace stage;
+using lab::trLater;
 
 namespace {
 
@@ -40,19 +42,23 @@ void addCalls(std::vector<Fault> &faults)
 {
     const Lines devices{board(1), board(2)};
     faults.push_back({"slow-calls",
-                      "calls that block for 100 ms each",
+                      trLater("calls that block for 100 ms each"),
                       devices,
                       {unplug(2), plug(2)},
                       1,
                       "slow-calls=100"});
-    faults.push_back(
-        {"blocking-write", "a write that blocks for two seconds", devices, {}, 0, "blocking-write=1"});
-    faults.push_back({"prints", "a driver that prints", devices, {}, 0, "prints"});
+    faults.push_back({"blocking-write",
+                      trLater("a write that blocks for two seconds"),
+                      devices,
+                      {},
+                      0,
+                      "blocking-write=1"});
+    faults.push_back({"prints", trLater("a driver that prints"), devices, {}, 0, "prints"});
 }
 
 void addMissingFunctions(std::vector<Fault> &faults)
 {
-    Fault all{"without-all", "a driver without any of the functions", {board(1)}};
+    Fault all{"without-all", trLater("a driver without any of the functions"), {board(1)}};
     for (const recorder::FunctionNames &function : recorder::functionNames) {
         faults.push_back(without(function.name));
         all.missing.emplace_back(function.name);

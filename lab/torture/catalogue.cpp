@@ -1,6 +1,10 @@
 #include "torture/catalogue.h"
 
+#include "language.h"
+
 namespace torture {
+
+using lab::trLater;
 
 const std::vector<Fault> &catalogue()
 {
@@ -17,14 +21,21 @@ const std::vector<Fault> &catalogue()
 const std::vector<Fault> &catalogueForAnyDriver()
 {
     static const std::vector<Fault> all = [] {
-        std::vector<Fault> faults{{"as-it-is", "the driver as it is"},
-                                  {"again", "the driver as it is, started once more"}};
+        std::vector<Fault> faults{{"as-it-is", trLater("the driver as it is")},
+                                  {"again", trLater("the driver as it is, started once more")}};
         addMissingFunctions(faults);
         for (Fault &fault : faults)
             fault.devices.clear();
         return faults;
     }();
     return all;
+}
+
+std::string whatOf(const Fault &fault)
+{
+    if (fault.missing.size() == 1)
+        return lab::format(lab::tr("a driver without %s"), fault.missing.front().c_str());
+    return lab::tr(fault.what.c_str());
 }
 
 } // namespace torture

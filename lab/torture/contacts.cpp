@@ -1,5 +1,6 @@
 #include "torture/catalogue.h"
 
+#include "language.h"
 #include "stage/scene.h"
 
 // Faults of contacts in reports that are well formed.
@@ -7,6 +8,7 @@
 namespace torture {
 
 using namespace stage;
+using lab::trLater;
 
 namespace {
 
@@ -87,16 +89,16 @@ Lines farAway()
 void addContacts(std::vector<Fault> &faults)
 {
     const Lines devices{board(1)};
-    faults.push_back({"127-contacts", "127 touches in one report", devices, manyContacts(), 10});
+    faults.push_back({"127-contacts", trLater("127 touches in one report"), devices, manyContacts(), 10});
     faults.back().handbacks = 0;
     faults.push_back({"10000-contacts",
-                      "10,000 contacts in one report, of the same identifiers",
+                      trLater("10,000 contacts in one report, of the same identifiers"),
                       devices,
                       {touch(4, 9000, 9000, true), touch(4, 9500, 9000, true), touch(4, 9500, 9000, false)},
                       10,
                       "report-length=70002"});
     faults.push_back({"lift-without-down",
-                      "contacts that lift without having been down",
+                      trLater("contacts that lift without having been down"),
                       devices,
                       {touch(5, 9000, 9000, false), pen(3, 9000, 9000, false),
                        raw("0046"
@@ -104,27 +106,28 @@ void addContacts(std::vector<Fault> &faults)
                       200});
     faults.back().handbacks = 0;
     faults.push_back({"down-twice",
-                      "contacts that go down while they are down",
+                      trLater("contacts that go down while they are down"),
                       devices,
                       {touch(6, 9000, 9000, true), touch(6, 20000, 12000, true), touch(6, 9000, 12000, true),
                        touch(6, 9000, 12000, false), touch(6, 9000, 12000, false)},
                       100});
     faults.back().handbacks = 0;
-    faults.push_back(
-        {"swapped-identifiers", "two touches that exchange their identifiers", devices, swaps(), 20});
+    faults.push_back({"swapped-identifiers", trLater("two touches that exchange their identifiers"), devices,
+                      swaps(), 20});
     faults.back().handbacks = 0;
-    faults.push_back({"16-pens", "sixteen pens at once", devices, allPens(), 20});
+    faults.push_back({"16-pens", trLater("sixteen pens at once"), devices, allPens(), 20});
     faults.back().handbacks = 0;
     faults.push_back(
         {"flood",
-         "10,000 reports within one tick",
+         trLater("10,000 reports within one tick"),
          devices,
          {R"({"type":"move","board":1,"rate":1000000,"time":10000,"contacts":[{"kind":"touch","id":7,)"
           R"("line":[[4000,9000],[28000,12000]],"extent":100}]})"},
          3});
     faults.back().handbacks = 0;
-    faults.push_back({"far-away", "contacts beyond the screen, of the largest size", devices, farAway(), 50});
-    faults.push_back({"stuck", "contacts that never lift", devices, stuck(), 20});
+    faults.push_back(
+        {"far-away", trLater("contacts beyond the screen, of the largest size"), devices, farAway(), 50});
+    faults.push_back({"stuck", trLater("contacts that never lift"), devices, stuck(), 20});
     faults.back().handbacks = 0;
 }
 

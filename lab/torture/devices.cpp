@@ -1,5 +1,6 @@
 #include "torture/catalogue.h"
 
+#include "language.h"
 #include "stage/scene.h"
 
 // Boards that come and go, and lists of them that are not true.
@@ -7,6 +8,7 @@
 namespace torture {
 
 using namespace stage;
+using lab::trLater;
 
 namespace {
 
@@ -50,36 +52,48 @@ void addDevices(std::vector<Fault> &faults)
                                       "in-a-stroke",     "before-lifting", "after-lifting"};
     for (std::size_t step = 0; step < std::size(phases); ++step)
         faults.push_back({std::string("unplug-") + phases[step],
-                          "a board that goes and comes again in that phase of a stroke",
+                          trLater("a board that goes and comes again in that phase of a stroke"),
                           {board(1), board(2)},
                           unpluggedAt(step),
                           10});
     faults.push_back(
-        {"come-and-go", "seven boards that go and come one by one", numbered(1, 8), comeAndGo(), 5});
-    faults.push_back({"many-boards", "twenty boards", numbered(1, manyBoards), {}, 0});
+        {"come-and-go", trLater("seven boards that go and come one by one"), numbered(1, 8), comeAndGo(), 5});
+    faults.push_back({"many-boards", trLater("twenty boards"), numbered(1, manyBoards), {}, 0});
     faults.push_back({"wrong-device-counts",
-                      "a list that is too long, then too short",
+                      trLater("a list that is too long, then too short"),
                       {board(1), board(2)},
                       {unplug(2), plug(2), unplug(2), plug(2), unplug(2), plug(2)},
                       5,
                       "wrong-device-counts"});
     faults.push_back({"a-million-devices",
-                      "a count of a million, and information on none of them",
+                      trLater("a count of a million, and information on none of them"),
                       {board(1)},
                       {},
                       0,
                       "device-count=1000000"});
     faults.back().draws = faults.back().handsBack = false;
-    faults.push_back({"negative-count", "a count below zero", {board(1)}, {}, 0, "device-count=-1"});
+    faults.push_back({"negative-count", trLater("a count below zero"), {board(1)}, {}, 0, "device-count=-1"});
     faults.back().draws = faults.back().handsBack = false;
-    faults.push_back(
-        {"attach-fails", "a driver that says that it has not attached", {board(1)}, {}, 0, "attach-fails"});
-    faults.push_back(
-        {"same-number", "two boards with the same number", {board(1), board(2)}, {}, 0, "same-number"});
-    faults.push_back(
-        {"full-record", "a device record that is filled to its last byte", {board(1)}, {}, 0, "full-record"});
+    faults.push_back({"attach-fails",
+                      trLater("a driver that says that it has not attached"),
+                      {board(1)},
+                      {},
+                      0,
+                      "attach-fails"});
+    faults.push_back({"same-number",
+                      trLater("two boards with the same number"),
+                      {board(1), board(2)},
+                      {},
+                      0,
+                      "same-number"});
+    faults.push_back({"full-record",
+                      trLater("a device record that is filled to its last byte"),
+                      {board(1)},
+                      {},
+                      0,
+                      "full-record"});
     faults.push_back({"latin-1",
-                      "information that is not UTF-8",
+                      trLater("information that is not UTF-8"),
                       {R"({"type":"device","kind":1,"board":1,"info":"name<Schüler>xp<4>xt<10>"})"},
                       {},
                       0,

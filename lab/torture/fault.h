@@ -16,7 +16,7 @@ using stage::Lines;
 struct Fault
 {
     std::string name = {}; ///< e.g. "lift-without-down"
-    std::string what = {}; ///< in a few words, for a person
+    std::string what = {}; ///< in a few words, in English
     Lines devices = {};    ///< lines of a scenario
     Lines round = {};      ///< lines of a scenario that are the fault once
     int rounds = 0;        ///< how often it happens while the program is measured
@@ -34,6 +34,9 @@ struct Fault
     std::optional<int> handbacks =
         {}; ///< reports that go back to the system in each round, if that is certain
 };
+
+/// What a fault is, for a person.
+std::string whatOf(const Fault &fault);
 
 /// All faults, in the order of their numbers, from 1.
 const std::vector<Fault> &catalogue();

@@ -1,5 +1,7 @@
 #include "torture/lackingdriver.h"
 
+#include "language.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -13,6 +15,8 @@
 namespace torture {
 
 namespace {
+
+using lab::trLater;
 
 /// An ELF file that is changed in its place.
 class WritableElf
@@ -91,12 +95,13 @@ std::string copyWithout(const Lines &functions, const std::string &library, cons
     std::error_code error;
     fs::copy_file(library, copy, fs::copy_options::overwrite_existing, error);
     if (error)
-        return "cannot be copied: " + error.message();
+        return std::string(trLater("cannot be copied")) + ": " + strerrordesc_np(error.value());
     fs::permissions(copy, fs::perms::owner_all, fs::perm_options::add, error);
     const WritableElf elf(copy);
     if (!elf.isElf())
-        return "is no ELF file";
-    return elf.hide(functions) ? "" : std::string("cannot be changed: ") + std::strerror(errno);
+        return trLater("is no ELF file");
+    return elf.hide(functions) ? ""
+                               : std::string(trLater("cannot be changed")) + ": " + strerrordesc_np(errno);
 }
 
 } // namespace torture

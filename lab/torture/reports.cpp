@@ -1,5 +1,6 @@
 #include "torture/catalogue.h"
 
+#include "language.h"
 #include "stage/scene.h"
 
 // Faults in the bytes of reports.
@@ -7,6 +8,7 @@
 namespace torture {
 
 using namespace stage;
+using lab::trLater;
 
 namespace {
 
@@ -62,16 +64,17 @@ Lines prefixes()
 void addReports(std::vector<Fault> &faults)
 {
     const Lines devices{board(1)};
+    faults.push_back({"every-length", trLater("reports of every kind and length from 0 to 300 bytes"),
+                      devices, everyLength(), 3});
+    faults.back().handbacks = 0;
     faults.push_back(
-        {"every-length", "reports of every kind and length from 0 to 300 bytes", devices, everyLength(), 3});
+        {"every-kind", trLater("reports of all 256 kinds, short and long"), devices, everyKind(), 5});
     faults.back().handbacks = 0;
-    faults.push_back({"every-kind", "reports of all 256 kinds, short and long", devices, everyKind(), 5});
-    faults.back().handbacks = 0;
-    faults.push_back({"prefixes", "a prefix before every kind of report, two of them, and one alone", devices,
-                      prefixes(), 100});
+    faults.push_back({"prefixes", trLater("a prefix before every kind of report, two of them, and one alone"),
+                      devices, prefixes(), 100});
     faults.back().handbacks = 0;
     faults.push_back({"no-contacts",
-                      "touch and erase reports without a contact, and with a part of one",
+                      trLater("touch and erase reports without a contact, and with a part of one"),
                       devices,
                       {raw("0045"), raw("0046"), raw("004585"), raw("00468510001000")},
                       500});

@@ -1,9 +1,11 @@
 #include "torture/trial.h"
 
+#include "language.h"
 #include "stage/scene.h"
 #include "torture/lackingdriver.h"
 #include "torture/process.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <memory>
@@ -12,6 +14,10 @@
 namespace torture {
 
 namespace {
+
+using lab::message;
+using lab::tr;
+using lab::whole;
 
 constexpr const char *libraryName = "libzorvicboardex.so.1";
 constexpr int warmUps = 2;                // rounds before the program is measured
@@ -44,6 +50,13 @@ void append(Lines &lines, const Lines &more)
     lines.insert(lines.end(), more.begin(), more.end());
 }
 
+/// @p fault is a text and perhaps, behind a colon, its cause.
+lab::Message copyFault(const std::string &driver, const std::string &fault)
+{
+    const std::size_t colon = std::min(fault.find(": "), fault.size());
+    return {driver + " " + tr(fault.substr(0, colon).c_str()) + fault.substr(colon), driver + " " + fault};
+}
+
 /// One start of the program.
 class Trial
 {
@@ -59,7 +72,7 @@ public:
         const auto begun = std::chrono::steady_clock::now();
         if (prepare()) {
             if (!m_session.start())
-                complain("no window");
+                complain(message("no window"));
             else if (m_isSimulated && m_fault.plays)
                 play();
             end();
@@ -69,7 +82,11 @@ public:
     }
 
 private:
-    void complain(const std::string &text) { m_outcome.complaints.push_back(text); }
+    void complain(const lab::Message &text)
+    {
+        m_outcome.complaints.push_back(text.english);
+        m_outcome.complaintsForPerson.push_back(text.told);
+    }
 
     std::string ownDriver() const { return m_folder.path() + "/" + libraryName; }
 
@@ -106,7 +123,7 @@ private:
     {
         const std::string wrong = copyWithout(m_fault.missing, m_driver, ownDriver());
         if (!wrong.empty()) {
-            complain(m_driver + " " + wrong);
+            complain(copyFault(m_driver, wrong));
             return false;
         }
         if (m_isSimulated)
@@ -120,7 +137,7 @@ private:
     {
         m_session.open("shown");
         if (!m_session.awaitMark(warm.mark)) {
-            complain("the driver does not get through the first rounds");
+            complain(message("the driver does not get through the first rounds"));
             return;
         }
         check(warm);
@@ -129,7 +146,7 @@ private:
         const Usage before = usageOf(m_session.process());
         m_session.open("measured");
         if (!m_session.awaitMark(proved.mark)) {
-            complain("the driver does not get through the fault");
+            complain(message("the driver does not get through the fault"));
             return;
         }
         check(proved);
@@ -144,16 +161,16 @@ private:
             return m_session.colourAt(proof.x + Proof::length / 2, Proof::y) == green;
         };
         if (m_fault.draws && !m_session.await(isDrawn))
-            complain("a stroke behind the fault is not drawn");
+            complain(message("a stroke behind the fault is not drawn"));
         else if (!m_fault.draws && isDrawn())
-            complain("a stroke is drawn that was never reported");
+            complain(message("a stroke is drawn that was never reported"));
         if (!m_fault.tellsHandbacks)
             return;
         const auto isHandedBack = [&] { return m_session.log().handbacks() >= Proof::handbacks; };
         if (m_fault.handsBack && !m_session.await(isHandedBack))
-            complain("a contact outside of the window is not handed back");
+            complain(message("a contact outside of the window is not handed back"));
         else if (!m_fault.handsBack && m_session.log().handbacks() > 0)
-            complain("a contact is handed back that was never reported");
+            complain(message("a contact is handed back that was never reported"));
     }
 
     void checkHandbacks()
@@ -162,20 +179,18 @@ private:
         const std::int64_t ours = log.handbacksAtMark("tortured") - log.handbacksAtMark(warm.mark);
         const std::int64_t expected = std::int64_t{m_fault.handbacks.value_or(0)} * m_fault.rounds;
         if (m_fault.handbacks && ours != expected)
-            complain(std::to_string(ours) + " reports handed back instead of " + std::to_string(expected));
+            complain(message("%lld reports handed back instead of %lld", whole(ours), whole(expected)));
     }
 
     void checkGrowth(const Usage &before, const Usage &after)
     {
         if (after.memory > before.memory + growth)
-            complain("memory grows from " + std::to_string(before.memory >> 20) + " to "
-                     + std::to_string(after.memory >> 20) + " MB");
+            complain(message("memory grows from %lld to %lld MB", whole(before.memory >> 20),
+                             whole(after.memory >> 20)));
         if (after.files > before.files)
-            complain("open files grow from " + std::to_string(before.files) + " to "
-                     + std::to_string(after.files));
+            complain(message("open files grow from %lld to %lld", whole(before.files), whole(after.files)));
         if (after.threads > before.threads + pool)
-            complain("threads grow from " + std::to_string(before.threads) + " to "
-                     + std::to_string(after.threads));
+            complain(message("threads grow from %lld to %lld", whole(before.threads), whole(after.threads)));
     }
 
     void end()
@@ -183,16 +198,16 @@ private:
         const int status = m_session.end();
         m_outcome.isInterrupted = status == 128 + SIGINT || status == 128 + SIGTERM;
         if (status < 0)
-            complain("the program does not end");
+            complain(message("the program does not end"));
         else if (status > 128)
-            complain("the program crashes with signal " + std::to_string(status - 128));
+            complain(message("the program crashes with signal %d", status - 128));
         else if (status != 0)
-            complain("the program ends with status " + std::to_string(status));
+            complain(message("the program ends with status %d", status));
         if (!m_isSimulated)
             return;
         const std::string errors = m_session.errors();
         if (!errors.empty())
-            complain("the program prints: " + errors.substr(0, errors.find('\n')));
+            complain(message("the program prints: %s", errors.substr(0, errors.find('\n')).c_str()));
         if (m_fault.logsDetach && status >= 0)
             checkLastCalls();
     }
@@ -201,9 +216,10 @@ private:
     {
         const stage::DriverLog &log = m_session.log();
         if (log.lastCall() != "zorvicDetach")
-            complain("the last call is " + (log.lastCall().empty() ? "missing" : log.lastCall()));
+            complain(log.lastCall().empty() ? message("the last call is missing")
+                                            : message("the last call is %s", log.lastCall().c_str()));
         if (m_fault.endsReporting && log.isReporting(1))
-            complain("touches are still reported to the program");
+            complain(message("touches are still reported to the program"));
     }
 
     const bool m_isSimulated;

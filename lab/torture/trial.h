@@ -9,7 +9,8 @@ namespace torture {
 /// How a fault went.
 struct Outcome
 {
-    Lines complaints;           ///< what was not as it must be, in whole phrases; empty if all was
+    Lines complaints;           ///< what was not as it must be, in whole phrases in English; empty if all was
+    Lines complaintsForPerson;  ///< the same in the person's language
     double seconds = 0;         ///< that it took
     bool isInterrupted = false; ///< by Ctrl-C or SIGTERM: nothing is known of the fault
 };
