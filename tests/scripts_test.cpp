@@ -123,6 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"EvidenceForNoTime", "evidence", {"--minutes", "0"}, "\"0\" is not a number of minutes"},
         Refusal{"EvidenceOfNoPreset", "evidence", {"--check"}, "--check needs a preset and nothing else"},
         Refusal{"EvidenceOfAPresetWithoutTests", "evidence", {"--check", "run"}, "unknown preset \"run\""},
+        Refusal{"LanguagesCheckOfOne", "languages", {"--check", "de"}, "unknown argument \"de\""},
         Refusal{"MutateWithoutANumberOfJobs", "mutate", {"--jobs"}, "--jobs needs a number"},
         Refusal{"MutateWithoutJobs", "mutate", {"--jobs", "0"}, "\"0\" is not a number of jobs"},
         Refusal{"MutateASampleOfNone", "mutate", {"--sample", "0"}, "\"0\" is not a number of mutants"},
