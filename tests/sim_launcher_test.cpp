@@ -30,7 +30,9 @@ protected:
     Launcher()
     {
         install("lanternix-sim");
-        write("bin/lanternix", "#!/bin/sh\necho \"$LD_LIBRARY_PATH $BOARDSIM_SCENARIO\"\n");
+        write("bin/lanternix",
+              "#!/bin/sh\necho \"$LD_LIBRARY_PATH $BOARDSIM_SCENARIO\"\n"
+              "echo \"$QT_QPA_PLATFORM\" >&2\n");
         QFile::setPermissions(path("bin/lanternix"), QFile::Permissions(0x7755));
     }
 
@@ -53,12 +55,13 @@ protected:
             throw std::runtime_error("cannot write " + name.toStdString());
     }
     /// Runs the launcher in the folder that it is installed in, without a display.
-    Ending run(const QStringList &arguments) const
+    Ending run(const QStringList &arguments, const char *platform = "") const
     {
         QProcess launcher;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "LD_LIBRARY_PATH"})
             environment.remove(name);
+        environment.insert("QT_QPA_PLATFORM", platform);
         launcher.setProcessEnvironment(environment);
         launcher.setWorkingDirectory(m_folder.path());
         launcher.start(path("bin/lanternix-sim"), arguments);
@@ -192,6 +195,12 @@ TEST_F(Launcher, StartsTheProgramWithItsDriverAndAScenario)
     const int blank = printed.indexOf(' ');
     EXPECT_EQ(QFileInfo(printed.left(blank)).canonicalFilePath(), driver_folder());
     EXPECT_EQ(printed.mid(blank + 1).toStdString(), "-a scenario");
+}
+
+TEST_F(Launcher, PrefersX11UnlessTheUserChoosesAPlatform)
+{
+    EXPECT_EQ(run({}).errors, "xcb;wayland\n");
+    EXPECT_EQ(run({}, "wayland").errors, "wayland\n");
 }
 
 } // namespace

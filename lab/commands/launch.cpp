@@ -20,6 +20,8 @@ namespace lab {
 
 namespace {
 
+constexpr const char *platformVariable = "QT_QPA_PLATFORM"; ///< Qt's
+
 volatile sig_atomic_t receiver = 0; ///< the process that SIGTERM is passed on to; 0 for none
 
 void passOn(int signal)
@@ -49,6 +51,10 @@ std::vector<std::string> changed(const std::map<std::string, std::string> &chang
     }
     for (const auto &[name, value] : changes)
         variables.emplace_back(name).append("=").append(value);
+    // X11, if there is an X server: Wayland tells no program where its window is.
+    const char *const chosen = std::getenv(platformVariable);
+    if ((!chosen || !*chosen) && changes.count(platformVariable) == 0)
+        variables.emplace_back(platformVariable).append("=xcb;wayland");
     return variables;
 }
 
