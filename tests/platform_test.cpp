@@ -1,5 +1,7 @@
 #include "platformadvice.h"
 
+#include "commands/launch.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QString>
@@ -54,6 +56,25 @@ TEST(TheMenuEntry, PrefersX11UnlessTheUserChoosesAPlatform)
 {
     EXPECT_EQ(platform_from_menu(""), "xcb;wayland");
     EXPECT_EQ(platform_from_menu("wayland"), "wayland");
+}
+
+/// What the companion gives a program that it starts.
+std::string platform_from_companion(const char *chosen)
+{
+    qputenv("QT_QPA_PLATFORM", chosen);
+    const QTemporaryDir folder;
+    const QString told = folder.filePath("told");
+    lab::Launch launch({"sh", "-c", "printf %s \"$QT_QPA_PLATFORM\" >\"$0\"", told.toStdString()});
+    EXPECT_EQ(launch.run(), 0);
+    QFile file(told);
+    file.open(QIODevice::ReadOnly);
+    return file.readAll().toStdString();
+}
+
+TEST(TheCompanion, PrefersX11UnlessTheUserChoosesAPlatform)
+{
+    EXPECT_EQ(platform_from_companion(""), "xcb;wayland");
+    EXPECT_EQ(platform_from_companion("wayland"), "wayland");
 }
 
 } // namespace
