@@ -133,6 +133,11 @@ void Board::put(Kind kind, const Places &places)
     play(lines);
 }
 
+void Board::sample(Kind kind, int number, QPoint place, bool down)
+{
+    play({sample_line(kind, {place}, number, down)});
+}
+
 void Board::lift(Kind kind, const Places &places)
 {
     if (kind != Kind::pen)

@@ -35,6 +35,8 @@ public:
     /// Puts one contact on each place, all at once; for pens, of which a board has few, each after the lift
     /// of the one before. Returns once the driver has called back for all.
     void put(Kind kind, const Places &places);
+    /// One sample of the contact of this number.
+    void sample(Kind kind, int number, QPoint place, bool down);
     /// Lifts what has been put.
     void lift(Kind kind, const Places &places);
     /// Where contacts that went to the system were down; of each place once.

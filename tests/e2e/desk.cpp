@@ -15,6 +15,14 @@ constexpr QRgb red = 0xffff0000;
 constexpr QRgb green = 0xff00ff00;
 constexpr int margin = 12; // pixels around a mark
 
+/// A tag on white, not its text or outline.
+bool is_tag(QRgb colour)
+{
+    constexpr int tinted = 255 - 32;
+    return colour == qRgb(255, tinted, tinted) || colour == qRgb(tinted, 255, tinted)
+        || colour == qRgb(tinted, tinted, 255);
+}
+
 /// Strokes that are enlarged have edges of other colours.
 bool is_nearly(QRgb colour, QRgb stroke)
 {
@@ -185,6 +193,21 @@ bool Desk::shows(Kind kind, QPointF place, QPointF radius, double error)
         const QPointF from_place = QRectF(square).center() + *offset - place;
         return std::abs(from_place.x()) <= error && std::abs(from_place.y()) <= error;
     });
+}
+
+bool Desk::has_tags() const
+{
+    return bounds(m_window->picture(m_window->area()), is_tag).isValid();
+}
+
+bool Desk::shows_tags()
+{
+    return eventually([this] { return has_tags(); });
+}
+
+bool Desk::shows_no_tags()
+{
+    return eventually([this] { return !has_tags(); });
 }
 
 QString Desk::judge(const Mapping &mapping, const Places &places)

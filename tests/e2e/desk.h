@@ -37,6 +37,9 @@ public:
     bool shrinks_to(const QRect &area);
     /// Waits until the window shows the mark of a contact at @p place; false if it does not in time.
     bool shows(Kind kind, QPointF place, QPointF radius, double error);
+    /// Waits until the window shows the tag of a contact, or of none; false if that does not come in time.
+    bool shows_tags();
+    bool shows_no_tags();
     /// Lets the program draw all that it has got.
     void settle();
     /// Puts a contact of each kind on the places, and lifts it. Each must appear at the place, and with the
@@ -50,6 +53,7 @@ public:
 private:
     void start(const Environment &changes);
     QRgb corner(bool last) const;
+    bool has_tags() const;
 
     QTemporaryDir m_runtime_folder;
     Board m_board;
