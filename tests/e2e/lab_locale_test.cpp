@@ -22,7 +22,7 @@ QString shapeOf(QString text)
 void start(const LabRun &run, QProcess &lab, const QStringList &arguments, const QString &locale)
 {
     QProcessEnvironment environment = run.environment("log.jsonl");
-    environment.remove("LANGUAGE");
+    environment.insert("LANGUAGE", "C"); // texts differ, numbers and times must not
     environment.insert("LC_ALL", locale);
     lab.setProcessEnvironment(environment);
     lab.start(LANTERNIX_LAB, arguments);
