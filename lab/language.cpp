@@ -53,8 +53,8 @@ bool beginsCharacter(char byte)
 std::string blanks(const std::string &text, std::size_t columns)
 {
     const auto width = static_cast<std::size_t>(std::count_if(text.begin(), text.end(), beginsCharacter));
-    return std::string(columns > width ? columns - width : 0,
-                       ' '); // NOLINT(modernize-return-braced-init-list)
+    // NOLINTNEXTLINE(modernize-return-braced-init-list): braces would make a list of two characters
+    return std::string(columns > width ? columns - width : 0, ' ');
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "commands/archive.h"
 
+#include "language.h"
+
 #include <array>
 #include <cstdio>
 #include <cstring>

@@ -13,7 +13,7 @@ std::string boundText(const Limit &limit, lab::Audience audience)
 
 std::string limitText(const Limit &limit, lab::Audience audience)
 {
-    const std::string bound = boundText(limit, audience);
+    std::string bound = boundText(limit, audience);
     if (limit.soft <= 0)
         return bound;
     // TRANSLATORS: "at least 100 Hz, falling over 20 more": the score falls from 1 to 0 over that much more.
