@@ -86,7 +86,7 @@ TEST(ALocaleWithCommas, IsNotSeenInTheLatency)
     EXPECT_TRUE(printed.contains(" # contact, tags off # #.# #.# #.# #.# #.# #.# | "))
         << printed.toStdString();
     EXPECT_TRUE(printed.contains("The program redraws every #.# ms")) << printed.toStdString();
-    const auto isOfPoints = [&run](const std::string &line) {
+    const auto isOfPoints = [](const std::string &line) {
         return !QRegularExpression("(x|y|width|height|x1|y2)=\"[0-9]+,")
                     .match(QString::fromStdString(line))
                     .hasMatch();
