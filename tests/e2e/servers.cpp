@@ -134,6 +134,15 @@ void ScreensServer::add_window_manager()
         throw std::runtime_error("openbox does not start");
 }
 
+void ScreensServer::add_compositor()
+{
+    // Without the GPU, and without a configuration of the person's.
+    m_compositor = std::make_unique<Helper>(
+        QStringList{"picom", "--backend", "xrender", "--config", "/dev/null"}, environment());
+    if (!eventually([this] { return XWindow::is_composited(m_display); }))
+        throw std::runtime_error("picom does not start");
+}
+
 void ScreensServer::set_dots_per_inch(double dots)
 {
     QFile file(m_folder.filePath("resources"));

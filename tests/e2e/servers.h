@@ -25,6 +25,8 @@ public:
     void arrange(const std::vector<QRect> &screens, int primary);
     /// Starts a program that manages windows, and waits until it does.
     void add_window_manager();
+    /// Starts a program that puts windows together off the screen, and waits until it does.
+    void add_compositor();
     /// Sets the resolution that desktops tell programs.
     void set_dots_per_inch(double dots);
 
@@ -36,5 +38,6 @@ private:
     std::unique_ptr<Helper> m_server;
     QString m_display;
     QStringList m_added;                      ///< screens, modes, and both together
-    std::unique_ptr<Helper> m_window_manager; ///< ends before the server
+    std::unique_ptr<Helper> m_window_manager; ///< ends before the server, as does the next
+    std::unique_ptr<Helper> m_compositor;
 };

@@ -151,3 +151,9 @@ bool XWindow::is_managed(const QString &display)
     const Connection x(display);
     return number_in(x.display, x.root, "_NET_NUMBER_OF_DESKTOPS") > 0;
 }
+
+bool XWindow::is_composited(const QString &display)
+{
+    const Connection x(display);
+    return XGetSelectionOwner(x.display, XInternAtom(x.display, "_NET_WM_CM_S0", False)) != 0;
+}

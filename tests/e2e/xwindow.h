@@ -28,6 +28,8 @@ public:
 
     /// Whether a window manager runs.
     static bool is_managed(const QString &display);
+    /// Whether a compositor puts the windows together; see the Extended Window Manager Hints.
+    static bool is_composited(const QString &display);
 
 private:
     struct Connection;
