@@ -182,6 +182,18 @@ TEST_P(AContact, LooksTheSameWithAndWithoutACache)
     EXPECT_TRUE(same_picture(picture(), with_a_cache));
 }
 
+TEST(TheCacheOfAContact, IsPartOfTheMemoryOfAllPictures)
+{
+    Touch touch(QPointF(), Qt::red);
+    EXPECT_NE(touch.EventItem::new_cache({30, 20}), nullptr);
+
+    const PictureMemory nearly_all({4996, 9'999}); // what is left is enough for the next cache only
+    ASSERT_TRUE(nearly_all.is_held());
+
+    EXPECT_EQ(touch.EventItem::new_cache({5000, 20}), nullptr);
+    EXPECT_NE(touch.EventItem::new_cache({30, 20}), nullptr);
+}
+
 INSTANTIATE_TEST_SUITE_P(, AContact,
                          testing::Values(Attitude{"Upright", 0, 1}, Attitude{"Turned", 30, 1},
                                          Attitude{"Larger", 0, 1.5F}, Attitude{"Smaller", 0, 0.5F},

@@ -279,6 +279,28 @@ TEST_F(ItemRendering, PaintsOnlyAsMuchOfTheCacheAsTheItemNeeds)
     EXPECT_TRUE(same_picture(painted(*m_item), drawn(draw_red, {10, 20}, 0, 1, {14, 25, 24, 14})));
 }
 
+TEST(ACache, IsTransparentlyBlendedAndNoneWithoutMemory)
+{
+    Item item({0, 0}, 0, 1, 0);
+
+    const std::unique_ptr<QImage> cache = item.new_cache({30, 20});
+    ASSERT_NE(cache, nullptr);
+    EXPECT_EQ(cache->size(), QSize(30, 20));
+    EXPECT_EQ(cache->format(), QImage::Format_ARGB32_Premultiplied);
+    EXPECT_EQ(item.new_cache({1'000'000, 1'000'000}), nullptr);
+}
+
+TEST(AnItemOfNoKind, PaintsNothingWithoutACache)
+{
+    const Item item({0, 0}, 0, 1, 0);
+    QImage canvas = empty_canvas();
+    QPainter painter(&canvas);
+
+    item.paint_without_cache(painter);
+
+    EXPECT_TRUE(same_picture(canvas, empty_canvas()));
+}
+
 TEST_F(ItemRendering, PaintsNothingWithoutACache)
 {
     EXPECT_TRUE(same_picture(painted(*m_item), empty_canvas()));

@@ -341,6 +341,12 @@ TEST_F(Patterns, TakeEachOthersPlace)
     }
 }
 
+TEST(ABar, HasASeventeenthOfTheWidthRoundedDown)
+{
+    EXPECT_EQ(pattern::bar_width(1920), 112);
+    EXPECT_EQ(pattern::bar_width(16), 0);
+}
+
 TEST(ARingOfTargets, HasNoSizeUntilItIsFilledIn)
 {
     const pattern::Ring ring;

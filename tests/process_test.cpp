@@ -10,7 +10,10 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -92,6 +95,37 @@ TEST(TheProcess, GivesBackWhatItTriesWhetherThereIsEnough)
 
     constexpr long long one_stack = 1'000; // pages, and somewhat more than a sanitizer takes
     EXPECT_LT(address_space() - before, one_stack);
+}
+
+/// The process's memory that is there, in bytes; see proc_pid_statm(5).
+long long resident_memory()
+{
+    std::ifstream statm("/proc/self/statm");
+    long long all = 0;
+    long long resident = 0;
+    statm >> all >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+TEST(TheProcess, GivesFreeMemoryBackIfItIsAsked)
+{
+    if (quarantine() != 0)
+        GTEST_SKIP() << "a sanitizer has a heap of its own";
+    constexpr std::size_t block = 16'384; // bytes; less than what gets a mapping of its own
+    constexpr long long most = 4'000 * static_cast<long long>(block);
+    std::vector<std::unique_ptr<char[]>> blocks;
+    for (int i = 0; i < 4'000; ++i) {
+        blocks.push_back(std::make_unique<char[]>(block));
+        std::memset(blocks.back().get(), 1, block);
+    }
+    const auto last = std::make_unique<char[]>(block); // keeps the heap from shrinking at its end
+    last[0] = 1;
+    blocks.clear();
+    const long long before = resident_memory();
+
+    process::give_memory_back();
+
+    EXPECT_LT(resident_memory(), before - most / 2);
 }
 
 /// Of a thread that is started now, in bytes.
